@@ -1,0 +1,12 @@
+/* All of the library. */
+#ifndef KIV_COMMON_H
+#define KIV_COMMON_H
+
+#include "kiv_allocator.h"
+#include "kiv_avl.h"
+#include "kiv_mutex.h"
+#include "kiv_semaphore.h"
+#include "kiv_stubs.h"
+#include "kiv_thread.h"
+
+#endif

@@ -1,0 +1,99 @@
+// Everything the library needs from an operating system. os/posix/ and os/win32/ implement it, file by file under the
+// same names; what needs no system call stands in os/ itself. The build picks the folder.
+//
+// A failed call leaves its reason where last_error_text() finds it. Tests stand in their own heap, sleep and crash by
+// defining these functions in a program that links the static library: each group is a source file of its own.
+#ifndef KIV_OS_PLATFORM_H
+#define KIV_OS_PLATFORM_H
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+#include "kiv_types.h"
+
+namespace kiv::os {
+
+// --- The C runtime's heap (heap.cpp) ---------------------------------------------------------------------------------
+
+void *heap_alloc(size_t size);
+void *heap_calloc(size_t count, size_t size);
+void *heap_realloc(void *block, size_t size);
+void heap_free(void *block);
+
+// --- Time (clock.cpp) ------------------------------------------------------------------------------------------------
+
+/// 0 yields the processor; all ones sleeps forever.
+void sleep_milliseconds(uint32_t milliseconds);
+
+// --- The end of the process (crash.cpp) ------------------------------------------------------------------------------
+
+/// Faults by changing the word at address 0.
+[[noreturn]] void crash();
+
+// --- Errors (error.cpp) ----------------------------------------------------------------------------------------------
+
+/// Copies the system's message for this thread's last failed call, cut to the buffer. False when there is none.
+bool last_error_text(char *buffer, size_t capacity);
+
+// --- Mutexes and semaphores (lock.cpp) -------------------------------------------------------------------------------
+
+/// A kernel handle on Windows, an object of the pool in os/posix/object_pool.h elsewhere. Every function takes null and
+/// closed handles, and fails.
+using Handle = void *;
+
+enum class TryWait { taken, would_block, failed };
+
+/// A recursive mutex that nobody owns; null on failure.
+Handle mutex_create();
+bool mutex_lock(Handle mutex);
+bool mutex_unlock(Handle mutex);
+
+/// Null also for a count below 0 or above kSemaphoreMaximum.
+Handle semaphore_create(int32_t initial);
+bool semaphore_wait(Handle semaphore);
+TryWait semaphore_try_wait(Handle semaphore);
+/// Fails at kSemaphoreMaximum.
+bool semaphore_post(Handle semaphore);
+
+inline constexpr int32_t kSemaphoreMaximum = 0x40000000;
+
+/// Ends a mutex or semaphore.
+bool lock_close(Handle lock);
+
+// --- Threads (thread.cpp) --------------------------------------------------------------------------------------------
+
+using ThreadResult = std::invoke_result_t<KIV_THREAD_ROUTINE, void *>;
+
+/// A thread routine's result: an integer on Windows, a pointer elsewhere.
+inline ThreadResult thread_result(int32_t value) { return (ThreadResult)(intptr_t)value; }
+
+/// Where a new thread's id is to be stored; null pointers are skipped.
+struct ThreadIdSlots {
+  uint32_t *first;
+  uint32_t *second;
+};
+
+/// Starts routine(argument). The id slots are filled before the routine runs, and not touched afterwards: they may lie
+/// in memory that the routine frees. A null handle detaches the thread. On failure nothing is stored.
+bool thread_create(KIV_THREAD_ROUTINE routine, void *argument, ThreadIdSlots ids, Handle *handle);
+
+/// Waits for the end of the thread and closes the handle; on failure the handle is kept.
+bool thread_join(Handle thread);
+
+[[noreturn]] void thread_exit(int32_t value);
+uint32_t thread_current_id();
+
+// --- Thread-specific data (thread_data.cpp) --------------------------------------------------------------------------
+
+/// A key that is never in use.
+inline constexpr uint32_t kNoThreadDataKey = UINT32_MAX;
+
+bool thread_data_create(uint32_t *key);
+bool thread_data_destroy(uint32_t key);
+bool thread_data_set(uint32_t key, void *value);
+void *thread_data_get(uint32_t key);
+
+}  // namespace kiv::os
+
+#endif

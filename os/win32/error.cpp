@@ -1,0 +1,21 @@
+#include <cstring>
+
+#include "os/platform.h"
+#include "os/win32/windows_api.h"
+
+namespace kiv::os {
+
+bool last_error_text(char *buffer, size_t capacity) {
+  char *text = nullptr;
+  const DWORD length = FormatMessageA(
+      FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
+      GetLastError(), MAKELANGID(LANG_NEUTRAL, SUBLANG_DEFAULT), reinterpret_cast<char *>(&text), 0, nullptr);
+  if (length == 0 || text == nullptr) return false;
+  const size_t copied = length < capacity ? length : capacity - 1;
+  std::memcpy(buffer, text, copied);
+  buffer[copied] = '\0';
+  LocalFree(text);
+  return true;
+}
+
+}  // namespace kiv::os
