@@ -10,6 +10,7 @@ function(kiv_add_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "STATIC" "" "")
   add_executable(${name} ${arg_UNPARSED_ARGUMENTS})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+  target_compile_options(${name} PRIVATE -Wno-dangling-else)  # GoogleTest's macros contain an if
   target_link_libraries(${name} PRIVATE kiv_warnings kiv_test_support gtest
                                         $<IF:$<BOOL:${arg_STATIC}>,kiv_static,kiv_shared>)
   add_test(NAME ${name} COMMAND ${name})

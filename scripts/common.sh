@@ -1,0 +1,50 @@
+# Sourced by the scripts: finds the repository, and installs what a build or a test needs.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+say() { printf '== %s\n' "$*"; }
+die() { printf '%s\n' "$*" >&2; exit 1; }
+
+as_root() {
+  if [ "$(id -u)" -eq 0 ]; then "$@"; elif command -v sudo >/dev/null; then sudo "$@"; else
+    die "installing packages needs root: $*"
+  fi
+}
+
+installed() { dpkg-query -W -f '${Status}\n' "$1" 2>/dev/null | grep -q 'ok installed'; }
+
+# install PACKAGE...: installs what is missing of a list.
+install() {
+  local missing=() package
+  for package in "$@"; do installed "$package" || missing+=("$package"); done
+  [ ${#missing[@]} -eq 0 ] && return
+  command -v apt-get >/dev/null || die "please install: ${missing[*]}"
+  say "installing ${missing[*]}"
+  if [ -z "${package_lists_are_new:-}" ]; then
+    # A complaint about one stale index is no reason to stop.
+    as_root apt-get update -qq || true
+    package_lists_are_new=1
+  fi
+  # Where the newest of both architectures differ, one suite has them in step.
+  as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" ||
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq -t bookworm --no-install-recommends "${missing[@]}" ||
+    die "could not install: ${missing[*]}"
+}
+
+install_build_tools() { install g++ cmake ninja-build googletest; }
+
+install_windows_tools() {
+  if ! dpkg --print-foreign-architectures | grep -qx i386; then
+    as_root dpkg --add-architecture i386
+    package_lists_are_new=
+  fi
+  install g++-mingw-w64-i686-posix wine wine32:i386
+}
+
+# build PRESET [CMAKE-ARGUMENT...]
+build() {
+  say "building $1"
+  cmake --preset "$@" >"build-$1.log" 2>&1 || { cat "build-$1.log" >&2; rm -f "build-$1.log"; die "cmake failed"; }
+  rm -f "build-$1.log"
+  cmake --build --preset "$1" -- --quiet
+}

@@ -1,0 +1,416 @@
+#include "kiv_allocator.h"
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "gtest/gtest.h"
+#include "tests/support/counting_allocator.h"
+#include "tests/support/process.h"
+#include "tests/support/random.h"
+
+namespace {
+
+using kiv::test::CountingAllocator;
+using Log = std::vector<std::string>;
+
+const std::string kRecord = std::to_string(sizeof(KIV_ALLOCATOR));
+const std::string kCell = std::to_string(sizeof(void *));
+const std::string kChunkHeader = std::to_string(2 * sizeof(void *));
+
+uint8_t *bytes(void *block) { return static_cast<uint8_t *>(block); }
+
+bool all_zero(const void *block, size_t size) {
+  const auto *first = static_cast<const uint8_t *>(block);
+  return std::all_of(first, first + size, [](uint8_t byte) { return byte == 0; });
+}
+
+/// The wrapping kind in caller's storage over a counting parent.
+struct Wrap {
+  CountingAllocator parent;
+  KIV_ALLOCATOR record;
+  KIV_ALLOCATOR *operator->() { return &record; }
+  operator KIV_ALLOCATOR *() { return &record; }
+  explicit Wrap(uint32_t locked = 0) { EXPECT_EQ(kiv_allocator_wrap_new(&record, parent.record(), locked), &record); }
+  ~Wrap() { kiv_allocator_wrap_delete(&record); }
+};
+
+struct Fast {
+  CountingAllocator parent;
+  KIV_ALLOCATOR record;
+  KIV_ALLOCATOR *operator->() { return &record; }
+  operator KIV_ALLOCATOR *() { return &record; }
+  explicit Fast(uint32_t chunk_size, void *buffer = nullptr, uint32_t buffer_size = 0, uint32_t locked = 0) {
+    EXPECT_EQ(kiv_allocator_fast_new(&record, parent.record(), locked, buffer, buffer_size, chunk_size), 0);
+  }
+  ~Fast() { kiv_allocator_fast_delete(&record); }
+};
+
+// --- The default kind
+// -------------------------------------------------------------------------------------------------
+
+TEST(DefaultAllocator, IsTheHeap) {
+  KIV_ALLOCATOR storage;
+  std::memset(&storage, 0xFF, sizeof storage);
+  KIV_ALLOCATOR *allocator = kiv_allocator_default_new(&storage);
+  EXPECT_EQ(allocator, &storage);
+  EXPECT_EQ(storage.state.words[11], 1u);
+  EXPECT_NE(storage.state.words[2], 0u);
+  EXPECT_EQ(storage.state.words[0], 0u);
+  auto *block = bytes(allocator->calloc(allocator, 3, 5));
+  EXPECT_TRUE(all_zero(block, 15));
+  block[14] = 7;
+  block = bytes(allocator->realloc(allocator, block, 1000));
+  EXPECT_EQ(block[14], 7);
+  allocator->free(allocator, block);
+  allocator->free(allocator, nullptr);
+  allocator->free(allocator, allocator->realloc_nofail(allocator, nullptr, 8));
+  allocator->free(allocator, allocator->alloc_nofail(allocator, 8));
+  block = bytes(allocator->calloc_nofail(allocator, 2, 4));
+  EXPECT_TRUE(all_zero(block, 8));
+  allocator->free(allocator, block);
+  EXPECT_EQ(kiv_allocator_default_delete(allocator), 1);
+}
+
+KIV_CHILD(crash) { kiv_crash(); }
+
+TEST(DefaultAllocator, CrashFaults) {
+  const auto result = kiv::test::run_child("crash");
+#if defined(_WIN32)
+  EXPECT_EQ(static_cast<uint32_t>(result.exit_code), 0xC0000005u);
+#elif defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  EXPECT_NE(result.err.find("SEGV on unknown address 0x000000000000"), std::string::npos) << result.err;
+#else
+  EXPECT_EQ(result.exit_code, -1);
+#endif
+}
+
+// --- The wrapping kind
+// ------------------------------------------------------------------------------------------------
+
+TEST(WrapAllocator, CallsOfItsParent) {
+  Wrap wrap;
+  auto &log = wrap.parent.log;
+  EXPECT_EQ(wrap->alloc(wrap, 0), nullptr);
+  EXPECT_EQ(wrap->calloc(wrap, 0, 8), nullptr);
+  EXPECT_EQ(wrap->realloc(wrap, nullptr, 0), nullptr);
+  wrap->free(wrap, nullptr);
+  EXPECT_TRUE(log.empty());
+
+  auto *block = bytes(wrap->calloc_nofail(wrap, 3, 4));
+  EXPECT_TRUE(all_zero(block, 12));
+  EXPECT_EQ(block[12], 0xA5);  // not one byte more
+  EXPECT_EQ(log, (Log{"alloc_nofail 12 -> 1", "alloc " + kCell + " -> 2"}));
+
+  wrap.parent.clear_log();
+  block[11] = 42;
+  block = bytes(wrap->realloc(wrap, block, 30));
+  EXPECT_EQ(block[11], 42);
+  block = bytes(wrap->realloc_nofail(wrap, block, 20));
+  EXPECT_EQ(log, (Log{"realloc 1 30 -> 3", "realloc_nofail 3 20 -> 4"}));
+
+  wrap.parent.clear_log();
+  int stranger = 5;
+  void *fresh = wrap->realloc(wrap, &stranger, 8);
+  EXPECT_EQ(stranger, 5);
+  EXPECT_EQ(log, (Log{"alloc 8 -> 5", "alloc " + kCell + " -> 6"}));
+  wrap->free(wrap, &stranger);  // not ours: left alone
+
+  wrap.parent.clear_log();
+  EXPECT_EQ(wrap->realloc(wrap, block, 0), nullptr);  // the parent releases it, then its cell goes
+  wrap->free(wrap, fresh);
+  EXPECT_EQ(log, (Log{"realloc 4 0 -> 0", "free 2", "free 5", "free 6"}));
+  EXPECT_EQ(wrap.parent.live_blocks(), 0u);
+  EXPECT_EQ(wrap->calloc(wrap, 0x10000, 0x10000), nullptr);  // the product wraps to 0
+}
+
+TEST(WrapAllocator, FailuresLeaveTheBlockAndAskForACell) {
+  Wrap wrap;
+  auto &log = wrap.parent.log;
+  wrap.parent.fail_at(1);
+  EXPECT_EQ(wrap->alloc(wrap, 8), nullptr);
+  EXPECT_EQ(log, (Log{"alloc 8 -> 0", "alloc " + kCell + " -> 1", "free 1"}));
+  wrap.parent.clear_log();
+  wrap.parent.fail_at(2);
+  EXPECT_EQ(wrap->alloc(wrap, 8), nullptr);
+  EXPECT_EQ(log, (Log{"alloc 8 -> 2", "alloc " + kCell + " -> 0", "free 2"}));
+  auto *block = bytes(wrap->alloc(wrap, 8));
+  block[7] = 9;
+  wrap.parent.fail_at(1);
+  EXPECT_EQ(wrap->realloc(wrap, block, 100), nullptr);
+  EXPECT_EQ(block[7], 9);
+  wrap.parent.clear_log();
+  wrap->free(wrap, block);  // still registered
+  EXPECT_EQ(log, (Log{"free 3", "free 4"}));
+}
+
+TEST(WrapAllocator, ReleasesAllLowestAddressFirst) {
+  Wrap wrap;
+  std::vector<void *> blocks;
+  for (uint32_t i = 0; i < 200; ++i) blocks.push_back(wrap->alloc(wrap, 1 + i * 37 % 500));
+  for (uint32_t i = 0; i < 200; i += 3) blocks[i] = wrap->realloc(wrap, blocks[i], 700);
+  wrap.parent.clear_log();
+  kiv_allocator_wrap_dealloc_all(wrap);
+  EXPECT_EQ(wrap.parent.live_blocks(), 0u);
+  std::sort(blocks.begin(), blocks.end(), std::less<>());
+  ASSERT_EQ(wrap.parent.log.size(), 400u);
+  for (size_t i = 0; i < 200; ++i) {
+    EXPECT_EQ(wrap.parent.log[2 * i], "free " + std::to_string(wrap.parent.name_of(blocks[i])));
+  }
+  kiv_allocator_wrap_dealloc_all(wrap);
+  EXPECT_NE(wrap->alloc(wrap, 1), nullptr);  // usable; released by delete
+}
+
+TEST(WrapAllocator, Records) {
+  CountingAllocator parent;
+  KIV_ALLOCATOR *wrap = kiv_allocator_wrap_new(nullptr, parent.record(), 1);
+  EXPECT_EQ(parent.log, Log{"alloc " + kRecord + " -> 1"});
+  EXPECT_EQ(wrap->state.wrap.caller_owned, 0u);
+  EXPECT_EQ(wrap->state.wrap.parent, parent.record());
+  kiv_allocator_wrap_delete(wrap);
+  parent.fail_at(1);
+  EXPECT_EQ(kiv_allocator_wrap_new(nullptr, parent.record(), 0), nullptr);
+}
+
+/// Random operations with a failing parent against a map of contents.
+TEST(WrapAllocator, Model) {
+  auto random = kiv::test::make_random();
+  Wrap wrap(1);
+  std::map<uint8_t *, std::pair<uint32_t, uint8_t>> model;  // size and fill byte
+  for (int step = 0; step < 5000; ++step) {
+    const uint32_t size = 1 + kiv::test::below(random, 64);
+    const auto fill = static_cast<uint8_t>(step);
+    if (kiv::test::below(random, 4) == 0) wrap.parent.fail_at(1 + kiv::test::below(random, 3));
+    const bool fresh = model.empty() || kiv::test::below(random, 3) == 0;
+    auto victim = model.begin();
+    if (!fresh) std::advance(victim, kiv::test::below(random, static_cast<uint32_t>(model.size())));
+    if (!fresh) {
+      const auto [old_size, old_fill] = victim->second;
+      for (uint32_t i = 0; i < old_size; ++i) ASSERT_EQ(victim->first[i], old_fill);
+    }
+    if (!fresh && kiv::test::below(random, 2) == 0) {
+      wrap->free(wrap, victim->first);
+      model.erase(victim);
+      continue;
+    }
+    auto *block = bytes(fresh ? wrap->alloc(wrap, size) : wrap->realloc(wrap, victim->first, size));
+    if (block == nullptr) continue;
+    if (!fresh) {
+      const auto [old_size, old_fill] = victim->second;
+      for (uint32_t i = 0; i < std::min(size, old_size); ++i) ASSERT_EQ(block[i], old_fill);
+      model.erase(victim);
+    }
+    std::memset(block, fill, size);
+    model[block] = {size, fill};
+  }
+  EXPECT_EQ(wrap.parent.live_blocks(), 2 * model.size());
+}
+
+// --- The fast kind
+// ----------------------------------------------------------------------------------------------------
+
+uint32_t recorded_size(void *block) {
+  uint32_t size;
+  std::memcpy(&size, bytes(block) - 8, sizeof size);
+  return size;
+}
+
+TEST(FastAllocator, AddressPattern) {
+  alignas(8) uint8_t buffer[64];
+  Fast fast(64, buffer + 1, 47);  // starts at buffer + 8, with 40 bytes to use
+  auto *first = bytes(fast->alloc(fast, 1));
+  auto *second = bytes(fast->alloc_nofail(fast, 16));
+  EXPECT_EQ(first, buffer + 16);
+  EXPECT_EQ(second, first + 16);
+  EXPECT_EQ(recorded_size(first), 8u);
+  EXPECT_EQ(recorded_size(second), 16u);
+  EXPECT_TRUE(fast.parent.log.empty());
+
+  auto *third = bytes(fast->alloc(fast, 0));  // header only, and the buffer is full
+  EXPECT_EQ(third, fast->state.fast.chunks == nullptr ? second + 24 : third);
+  EXPECT_EQ(fast.parent.log, (Log{"alloc " + kChunkHeader + " -> 1", "alloc 64 -> 2"}));
+  auto *fourth = bytes(fast->alloc(fast, 40));
+  EXPECT_EQ(fourth, third + 8);
+  auto *large = bytes(fast->alloc_nofail(fast, 100));  // a chunk of exactly its need; the rest of the old one is lost
+  EXPECT_EQ(fast.parent.log.back(), "alloc_nofail 112 -> 4");
+  fast->free(fast, large);
+  fast->free(fast, nullptr);
+  EXPECT_NE(fast->alloc(fast, 1), nullptr);
+  EXPECT_EQ(fast.parent.log.back(), "alloc 64 -> 6");
+
+  fast.parent.clear_log();
+  kiv_allocator_fast_dealloc_all(fast);
+  EXPECT_EQ(fast.parent.log, (Log{"free 6", "free 5", "free 4", "free 3", "free 2", "free 1"}));
+  EXPECT_EQ(fast->alloc(fast, 1), first);  // the buffer again, from its start
+}
+
+TEST(FastAllocator, CallocAndRealloc) {
+  Fast fast(256);
+  void *block = fast->calloc(fast, 3, 3);
+  EXPECT_TRUE(all_zero(block, 16));
+  EXPECT_EQ(recorded_size(block), 16u);
+  std::memcpy(block, "0123456789abcdef", 16);
+  EXPECT_EQ(fast->realloc(fast, block, 5), block);
+  EXPECT_EQ(recorded_size(block), 5u);  // not rounded
+  auto *grown = bytes(fast->realloc_nofail(fast, block, 6));
+  EXPECT_NE(grown, block);
+  EXPECT_EQ(std::memcmp(grown, "01234", 5), 0);
+  EXPECT_EQ(grown[5], 0xA5);  // what was beyond the recorded size is not copied
+  EXPECT_EQ(recorded_size(grown), 8u);
+  EXPECT_NE(fast->realloc(fast, nullptr, 8), nullptr);
+  EXPECT_TRUE(all_zero(fast->calloc_nofail(fast, 1, 8), 8));
+  fast.parent.fail_at(2);
+  EXPECT_EQ(fast->realloc(fast, grown, 1000), nullptr);
+  EXPECT_EQ(fast.parent.log.back(), "free 0");  // what the parent did not give is freed with what it gave
+  EXPECT_EQ(std::memcmp(grown, "01234", 5), 0);
+  // Sizes wrap: 2^32 - 1 rounds up to nothing.
+  void *wrapped = fast->alloc(fast, 0xFFFFFFFF);
+  ASSERT_NE(wrapped, nullptr);
+  EXPECT_EQ(recorded_size(wrapped), 0u);
+}
+
+TEST(FastAllocator, SurvivesFailures) {
+  kiv::test::sweep_failures([](CountingAllocator &parent) {
+    KIV_ALLOCATOR fast;
+    ASSERT_EQ(kiv_allocator_fast_new(&fast, parent.record(), 1, nullptr, 0, 100), 0);
+    for (uint32_t i = 0; i < 40; ++i) {
+      void *block = fast.calloc(&fast, 1, i);
+      if (block != nullptr) EXPECT_TRUE(all_zero(block, i));
+    }
+    kiv_allocator_fast_delete(&fast);
+    EXPECT_EQ(parent.live_blocks(), 0u);
+  });
+}
+
+TEST(LockedAllocators, ManyThreads) {
+  KIV_ALLOCATOR standard, wrap, fast;
+  kiv_allocator_default_new(&standard);
+  ASSERT_EQ(kiv_allocator_wrap_new(&wrap, &standard, 1), &wrap);
+  ASSERT_EQ(kiv_allocator_fast_new(&fast, &wrap, 1, nullptr, 0, 1000), 0);
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&, t] {
+      for (uint32_t i = 1; i < 1000; ++i) {
+        auto *carved = bytes(fast.calloc(&fast, 1, i % 50));
+        auto *block = bytes(wrap.alloc(&wrap, i % 50 + 1));
+        std::memset(carved, t, i % 50);
+        std::memset(block, t, i % 50 + 1);
+        block = bytes(wrap.realloc(&wrap, block, 80));
+        carved = bytes(fast.realloc(&fast, carved, 80));
+        EXPECT_EQ(block[i % 50], t);
+        if (i % 50 != 0) EXPECT_EQ(carved[i % 50 - 1], t);
+        if (i % 2 == 0) wrap.free(&wrap, block);
+        fast.free(&fast, carved);
+      }
+    });
+  }
+  for (auto &thread : threads) thread.join();
+  kiv_allocator_fast_delete(&fast);
+  kiv_allocator_wrap_delete(&wrap);
+  kiv_allocator_default_delete(&standard);
+}
+
+// --- Groups, chunk-wise resizing, byte strings
+// ------------------------------------------------------------------------
+
+TEST(GroupedBlocks, Layout) {
+  CountingAllocator allocator;
+  uint8_t *out[8];
+  void **slots[8];
+  const auto reset = [&] {
+    for (int i = 0; i < 8; ++i) {
+      out[i] = bytes(&allocator);
+      slots[i] = reinterpret_cast<void **>(&out[i]);
+    }
+  };
+  const auto untouched = [&](int i) { return out[i] == bytes(&allocator); };
+  KIV_ALLOCATOR *record = allocator.record();
+  for (const bool zero : {false, true}) {
+    reset();
+    EXPECT_EQ((zero ? kiv_calloc4 : kiv_alloc4)(record, 0, 5, 0, 9, slots[0], slots[1], slots[2], slots[3]), 0);
+    EXPECT_EQ(allocator.size_of(out[1]), 24u);
+    EXPECT_EQ(out[3], out[1] + 8);
+    EXPECT_TRUE(untouched(0) && untouched(2));
+    EXPECT_EQ(all_zero(out[1], 24), zero);
+    record->free(record, out[1]);
+
+    const auto group8 = zero ? kiv_calloc8 : kiv_alloc8;
+    reset();
+    EXPECT_EQ(group8(record, 8, 1, 0, 16, 7, 0, 0, 3, slots[0], slots[1], slots[2], slots[3], slots[4], slots[5],
+                     slots[6], slots[7]),
+              0);
+    EXPECT_EQ(allocator.size_of(out[0]), 48u);
+    EXPECT_EQ(out[1], out[0] + 8);
+    EXPECT_EQ(out[3], out[0] + 16);
+    EXPECT_EQ(out[4], out[0] + 32);
+    EXPECT_EQ(out[7], out[0] + 40);
+    EXPECT_TRUE(untouched(2) && untouched(5) && untouched(6));
+    EXPECT_EQ(all_zero(out[0], 48), zero);
+    record->free(record, out[0]);
+
+    reset();
+    allocator.clear_log();
+    EXPECT_EQ(group8(record, 0, 0, 0, 0, 0, 0, 0, 0, slots[0], slots[1], slots[2], slots[3], slots[4], slots[5],
+                     slots[6], slots[7]),
+              0);
+    EXPECT_TRUE(allocator.log.empty());
+    allocator.fail_at(1);
+    EXPECT_EQ((zero ? kiv_calloc4 : kiv_alloc4)(record, 1, 2, 3, 4, slots[0], slots[1], slots[2], slots[3]), 1);
+    EXPECT_TRUE(untouched(0) && untouched(1) && untouched(2) && untouched(3));
+  }
+}
+
+TEST(ReallocChunkwise, Rules) {
+  CountingAllocator allocator;
+  KIV_ALLOCATOR *record = allocator.record();
+  void *block = nullptr;
+  EXPECT_EQ(kiv_alloc_realloc_chunkwise(record, 6, &block, 0, 10, 1), 0);
+  EXPECT_EQ(allocator.size_of(block), 64u);
+  EXPECT_TRUE(all_zero(block, 10));
+  allocator.clear_log();
+  void *same = block;
+  EXPECT_EQ(kiv_alloc_realloc_chunkwise(record, 6, &block, 10, 60, 0), 0);
+  EXPECT_EQ(bytes(block)[59], 0xA5);
+  EXPECT_EQ(kiv_alloc_realloc_chunkwise(record, 38, &block, 10, 60, 1), 0);  // the shift counts modulo 32
+  EXPECT_TRUE(all_zero(block, 60));
+  EXPECT_EQ(block, same);
+  EXPECT_TRUE(allocator.log.empty());
+  allocator.fail_at(1);
+  EXPECT_EQ(kiv_alloc_realloc_chunkwise(record, 6, &block, 60, 65, 1), 1);
+  EXPECT_EQ(block, same);
+  EXPECT_EQ(kiv_alloc_realloc_chunkwise(record, 6, &block, 60, 1000, 0), 0);
+  EXPECT_EQ(allocator.size_of(block), 1024u);
+  same = block;
+  allocator.fail_at(1);
+  EXPECT_EQ(kiv_alloc_realloc_chunkwise(record, 6, &block, 1000, 1, 0), 0);  // keeping too much is no failure
+  EXPECT_EQ(block, same);
+  EXPECT_EQ(kiv_alloc_realloc_chunkwise(record, 6, &block, 60, 0, 1), 0);
+  EXPECT_EQ(block, nullptr);
+  EXPECT_EQ(allocator.live_blocks(), 0u);
+}
+
+TEST(ByteStrings, DuplicateAndAppend) {
+  const uint32_t points = kiv::test::sweep_failures([](CountingAllocator &allocator) {
+    KIV_ALLOCATOR *record = allocator.record();
+    char *text = kiv_strdup(record, nullptr);
+    if (text != nullptr) EXPECT_STREQ(text, "");
+    EXPECT_EQ(kiv_strcat(record, text, nullptr), text);
+    for (const char *more : {"left", "", " right"}) {
+      const std::string before = text != nullptr ? text : "";
+      char *longer = kiv_strcat(record, text, more);
+      if (longer == nullptr) {
+        if (text != nullptr) EXPECT_EQ(text, before);
+        continue;
+      }
+      EXPECT_EQ(longer, before + more);
+      text = longer;
+    }
+    record->free(record, text);
+  });
+  EXPECT_EQ(points, 4u);
+}
+
+}  // namespace

@@ -1,0 +1,31 @@
+// Stands in for the heap, the sleep and the crash of os/platform.h, in test programs that link the static library and
+// have platform_seam.cpp among their sources.
+#ifndef KIV_TESTS_SUPPORT_PLATFORM_SEAM_H
+#define KIV_TESTS_SUPPORT_PLATFORM_SEAM_H
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace kiv::test {
+
+struct PlatformSeam {
+  /// The heap's next `failures` allocations fail, after `successes` good ones.
+  uint32_t successes = 0;
+  uint32_t failures = 0;
+  /// Blocks that are alive.
+  size_t live = 0;
+  /// Calls since the last reset: "malloc 8", "calloc 2 4", "realloc null 8", "realloc block 8", "sleep 1000", "crash".
+  std::vector<std::string> log;
+};
+
+extern PlatformSeam platform;
+
+/// Runs body and tells whether it called crash(), which ends it there.
+bool crashes(const std::function<void()> &body);
+
+}  // namespace kiv::test
+
+#endif
