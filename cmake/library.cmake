@@ -27,9 +27,11 @@ if(WIN32)
 else()
   set_target_properties(kiv_shared PROPERTIES OUTPUT_NAME kiv_common VERSION ${PROJECT_VERSION}
                                               SOVERSION ${PROJECT_VERSION_MAJOR})
-  target_link_options(
-    kiv_shared PRIVATE -static-libgcc -Wl,-Bsymbolic-functions -Wl,-z,relro,-z,now -Wl,--as-needed
-    $<$<NOT:$<BOOL:${KIV_SANITIZE}>>:-Wl,-z,defs> -Wl,--version-script=${CMAKE_BINARY_DIR}/kiv_common.map)
+  target_link_options(kiv_shared PRIVATE -static-libgcc -Wl,-Bsymbolic-functions -Wl,-z,relro,-z,now -Wl,--as-needed
+                      -Wl,--version-script=${CMAKE_BINARY_DIR}/kiv_common.map)
+  if(NOT KIV_SANITIZE)
+    target_link_options(kiv_shared PRIVATE -Wl,-z,defs)
+  endif()
   set_target_properties(kiv_shared PROPERTIES LINK_DEPENDS ${CMAKE_BINARY_DIR}/kiv_common.map)
   target_link_libraries(kiv_shared PRIVATE Threads::Threads)
 endif()

@@ -20,12 +20,15 @@ bool init_recursive_mutex(pthread_mutex_t *mutex) {
   return made;
 }
 
+/// Closing a mutex that one holds is allowed, as often as one has taken it; one that another thread holds stays.
 bool destroy_mutex(pthread_mutex_t *mutex) {
-  // Closing a mutex that one holds is allowed; one that another thread holds stays.
   if (!ok(pthread_mutex_trylock(mutex))) return false;
-  while (pthread_mutex_unlock(mutex) == 0) {
-  }
-  return ok(pthread_mutex_destroy(mutex));
+  int error = 0;
+  do {
+    pthread_mutex_unlock(mutex);
+    error = pthread_mutex_destroy(mutex);
+  } while (error == EBUSY);
+  return ok(error);
 }
 
 }  // namespace
