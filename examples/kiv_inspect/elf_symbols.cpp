@@ -1,0 +1,87 @@
+#include "examples/kiv_inspect/elf_image.h"
+#include "examples/kiv_inspect/symbol_names.h"
+#include "examples/kiv_inspect/symbol_readers.h"
+
+namespace kiv::inspect {
+namespace {
+
+enum : uint32_t { kSymtab = 2, kDynsym = 11 };                             // section types
+enum : uint64_t { kUndefined = 0, kAbsolute = 0xFFF1, kCommon = 0xFFF2 };  // section indices
+enum : uint64_t { kNoType = 0, kObject = 1, kFunction = 2, kIfunc = 10 };  // symbol types
+enum : uint64_t { kGlobal = 1, kWeak = 2, kUnique = 10 };                  // symbol bindings
+
+struct Layout {
+  uint32_t symbol_size;
+  Field name, value, info, section;
+};
+constexpr Layout kLayout32 = {16, {0, 4}, {4, 4}, {12, 1}, {14, 2}};
+constexpr Layout kLayout64 = {24, {0, 4}, {8, 8}, {4, 1}, {6, 2}};
+
+SymbolBinding binding_of(uint64_t binding) {
+  if (binding == kGlobal || binding == kUnique) return SymbolBinding::global;
+  return binding == kWeak ? SymbolBinding::weak : SymbolBinding::local;
+}
+
+/// The kind of a symbol that names an address; none for sections, files, thread-local variables and the like.
+std::optional<SymbolKind> kind_of(uint64_t type) {
+  switch (type) {
+    case kFunction:
+    case kIfunc:
+      return SymbolKind::function;
+    case kObject:
+      return SymbolKind::object;
+    case kNoType:
+      return SymbolKind::other;
+    default:
+      return std::nullopt;
+  }
+}
+
+Status add_symbol(ByteView entry, const Layout &in, ByteView strings, SymbolNames &names, SymbolTable &table) {
+  const uint64_t section = entry.number(in.section);
+  if (section == kUndefined || section == kAbsolute || section == kCommon) return {};
+  const uint64_t info = entry.number(in.info);  // type in the lower half, binding in the upper one
+  const auto kind = kind_of(info & 15);
+  const uint64_t name_offset = entry.number(in.name);
+  if (!kind || name_offset == 0) return {};
+  Symbol symbol = {entry.number(in.value), {}, *kind, binding_of(info >> 4)};
+  const Status status = names.read(strings, name_offset, &symbol.name);
+  return status.ok() && !symbol.name.empty() ? table.add(symbol) : status;
+}
+
+Status read_table(const ElfImage &image, const ElfSection &section, SymbolNames &names, SymbolTable &table) {
+  if (section.size == 0) return {};
+  const Layout &in = image.has_64_bits() ? kLayout64 : kLayout32;
+  if (section.entry_size < in.symbol_size) return {"its symbol table's entries are too small"};
+  if (section.link >= image.section_count()) return {"a symbol table has no string table"};
+  ByteView symbols, strings;
+  Status status = image.contents(section, &symbols);
+  if (status.ok()) status = image.contents(image.section(section.link), &strings);
+  for (uint64_t at = 0; status.ok(); at += section.entry_size) {
+    const auto entry = symbols.part(at, section.entry_size);
+    if (!entry) break;
+    status = add_symbol(*entry, in, strings, names, table);
+  }
+  return status;
+}
+
+}  // namespace
+
+Status read_elf_symbols(ByteView file, SymbolTable &table) {
+  ElfImage image;
+  Status status = image.open(file);
+  table.address_digits = image.has_64_bits() ? 16 : 8;
+  SymbolNames names(file.size());
+  uint32_t seen_symtab = 0, seen_dynsym = 0;
+  for (uint32_t i = 0; status.ok() && i < image.section_count(); ++i) {
+    const ElfSection section = image.section(i);
+    if (section.type != kSymtab && section.type != kDynsym) continue;
+    // More than one of a type is not allowed; many that lie over each other would take quadratic time.
+    if (++(section.type == kSymtab ? seen_symtab : seen_dynsym) > 1)
+      return {"it has several symbol tables of one type"};
+    status = read_table(image, section, names, table);
+  }
+  return status;
+}
+
+}  // namespace kiv::inspect

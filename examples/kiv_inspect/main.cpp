@@ -1,0 +1,46 @@
+// kiv_inspect looks into programs, ELF or PE, for the people who write debuggers. The exit status is 0, 1 after an
+// error (one line on standard error tells it), or 2 for a command line that makes no sense.
+
+#include <climits>
+#include <cstdio>
+#include <cstring>
+
+#include "examples/kiv_inspect/command.h"
+
+namespace kiv::inspect {
+namespace {
+
+constexpr Command kCommands[] = {
+    {"symbols", "PROGRAM [PATTERN]", 1, 2,
+     "the symbols in the order of their addresses: address, kind (F function, O object, - other), name;\n"
+     "      with a pattern those whose whole name it matches (* any characters, ? any one)",
+     run_symbols},
+    {"resolve", "PROGRAM HEX...", 2, INT_MAX, "the nearest symbol at or below each address, and the distance from it",
+     run_resolve},
+};
+
+void print_usage() {
+  std::fputs("usage:\n", stderr);
+  for (const Command &command : kCommands) {
+    std::fprintf(stderr, "  kiv_inspect %s %s\n      %s\n", command.name, command.arguments, command.help);
+  }
+}
+
+Outcome run(int argc, char **argv) {
+  const Arguments arguments = {argc - 2, argv + 2};
+  for (const Command &command : kCommands) {
+    if (argc < 2 || std::strcmp(argv[1], command.name) != 0) continue;
+    if (arguments.count < command.least || arguments.count > command.most) break;
+    return command.run(arguments);
+  }
+  return Outcome::wrong_usage;
+}
+
+}  // namespace
+}  // namespace kiv::inspect
+
+int main(int argc, char **argv) {
+  const auto outcome = kiv::inspect::run(argc, argv);
+  if (outcome == kiv::inspect::Outcome::wrong_usage) kiv::inspect::print_usage();
+  return static_cast<int>(outcome);
+}

@@ -1,0 +1,109 @@
+#include "examples/kiv_inspect/pe_image.h"
+
+#include <algorithm>
+
+namespace kiv::inspect {
+namespace {
+
+constexpr uint32_t kDosHeaderSize = 64;
+constexpr uint32_t kHeaderOffsetAt = 60;  // in the DOS header
+constexpr uint32_t kCoffHeaderSize = 24;  // with the signature before it
+constexpr uint32_t kSectionSize = 40;
+constexpr uint32_t kExecutable = 0x20000000;
+
+/// The optional header of one width.
+struct Layout {
+  uint16_t magic;
+  Field base, directory_count;
+  uint32_t export_directory;
+};
+constexpr Layout kLayout32 = {0x10B, {28, 4}, {92, 4}, 96};
+constexpr Layout kLayout64 = {0x20B, {24, 8}, {108, 4}, 112};
+
+int by_address(const void *key, const void *value) {
+  const uint32_t a = static_cast<const PeSection *>(key)->address, b = static_cast<const PeSection *>(value)->address;
+  return (a > b) - (a < b);
+}
+
+}  // namespace
+
+bool PeImage::recognises(ByteView file) {
+  const auto dos_header = file.in_order(ByteOrder::little).part(0, kDosHeaderSize);
+  if (!dos_header || dos_header->u16(0) != 0x5A4D) return false;  // "MZ"
+  const auto signature = file.part(dos_header->u32(kHeaderOffsetAt), 4);
+  return signature && signature->in_order(ByteOrder::little).u32(0) == 0x4550;  // "PE", two zeros
+}
+
+Status PeImage::open(ByteView file, KIV_ALLOCATOR *scratch) {
+  file_ = file.in_order(ByteOrder::little);
+  const uint64_t header_at = file_.u32(kHeaderOffsetAt);
+  const auto header = file_.part(header_at, kCoffHeaderSize);
+  if (!header) return {"its PE header is cut off"};
+  const uint32_t section_count = header->u16(6);
+  coff_symbols_ = {header->u32(12), header->u32(16)};
+  const uint32_t optional_size = header->u16(20);
+  const auto optional = file_.part(header_at + kCoffHeaderSize, optional_size);
+  if (!optional) return {"its PE header is cut off"};
+  const uint16_t magic = optional->u16(0);
+  if (magic != kLayout32.magic && magic != kLayout64.magic) return {"its kind of PE header is unknown"};
+  has_64_bits_ = magic == kLayout64.magic;
+  read_optional_header(*optional);
+  const auto sections = file_.part(header_at + kCoffHeaderSize + optional_size, uint64_t{section_count} * kSectionSize);
+  if (!sections) return {"its section table lies outside the file"};
+  return read_sections(*sections, section_count, scratch);
+}
+
+/// What a short header lacks reads as 0: such an image has no export table.
+void PeImage::read_optional_header(ByteView header) {
+  const Layout &in = has_64_bits_ ? kLayout64 : kLayout32;
+  base_ = header.number(in.base);
+  if (header.number(in.directory_count) == 0) return;
+  export_table_ = {header.u32(in.export_directory), header.u32(in.export_directory + 4)};
+}
+
+Status PeImage::read_sections(ByteView headers, uint32_t count, KIV_ALLOCATOR *scratch) {
+  by_address_ = kiv_avl_new_using_KIV_ALLOCATOR(scratch, by_address, nullptr, nullptr);
+  // At most 65535 records: the size cannot overflow.
+  sections_ = static_cast<PeSection *>(scratch->alloc(scratch, count * static_cast<uint32_t>(sizeof(PeSection))));
+  if (by_address_ == nullptr || sections_ == nullptr) return kOutOfMemory;
+  for (uint32_t at = 0; section_count_ < count; at += kSectionSize) {
+    const ByteView header = headers.part(at, kSectionSize).value_or(ByteView());
+    PeSection &section = sections_[section_count_++];
+    section.address = header.u32(12);
+    section.file_offset = header.u32(20);
+    section.file_size = section.file_offset != 0 ? header.u32(16) : 0;
+    section.size = std::max(header.u32(8), section.file_size);
+    section.executable = (header.u32(36) & kExecutable) != 0;
+    // Sections do not overlap. In a damaged file that has some, the earlier of two at one address counts.
+    if (section.size != 0 && kiv_avl_insert(by_address_, &section) != 0) return kOutOfMemory;
+  }
+  return {};
+}
+
+uint64_t PeImage::address_of(uint32_t rva) const {
+  const uint64_t address = base_ + rva;
+  return has_64_bits_ ? address : static_cast<uint32_t>(address);
+}
+
+const PeSection *PeImage::section_by_number(uint32_t number) const {
+  return number >= 1 && number <= section_count_ ? &sections_[number - 1] : nullptr;
+}
+
+const PeSection *PeImage::section_at(uint32_t rva) const {
+  const PeSection key = {rva, 0, 0, 0, false};
+  const auto *section = static_cast<const PeSection *>(kiv_avl_find_largest_less_or_equal(by_address_, &key));
+  return section != nullptr && rva - section->address < section->size ? section : nullptr;
+}
+
+Status PeImage::bytes_at(uint32_t rva, ByteView *bytes) const {
+  const PeSection *section = section_at(rva);
+  if (section == nullptr) return {"an address lies in no section"};
+  const auto contents = file_.part(section->file_offset, section->file_size);
+  if (!contents) return {"a section lies outside the file"};
+  const auto rest = contents->rest(rva - section->address);
+  if (!rest) return {"an address lies behind the bytes of its section"};
+  *bytes = *rest;
+  return {};
+}
+
+}  // namespace kiv::inspect

@@ -1,0 +1,38 @@
+// A program under inspection: its bytes, and what is read out of them.
+#ifndef KIV_INSPECT_PROGRAM_H
+#define KIV_INSPECT_PROGRAM_H
+
+#include "examples/kiv_inspect/byte_view.h"
+#include "examples/kiv_inspect/status.h"
+#include "examples/kiv_inspect/symbol_table.h"
+#include "kiv_allocator.h"
+
+namespace kiv::inspect {
+
+/// Reads the symbols of a program of any known format into an open table.
+Status read_symbols(ByteView file, SymbolTable &table);
+
+/// All memory comes from a wrapping allocator, so that one call gives everything back.
+class Program {
+ public:
+  /// REQUIRES: the parent outlives the program.
+  explicit Program(KIV_ALLOCATOR *parent);
+  ~Program();
+  Program(const Program &) = delete;
+  Program &operator=(const Program &) = delete;
+
+  /// Reads the file and its symbols. To be called once.
+  Status load(const char *path);
+
+  const SymbolTable &symbols() const { return symbols_; }
+
+ private:
+  KIV_ALLOCATOR storage_ = {};
+  KIV_ALLOCATOR *memory_;  // null when it could not be made
+  ByteView file_;
+  SymbolTable symbols_;
+};
+
+}  // namespace kiv::inspect
+
+#endif

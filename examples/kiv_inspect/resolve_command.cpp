@@ -1,0 +1,58 @@
+// kiv_inspect resolve PROGRAM HEX...: a line "ADDRESS NAME+0xOFFSET" for each address, with the nearest symbol at or
+// below it; "ADDRESS NAME" where it starts, "ADDRESS no symbol" below all symbols. How large a symbol is does not
+// count: many have no size.
+
+#include <cinttypes>
+#include <cstdio>
+#include <optional>
+#include <string_view>
+
+#include "examples/kiv_inspect/command.h"
+#include "examples/kiv_inspect/output.h"
+#include "examples/kiv_inspect/program.h"
+
+namespace kiv::inspect {
+namespace {
+
+std::optional<uint64_t> parse_address(std::string_view text) {
+  if (text.starts_with("0x") || text.starts_with("0X")) text.remove_prefix(2);
+  if (text.empty()) return std::nullopt;
+  uint64_t value = 0;
+  for (const char c : text) {
+    const bool decimal = c >= '0' && c <= '9';
+    const char letter = static_cast<char>(c | 0x20);
+    if ((!decimal && (letter < 'a' || letter > 'f')) || value >> 60 != 0) return std::nullopt;
+    value = value << 4 | static_cast<uint64_t>(decimal ? c - '0' : letter - 'a' + 10);
+  }
+  return value;
+}
+
+void print_resolved(const SymbolTable &symbols, uint64_t address) {
+  print_address(address, symbols.address_digits);
+  std::putchar(' ');
+  const Symbol *symbol = symbols.nearest(address);
+  if (symbol == nullptr) {
+    std::fputs("no symbol", stdout);
+  } else {
+    print_name(symbol->name);
+    if (symbol->address != address) std::printf("+0x%" PRIx64, address - symbol->address);
+  }
+  std::putchar('\n');
+}
+
+}  // namespace
+
+Outcome run_resolve(Arguments arguments) {
+  for (int i = 1; i < arguments.count; ++i) {
+    if (!parse_address(arguments.values[i])) return Outcome::wrong_usage;
+  }
+  KIV_ALLOCATOR heap;
+  Program program(kiv_allocator_default_new(&heap));
+  const char *path = arguments.values[0];
+  const Status status = program.load(path);
+  if (!status.ok()) return fail(path, status);
+  for (int i = 1; i < arguments.count; ++i) print_resolved(program.symbols(), *parse_address(arguments.values[i]));
+  return finish_output();
+}
+
+}  // namespace kiv::inspect

@@ -1,0 +1,74 @@
+#include "examples/kiv_inspect/symbol_table.h"
+
+#include <new>
+
+namespace kiv::inspect {
+namespace {
+
+constexpr uint32_t kChunkSize = 1u << 16;
+
+template <class T>
+int compare(T a, T b) {
+  return (a > b) - (a < b);
+}
+
+int compare_rank(const Symbol &a, const Symbol &b) {
+  const int kind = compare(a.kind, b.kind);
+  return kind != 0 ? kind : compare(a.binding, b.binding);
+}
+
+int by_address_and_name(const void *key, const void *value) {
+  const auto &a = *static_cast<const Symbol *>(key), &b = *static_cast<const Symbol *>(value);
+  const int address = compare(a.address, b.address);
+  return address != 0 ? address : a.name.compare(b.name);
+}
+
+int by_address_rank_and_name(const void *key, const void *value) {
+  const auto &a = *static_cast<const Symbol *>(key), &b = *static_cast<const Symbol *>(value);
+  const int address = compare(a.address, b.address);
+  if (address != 0) return address;
+  const int rank = compare_rank(a, b);
+  return rank != 0 ? rank : a.name.compare(b.name);
+}
+
+}  // namespace
+
+Status SymbolTable::open(KIV_ALLOCATOR *parent) {
+  if (kiv_allocator_fast_new(&pool_, parent, 0, nullptr, 0, kChunkSize) != 0) return kOutOfMemory;
+  in_order_ = kiv_avl_new_using_KIV_ALLOCATOR(&pool_, by_address_rank_and_name, nullptr, nullptr);
+  by_name_ = kiv_avl_new_using_KIV_ALLOCATOR(&pool_, by_address_and_name, nullptr, nullptr);
+  return in_order_ != nullptr && by_name_ != nullptr ? Status{} : kOutOfMemory;
+}
+
+Status SymbolTable::add(const Symbol &symbol) {
+  auto *known = static_cast<Symbol *>(kiv_avl_find(by_name_, &symbol));
+  if (known == nullptr) {
+    void *block = pool_.alloc(&pool_, sizeof(Symbol));
+    if (block == nullptr) return kOutOfMemory;
+    known = new (block) Symbol(symbol);
+    if (kiv_avl_insert(by_name_, known) != 0) return kOutOfMemory;
+  } else if (compare_rank(symbol, *known) < 0) {
+    (void)kiv_avl_detach(in_order_, known);
+    known->kind = symbol.kind;
+    known->binding = symbol.binding;
+  } else {
+    return {};
+  }
+  return kiv_avl_insert(in_order_, known) == 0 ? Status{} : kOutOfMemory;
+}
+
+const Symbol *SymbolTable::nearest(uint64_t address) const {
+  // No symbol is named "", so these keys lie before all symbols at their address.
+  const Symbol above = {address + 1, "", SymbolKind::function, SymbolBinding::global};
+  const auto *last = static_cast<const Symbol *>(address == UINT64_MAX ? kiv_avl_largest(in_order_)
+                                                                       : kiv_avl_find_largest_less(in_order_, &above));
+  if (last == nullptr) return nullptr;
+  const Symbol first = {last->address, "", SymbolKind::function, SymbolBinding::global};
+  return static_cast<const Symbol *>(kiv_avl_find_least_greater(in_order_, &first));
+}
+
+void SymbolTable::walk(KIV_AVL_WALK function, void *context) const {
+  (void)kiv_avl_conditional_sequential_walk(in_order_, function, context);
+}
+
+}  // namespace kiv::inspect

@@ -1,0 +1,64 @@
+// A program's symbols by address.
+//
+// Representation. Symbol records and the nodes of two trees come from one pool. The first tree orders symbols by
+// address, rank and name: that is the order in which they are shown and searched. The second orders them by address
+// and name, which tells a symbol that several of a program's tables have.
+// Invariants. Both trees have the same symbols. No two of them agree in address and name.
+// Cost. O(log n) compares for each symbol that is added or searched.
+#ifndef KIV_INSPECT_SYMBOL_TABLE_H
+#define KIV_INSPECT_SYMBOL_TABLE_H
+
+#include <cstdint>
+#include <string_view>
+
+#include "examples/kiv_inspect/status.h"
+#include "kiv_allocator.h"
+#include "kiv_avl.h"
+
+namespace kiv::inspect {
+
+/// Both in the order of preference where several symbols share an address.
+enum class SymbolKind : uint8_t { function, object, other };
+enum class SymbolBinding : uint8_t { global, weak, local };
+
+struct Symbol {
+  uint64_t address;
+  std::string_view name;  // in the file's bytes
+  SymbolKind kind;
+  SymbolBinding binding;
+};
+
+class SymbolTable {
+ public:
+  SymbolTable() = default;
+  SymbolTable(const SymbolTable &) = delete;  // the trees point to the pool
+  SymbolTable &operator=(const SymbolTable &) = delete;
+
+  /// Makes the table empty. All its memory comes from the parent, to which nothing is given back: the table ends with
+  /// what the parent releases as a whole.
+  Status open(KIV_ALLOCATOR *parent);
+
+  /// Adds a symbol. Of several with one address and name the best kind and binding remain. REQUIRES: open.
+  Status add(const Symbol &symbol);
+
+  /// The best symbol at the greatest address that is not above the given one, or null.
+  const Symbol *nearest(uint64_t address) const;
+
+  /// Calls function(symbol, context) in order until it gives 0.
+  void walk(KIV_AVL_WALK function, void *context) const;
+
+  /// Memory that lasts as long as the table, for readers that fill it.
+  KIV_ALLOCATOR *pool() { return &pool_; }
+
+  /// Hexadecimal digits of the program's addresses: 8 or 16.
+  int address_digits = 16;
+
+ private:
+  KIV_ALLOCATOR pool_ = {};
+  KIV_AVL_TREE *in_order_ = nullptr;
+  KIV_AVL_TREE *by_name_ = nullptr;
+};
+
+}  // namespace kiv::inspect
+
+#endif
