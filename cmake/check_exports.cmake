@@ -1,6 +1,7 @@
-# Holds a built library against the manifest: cmake -D LIBRARY=... -D MANIFEST=... -D OBJDUMP=... -D NM=... -P this file.
-# The exported names are those of the manifest, no fewer and no more; an alias has its target's address; nothing is
-# imported from a C++ or compiler runtime.
+# Holds a built library and its headers against the manifest:
+# cmake -D LIBRARY=... -D MANIFEST=... -D HEADERS=... -D OBJDUMP=... -D NM=... -P this file.
+# The exported names are those of the manifest, no fewer and no more, each declared in a public header; an alias has its
+# target's address; nothing is imported from a C++ or compiler runtime.
 cmake_minimum_required(VERSION 3.25)
 include(${CMAKE_CURRENT_LIST_DIR}/exports.cmake)
 kiv_read_exports(${MANIFEST})
@@ -70,6 +71,18 @@ foreach(name IN LISTS KIV_EXPORTS)
     if(NOT "${address_${name}}" STREQUAL "${address_${target}}")
       list(APPEND problems "${name} is not at the address of ${target}")
     endif()
+  endif()
+endforeach()
+
+file(GLOB headers ${HEADERS}/*.h)
+set(declarations)
+foreach(header IN LISTS headers)
+  file(READ ${header} text)
+  string(APPEND declarations "${text}")
+endforeach()
+foreach(name IN LISTS KIV_EXPORTS)
+  if(NOT declarations MATCHES "[ *]${name}\\(")
+    list(APPEND problems "no header declares ${name}")
   endif()
 endforeach()
 

@@ -1,4 +1,5 @@
-/* Height-balanced (AVL) search trees of untyped values, ordered by a caller's compare function.
+/** @file
+ * Height-balanced (AVL) search trees of untyped values, ordered by a caller's compare function.
  * Source: G. M. Adelson-Velsky and E. M. Landis, "An algorithm for the organization of information", 1962.
  *
  * Values are pointers and are not copied. Keys are not stored: a key is whatever compare accepts as its first
@@ -26,54 +27,54 @@ KIV_BEGIN_DECLARATIONS
 
 typedef struct KIV_AVL_NODE KIV_AVL_NODE;
 struct KIV_AVL_NODE {
-  KIV_AVL_NODE *left;  /* smaller values */
-  KIV_AVL_NODE *right; /* greater values */
-  int32_t height;      /* 1 for a leaf, else 1 + the greater of the children's; an absent child counts 0 */
+  KIV_AVL_NODE *left;  /**< smaller values */
+  KIV_AVL_NODE *right; /**< greater values */
+  int32_t height;      /**< 1 for a leaf, else 1 + the greater of the children's; an absent child counts 0 */
   void *value;
 };
 
-/* Negative: key lies left of value; positive: right; 0: they match. */
+/** Negative: key lies left of value; positive: right; 0: they match. */
 typedef int (*KIV_AVL_COMPARE)(const void *key, const void *value);
 typedef int (*KIV_AVL_COMPARE_WITH_CONTEXT)(const void *key, const void *value, void *context);
 typedef void (*KIV_AVL_RELEASE)(void *value, void *context);
-/* A walk's function; conditional walks stop when it gives 0. */
+/** A walk's function; conditional walks stop when it gives 0. */
 typedef int (*KIV_AVL_WALK)(void *value, void *context);
 typedef int (*KIV_AVL_MATCH)(void *value, void *context);
 typedef void *(*KIV_AVL_NODE_ALLOC)(void *context, uint32_t size);
 typedef void (*KIV_AVL_NODE_FREE)(void *node, void *context);
 typedef void (*KIV_AVL_FINISH)(void *context);
-/* Told the values of a node and of its children (null for an absent one) whenever these children may have changed. */
+/** Told the values of a node and of its children (null for an absent one) whenever these children may have changed. */
 typedef void (*KIV_AVL_FIX_LINKAGE)(void *value, void *left_value, void *right_value);
 
 typedef struct KIV_AVL_TREE {
-  KIV_AVL_NODE *root; /* unused by the shared operations */
+  KIV_AVL_NODE *root; /**< unused by the shared operations */
   KIV_AVL_COMPARE compare;
-  KIV_AVL_COMPARE_WITH_CONTEXT compare_with_context; /* used when compare is null */
+  KIV_AVL_COMPARE_WITH_CONTEXT compare_with_context; /**< used when compare is null */
   void *compare_context;
-  KIV_AVL_RELEASE release; /* called for a value that is deleted or destroyed; may be null */
+  KIV_AVL_RELEASE release; /**< called for a value that is deleted or destroyed; may be null */
   void *release_context;
-  uint32_t nodes_allocated;        /* 1 from the first insert on: the node allocator is then fixed */
-  KIV_AVL_NODE *free_nodes;        /* spare nodes, linked through left */
-  void *allocator_context;         /* the argument of the next four */
-  KIV_AVL_NODE_ALLOC node_alloc;   /* null: the C runtime's heap */
-  KIV_AVL_NODE_FREE node_free;     /* null with node_alloc set: freed nodes become spare ones */
-  KIV_AVL_NODE_FREE pool_release;  /* applied to every spare node when the tree is destroyed */
-  KIV_AVL_FINISH allocator_finish; /* called last when the tree is destroyed */
-  uint32_t record_is_custom;       /* 1: record_free (when set) releases the record */
+  uint32_t nodes_allocated;        /**< 1 from the first insert on: the node allocator is then fixed */
+  KIV_AVL_NODE *free_nodes;        /**< spare nodes, linked through left */
+  void *allocator_context;         /**< the argument of the next four */
+  KIV_AVL_NODE_ALLOC node_alloc;   /**< null: the C runtime's heap */
+  KIV_AVL_NODE_FREE node_free;     /**< null with node_alloc set: freed nodes become spare ones */
+  KIV_AVL_NODE_FREE pool_release;  /**< applied to every spare node when the tree is destroyed */
+  KIV_AVL_FINISH allocator_finish; /**< called last when the tree is destroyed */
+  uint32_t record_is_custom;       /**< 1: record_free (when set) releases the record */
   void (*record_free)(void *record, void *context);
   void *record_free_context;
-  KIV_AVL_FIX_LINKAGE fix_linkage; /* may be null */
+  KIV_AVL_FIX_LINKAGE fix_linkage; /**< may be null */
 } KIV_AVL_TREE;
 
 /* --- Making and setting up ------------------------------------------------------------------------------------------
  */
 
-/* An empty tree from the C runtime's heap; null without memory. release may be null. */
+/** An empty tree from the C runtime's heap; null without memory. release may be null. */
 KIV_API KIV_AVL_TREE *kiv_avl_new(KIV_AVL_COMPARE compare, KIV_AVL_RELEASE release, void *release_context);
 KIV_API KIV_AVL_TREE *kiv_avl_new2(KIV_AVL_COMPARE_WITH_CONTEXT compare, void *compare_context, KIV_AVL_RELEASE release,
                                    void *release_context);
 
-/* The record comes from record_alloc and goes back through record_free (null: it is left to the caller). Nodes come
+/** The record comes from record_alloc and goes back through record_free (null: it is left to the caller). Nodes come
  * from the C runtime's heap unless customised. */
 KIV_API KIV_AVL_TREE *kiv_avl_new_using_allocator(KIV_AVL_COMPARE compare, KIV_AVL_RELEASE release,
                                                   void *release_context,
@@ -82,49 +83,49 @@ KIV_API KIV_AVL_TREE *kiv_avl_new_using_allocator(KIV_AVL_COMPARE compare, KIV_A
                                                   void (*record_free)(void *record, void *context),
                                                   void *record_free_context);
 
-/* Record and nodes come from the allocator and go back to it. */
+/** Record and nodes come from the allocator and go back to it. */
 KIV_API KIV_AVL_TREE *kiv_avl_new_using_KIV_ALLOCATOR(KIV_ALLOCATOR *allocator, KIV_AVL_COMPARE compare,
                                                       KIV_AVL_RELEASE release, void *release_context);
 
-/* Sets where nodes come from and go to; see the record. 0; 1 for a null tree or after the first insert. A spare node
+/** Sets where nodes come from and go to; see the record. 0; 1 for a null tree or after the first insert. A spare node
  * that is left when the tree is destroyed goes to pool_release, or else to where freed nodes go. */
 KIV_API int kiv_avl_customize_allocator(KIV_AVL_TREE *tree, void *allocator_context, KIV_AVL_NODE_ALLOC node_alloc,
                                         KIV_AVL_NODE_FREE node_free, KIV_AVL_NODE_FREE pool_release,
                                         KIV_AVL_FINISH allocator_finish);
 
-/* Sets or (null) clears the hook through which values can keep data about their subtrees. It is called for a node
+/** Sets or (null) clears the hook through which values can keep data about their subtrees. It is called for a node
  * whenever an insert or delete has passed through it, children before parents, also for an insert that found its value
  * present; in a rotation for the node that goes down, then for the one that comes up; after a swap for the node and its
  * parent. It is not called in place of a removed leaf, nor when a key to be deleted is absent. */
 KIV_API void kiv_avl_set_fix_linkage(KIV_AVL_TREE *tree, KIV_AVL_FIX_LINKAGE fix_linkage);
 
-/* Bytes of a node. */
+/** Bytes of a node. */
 KIV_API uint32_t kiv_avl_sizeof_node(void);
 
 /* --- Plain trees ----------------------------------------------------------------------------------------------------
  */
 
-/* 0, also when an equal value is present: the tree is then unchanged, the new value neither stored nor released.
+/** 0, also when an equal value is present: the tree is then unchanged, the new value neither stored nor released.
  * 1 for a null tree or without memory for a node: the tree is unchanged. */
 KIV_API int kiv_avl_insert(KIV_AVL_TREE *tree, void *value);
 
-/* Removes and releases the value that matches key; nothing happens when there is none. */
+/** Removes and releases the value that matches key; nothing happens when there is none. */
 KIV_API void kiv_avl_delete(KIV_AVL_TREE *tree, const void *key);
 
-/* Removes the matching value without releasing it, and returns it; null when there is none. */
+/** Removes the matching value without releasing it, and returns it; null when there is none. */
 KIV_API void *kiv_avl_detach(KIV_AVL_TREE *tree, const void *key);
 
-/* Puts value in the place of the stored one that matches it, and returns that one, not released; null when there is
+/** Puts value in the place of the stored one that matches it, and returns that one, not released; null when there is
  * none: nothing is changed. */
 KIV_API void *kiv_avl_swap(KIV_AVL_TREE *tree, void *value);
 
-/* Removes and releases every value for which match gives non-zero, in ascending order, O(log n) for each value. */
+/** Removes and releases every value for which match gives non-zero, in ascending order, O(log n) for each value. */
 KIV_API void kiv_avl_delete_all_matching(KIV_AVL_TREE *tree, KIV_AVL_MATCH match, void *context);
 
-/* Removes and releases all values, children before parents; the record and its spare nodes stay. */
+/** Removes and releases all values, children before parents; the record and its spare nodes stay. */
 KIV_API void kiv_avl_empty_tree(KIV_AVL_TREE *tree);
 
-/* Empties the tree and releases spare nodes and record. Always 0. */
+/** Empties the tree and releases spare nodes and record. Always 0. */
 KIV_API int kiv_avl_destroy_tree(KIV_AVL_TREE *tree);
 
 KIV_API void *kiv_avl_find(KIV_AVL_TREE *tree, const void *key);
@@ -135,34 +136,34 @@ KIV_API void *kiv_avl_find_largest_less(KIV_AVL_TREE *tree, const void *key);
 KIV_API void *kiv_avl_least(KIV_AVL_TREE *tree);
 KIV_API void *kiv_avl_largest(KIV_AVL_TREE *tree);
 
-/* The root node (null for a null or empty tree), and its value. */
+/** The root node (null for a null or empty tree), and its value. */
 KIV_API KIV_AVL_NODE *kiv_avl_get_tree_root(KIV_AVL_TREE *tree);
 KIV_API void *kiv_avl_get_tree_root_value(KIV_AVL_TREE *tree);
 
-/* The number of values, counted in linear time. */
+/** The number of values, counted in linear time. */
 KIV_API uint32_t kiv_avl_count_nodes(KIV_AVL_TREE *tree);
 
-/* Walks over all values, ascending or (reverse) descending. The plain ones ignore what function returns. */
+/** Walks over all values, ascending or (reverse) descending. The plain ones ignore what function returns. */
 KIV_API void kiv_avl_sequential_walk(KIV_AVL_TREE *tree, KIV_AVL_WALK function, void *context);
 KIV_API int kiv_avl_conditional_sequential_walk(KIV_AVL_TREE *tree, KIV_AVL_WALK function, void *context);
 KIV_API void kiv_avl_sequential_reverse_walk(KIV_AVL_TREE *tree, KIV_AVL_WALK function, void *context);
 KIV_API int kiv_avl_conditional_sequential_reverse_walk(KIV_AVL_TREE *tree, KIV_AVL_WALK function, void *context);
 
-/* How an interval walk treats a bound: any other value excludes it. */
+/** How an interval walk treats a bound: any other value excludes it. */
 #define KIV_AVL_UNBOUNDED 0
 #define KIV_AVL_EXCLUDED 1
 #define KIV_AVL_INCLUDED 2
 
-/* A conditional walk over the values between two bounds, which are keys; descending when reverse is non-zero. */
+/** A conditional walk over the values between two bounds, which are keys; descending when reverse is non-zero. */
 KIV_API int kiv_avl_interval_walk(KIV_AVL_TREE *tree, int low_mode, const void *low_bound, int high_mode,
                                   const void *high_bound, int reverse, KIV_AVL_WALK function, void *context);
 
-/* Inserts every value of source into target, ascending; both trees then hold them. 0; 1 when a tree is null, when both
+/** Inserts every value of source into target, ascending; both trees then hold them. 0; 1 when a tree is null, when both
  * have a release callback (a value has one owner; nothing is inserted), or at the first failed insert: the values
  * inserted before it stay. */
 KIV_API int kiv_avl_add_tree_value_references_to_tree(KIV_AVL_TREE *source, KIV_AVL_TREE *target);
 
-/* Passes a detached value to the record's release callback, if there are a tree, a value and a callback. Always 0. */
+/** Passes a detached value to the record's release callback, if there are a tree, a value and a callback. Always 0. */
 KIV_API int kiv_destroy_detached(KIV_AVL_TREE *tree, void *value);
 KIV_API int kiv_shared_destroy_detached(KIV_AVL_TREE *tree, void *value);
 
@@ -176,7 +177,7 @@ KIV_API void *kiv_avl_shared_swap(KIV_AVL_TREE *tree, KIV_AVL_NODE *root, void *
 KIV_API void kiv_avl_shared_delete_all_matching(KIV_AVL_TREE *tree, KIV_AVL_NODE **root, KIV_AVL_MATCH match,
                                                 void *context);
 
-/* Removes and releases all values of one tree and sets its root to null; the record serves the others on. */
+/** Removes and releases all values of one tree and sets its root to null; the record serves the others on. */
 KIV_API void kiv_avl_shared_destroy_single_tree(KIV_AVL_TREE *tree, KIV_AVL_NODE **root);
 
 KIV_API void *kiv_avl_shared_find(KIV_AVL_TREE *tree, KIV_AVL_NODE *root, const void *key);

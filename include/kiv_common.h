@@ -1,4 +1,5 @@
-/* All of the library. */
+/** @file
+ * All of the library. */
 #ifndef KIV_COMMON_H
 #define KIV_COMMON_H
 

@@ -1,4 +1,5 @@
-/* How the library's functions are declared: linkage for C++ callers and the import or export attribute.
+/** @file
+ * How the library's functions are declared: linkage for C++ callers and the import or export attribute.
  *
  * Define KIV_STATIC before including any header when linking the static library on Windows. */
 #ifndef KIV_EXPORT_H

@@ -1,4 +1,5 @@
-/* Recursive mutexes, in two generations that work on the same objects.
+/** @file
+ * Recursive mutexes, in two generations that work on the same objects.
  *
  * The older generation (create, lock, unlock, destroy) treats every failure as fatal: it writes the system's message
  * into the thread message buffer, prints "windows error: MESSAGE" to standard output (the same label on every
@@ -22,29 +23,29 @@ KIV_BEGIN_DECLARATIONS
 
 typedef void *kiv_mutex;
 
-/* Stores a new mutex that nobody owns in *mutex. 0, or 1 with *mutex unchanged when the system has no more.
+/** Stores a new mutex that nobody owns in *mutex. 0, or 1 with *mutex unchanged when the system has no more.
  * The second name is the same function: every mutex is recursive. */
 KIV_API int kiv_mutex_new(kiv_mutex *mutex);
 KIV_API int kiv_mutex_recursive_new(kiv_mutex *mutex);
 
-/* Waits until the calling thread owns the mutex. 0; 1 for a bad handle. On Windows also 1 when the mutex was left
+/** Waits until the calling thread owns the mutex. 0; 1 for a bad handle. On Windows also 1 when the mutex was left
  * behind by a thread that ended while it owned it (the caller owns it then). */
 KIV_API int kiv_mutex_take(kiv_mutex *mutex);
 
-/* Undoes one take. 0; 1 for a bad handle or when the calling thread does not own the mutex. */
+/** Undoes one take. 0; 1 for a bad handle or when the calling thread does not own the mutex. */
 KIV_API int kiv_mutex_give(kiv_mutex *mutex);
 
-/* Releases the mutex (second name: the semaphore), also one that the calling thread holds. The variable keeps its
+/** Releases the mutex (second name: the semaphore), also one that the calling thread holds. The variable keeps its
  * value. 0; 1 for a bad handle and, except on Windows, for a mutex that another thread holds: it stays usable. */
 KIV_API int kiv_mutex_delete(kiv_mutex *mutex);
 
-/* The older generation; always 0, any failure ends the process. */
+/** The older generation; always 0, any failure ends the process. */
 KIV_API int kiv_mutex_create(kiv_mutex *mutex);
 KIV_API int kiv_mutex_lock(kiv_mutex *mutex);
 KIV_API int kiv_mutex_unlock(kiv_mutex *mutex);
 KIV_API int kiv_mutex_destroy(kiv_mutex *mutex);
 
-/* Always 1: ownership is not tracked for checks. */
+/** Always 1: ownership is not tracked for checks. */
 KIV_API int kiv_mutex_assert_is_locked_by_my_thread(kiv_mutex *mutex);
 KIV_API int kiv_mutex_assert_is_not_locked_by_my_thread(kiv_mutex *mutex);
 

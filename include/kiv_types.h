@@ -1,4 +1,5 @@
-/* The few types that every family shares, and the one that differs between operating systems.
+/** @file
+ * The few types that every family shares, and the one that differs between operating systems.
  *
  * Conventions of the whole library:
  *  1. Records are plain, passed by pointer and owned by the caller unless a declaration says otherwise.
@@ -16,7 +17,7 @@
 
 KIV_BEGIN_DECLARATIONS
 
-/* A thread routine as the operating system starts it. */
+/** A thread routine as the operating system starts it. */
 #if defined(_WIN32)
 typedef uint32_t(__stdcall *KIV_THREAD_ROUTINE)(void *argument);
 #define KIV_THREAD_ROUTINE_RESULT uint32_t __stdcall

@@ -1,0 +1,11 @@
+# Holds the README against examples/symbol_map.c and what that prints: cmake -D PROGRAM=... -D SOURCE=... -P this file.
+file(READ ${SOURCE}/README.md readme)
+file(READ ${SOURCE}/examples/symbol_map.c program)
+execute_process(COMMAND ${EMULATOR} ${PROGRAM} OUTPUT_VARIABLE output COMMAND_ERROR_IS_FATAL ANY)
+string(REPLACE "\r" "" output "${output}")
+foreach(part "```c\n${program}```" "It prints\n\n```\n${output}```")
+  string(FIND "${readme}" "${part}" found)
+  if(found EQUAL -1)
+    message(SEND_ERROR "README.md does not have:\n${part}")
+  endif()
+endforeach()
