@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# Benchmarks beside other libraries: "bench.sh [FAMILY...]" runs those families, or all. Installs the peers that are
+# missing, prints one table, and writes the same to build/bench/table.json. KIV_BENCH_REPETITIONS (5) is the number of
+# runs of which the table has the medians.
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+families=()
+for source in bench/kiv_*_bench.cpp; do
+  family=${source#bench/kiv_}
+  families+=("${family%_bench.cpp}")
+done
+known=" ${families[*]} "
+if [ $# -gt 0 ]; then families=("$@"); fi
+for family in "${families[@]}"; do
+  [[ $known == *" $family "* ]] || die "no such family: $family; there are$known"
+done
+
+install g++ cmake ninja-build python3 pkg-config libbenchmark-dev libglib2.0-dev libapr1-dev libtalloc-dev
+
+# Only the programs that run: cmake's own output matters when it fails.
+folder=build/bench
+mkdir -p $folder/raw
+say "building"
+cmake --preset bench >$folder/cmake.log 2>&1 || { cat $folder/cmake.log >&2; die "cmake failed"; }
+cmake --build --preset bench --target $(printf 'kiv_%s_bench ' "${families[@]}") -- --quiet
+
+for family in "${families[@]}"; do
+  say "running $family"
+  # In turns, so that what else the machine does meets all contestants alike.
+  $folder/bin/kiv_"${family}"_bench --benchmark_repetitions="${KIV_BENCH_REPETITIONS:-5}" \
+    --benchmark_enable_random_interleaving=true --benchmark_out_format=json \
+    --benchmark_out=$folder/raw/"$family".json >$folder/raw/"$family".log 2>&1 ||
+    { tail -n 5 $folder/raw/"$family".log >&2; die "the benchmark of $family failed"; }
+done
+python3 scripts/bench_table.py $folder "${families[@]}"
