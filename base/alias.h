@@ -4,9 +4,10 @@
 #ifndef KIV_BASE_ALIAS_H
 #define KIV_BASE_ALIAS_H
 
-#define KIV_ALIAS(name, target)                                                                              \
-  _Pragma("GCC diagnostic push") _Pragma("GCC diagnostic ignored \"-Wattribute-alias\"") extern "C"          \
-      __attribute__((alias(#target), nothrow)) decltype(name) name; /* NOLINT(bugprone-macro-parentheses) */ \
+#define KIV_ALIAS(name, target)                                                                     \
+  _Pragma("GCC diagnostic push") _Pragma("GCC diagnostic ignored \"-Wattribute-alias\"")            \
+      _Pragma("GCC diagnostic ignored \"-Wmissing-attributes\"") extern "C"                         \
+      __attribute__((alias(#target))) decltype(name) name; /* NOLINT(bugprone-macro-parentheses) */ \
   _Pragma("GCC diagnostic pop") static_assert(true)
 
 #endif

@@ -13,11 +13,11 @@ namespace os = kiv::os;
 
 KIV_LAYOUT_32(sizeof(KIV_AVL_NODE) == 16);
 KIV_LAYOUT_32(offsetof(KIV_AVL_NODE, height) == 8 && offsetof(KIV_AVL_NODE, value) == 12);
-KIV_LAYOUT_32(sizeof(KIV_AVL_TREE) == 17 * 4);
-KIV_LAYOUT_32(offsetof(KIV_AVL_TREE, nodes_allocated) == 6 * 4);
-KIV_LAYOUT_32(offsetof(KIV_AVL_TREE, node_alloc) == 9 * 4);
-KIV_LAYOUT_32(offsetof(KIV_AVL_TREE, record_is_custom) == 13 * 4);
-KIV_LAYOUT_32(offsetof(KIV_AVL_TREE, fix_linkage) == 16 * 4);
+KIV_LAYOUT_32(sizeof(KIV_AVL_TREE) == 68);
+KIV_LAYOUT_32(offsetof(KIV_AVL_TREE, nodes_allocated) == 24);
+KIV_LAYOUT_32(offsetof(KIV_AVL_TREE, node_alloc) == 36);
+KIV_LAYOUT_32(offsetof(KIV_AVL_TREE, record_is_custom) == 52);
+KIV_LAYOUT_32(offsetof(KIV_AVL_TREE, fix_linkage) == 64);
 
 namespace {
 

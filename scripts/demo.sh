@@ -1,15 +1,16 @@
 #!/usr/bin/env bash
-# Builds the library and shows kiv_inspect on a real program, its own.
+# Builds the library and shows kiv_inspect on a real program, its own, and on the library.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 install_build_tools
 build linux-x86_64 -DKIV_TESTS=OFF
 
 program=build/linux-x86_64/bin/kiv_inspect
+library=build/linux-x86_64/lib/libkiv_common.so
 show() {
   printf '\n$ %s\n' "$*"
   "$@"
 }
-show $program symbols $program 'kiv_*'
-show $program symbols $program 'main'
+show $program symbols $program '*main*'
 main=$($program symbols $program main | cut -d ' ' -f 1)
 show $program resolve $program "$main" "$(printf '%x' $((0x$main + 0x1f)))" 0
+show $program symbols $library 'kiv_avl_find*'

@@ -13,7 +13,9 @@ void sleep_milliseconds(uint32_t milliseconds) {
     sched_yield();
     return;
   }
-  while (milliseconds == UINT32_MAX) pause();
+  if (milliseconds == UINT32_MAX) {
+    for (;;) pause();
+  }
   // An absolute end: a sleep that signals interrupt does not grow.
   timespec end{};
   clock_gettime(CLOCK_MONOTONIC, &end);
