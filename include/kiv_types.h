@@ -17,6 +17,12 @@
 
 KIV_BEGIN_DECLARATIONS
 
+/** A Unicode code point. It is never range-checked: any value but 0, the terminator, is a character. */
+typedef uint32_t KIV_UNICHAR;
+
+/** A text: code points, ended by 0. It has no header; its length is found by scanning. */
+typedef KIV_UNICHAR *KIV_STRING;
+
 /** A thread routine as the operating system starts it. */
 #if defined(_WIN32)
 typedef uint32_t(__stdcall *KIV_THREAD_ROUTINE)(void *argument);
