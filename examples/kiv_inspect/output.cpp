@@ -24,12 +24,14 @@ Outcome finish_output() {
 void print_address(uint64_t address, int digits) { std::printf("%0*" PRIx64, digits, address); }
 
 void print_name(std::string_view name) {
-  for (const char c : name) {
-    if (c >= ' ' && c <= '~') {
-      std::putchar(c);
-    } else {
-      std::printf("\\x%02x", static_cast<unsigned char>(c));
-    }
+  const auto is_plain = [](char c) { return c >= ' ' && c <= '~'; };
+  while (!name.empty()) {
+    size_t plain = 0;
+    while (plain < name.size() && is_plain(name[plain])) ++plain;
+    std::fwrite(name.data(), 1, plain, stdout);
+    if (plain == name.size()) return;
+    std::printf("\\x%02x", static_cast<unsigned char>(name[plain]));
+    name.remove_prefix(plain + 1);
   }
 }
 

@@ -14,7 +14,12 @@ enum : uint8_t { kExternal = 2, kStatic = 3 };  // storage classes
 
 /// A COFF symbol's name: up to 8 bytes in its record, or four zero bytes and an offset in the string table.
 Status read_coff_name(ByteView entry, ByteView strings, SymbolNames &names, std::string_view *name) {
-  if (entry.u32(0) == 0) return names.read(strings, entry.u32(4), name);
+  if (entry.u32(0) == 0) {
+    const uint32_t offset = entry.u32(4);
+    if (offset == 0) return {};  // a name of no bytes
+    // What comes before the first name is the table's size.
+    return offset >= 4 ? names.read(strings, offset, name) : Status{"a symbol's name lies outside the string table"};
+  }
   const void *end = std::memchr(entry.data(), 0, kShortNameSize);
   const auto size =
       end != nullptr ? static_cast<size_t>(static_cast<const uint8_t *>(end) - entry.data()) : size_t{kShortNameSize};

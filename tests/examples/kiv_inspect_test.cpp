@@ -1,0 +1,407 @@
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <set>
+
+#include "examples/kiv_inspect/program.h"
+#include "examples/kiv_inspect/wildcard.h"
+#include "gtest/gtest.h"
+#include "tests/examples/program_images.h"
+#include "tests/support/counting_allocator.h"
+#include "tests/support/process.h"
+#include "tests/support/random.h"
+
+namespace {
+
+using namespace kiv::inspect;
+using namespace kiv::test;
+
+using Bytes = std::vector<uint8_t>;
+using Lines = std::vector<std::string>;
+
+/// What a reader makes of some bytes: symbols as "ADDRESS KIND NAME", and the names nearest to some addresses.
+struct Reading {
+  std::string problem;
+  Lines symbols, nearest;
+  int digits = 0;
+};
+
+int add_line(void *value, void *context) {
+  const auto &symbol = *static_cast<const Symbol *>(value);
+  auto &reading = *static_cast<Reading *>(context);
+  char start[32];
+  std::snprintf(start, sizeof start, "%0*llx %c ", reading.digits, static_cast<unsigned long long>(symbol.address),
+                "FO-"[static_cast<int>(symbol.kind)]);
+  reading.symbols.push_back(start + std::string(symbol.name));
+  return 1;
+}
+
+Reading read(const Bytes &bytes, const std::vector<uint64_t> &addresses = {}) {
+  // A block of its own, so that the address sanitizer knows where the file ends.
+  const auto exact = std::make_unique<uint8_t[]>(bytes.size());
+  std::copy(bytes.begin(), bytes.end(), exact.get());
+  KIV_ALLOCATOR heap, wrap;
+  kiv_allocator_wrap_new(&wrap, kiv_allocator_default_new(&heap), 0);
+  SymbolTable table;
+  EXPECT_TRUE(table.open(&wrap).ok());
+  const Status status = read_symbols({exact.get(), static_cast<uint32_t>(bytes.size()), ByteOrder::little}, table);
+  Reading reading{status.ok() ? "" : status.problem};
+  reading.digits = table.address_digits;
+  table.walk(add_line, &reading);
+  for (const uint64_t address : addresses) {
+    const Symbol *symbol = table.nearest(address);
+    reading.nearest.push_back(symbol != nullptr ? std::string(symbol->name) : "");
+  }
+  kiv_allocator_wrap_delete(&wrap);
+  return reading;
+}
+
+// --- The images ------------------------------------------------------------------------------------------------------
+
+enum : uint8_t { kNoType, kObject, kFunction, kSection, kFile, kTls = 6, kIfunc = 10 };
+enum : uint8_t { kLocal, kGlobal, kWeak, kUnique = 10 };
+enum : uint8_t { kExternal = 2, kStatic = 3, kFileClass = 103 };
+
+const std::vector<ElfRow> kElfRows = {
+    {false, "label", 0x1000, kNoType, kGlobal, 1},
+    {false, "local", 0x1000, kFunction, kLocal, 1},
+    {false, "main", 0x1000, kFunction, kGlobal, 1},
+    {false, "also_main", 0x1000, kFunction, kGlobal, 1},
+    {false, "weak", 0x1000, kFunction, kWeak, 1},
+    {false, "data", 0x1000, kObject, kGlobal, 1},
+    {false, "unique", 0x2000, kObject, kUnique, 1},
+    {false, "resolver", 0x1800, kIfunc, kGlobal, 1},
+    {false, "far_index", 0x1810, kNoType, 13, 0xFFFF},
+    {false, "undefined", 0x1, kFunction, kGlobal, 0},
+    {false, "absolute", 0x2, kNoType, kGlobal, 0xFFF1},
+    {false, "common", 0x3, kObject, kGlobal, 0xFFF2},
+    {false, "thread", 0x4, kTls, kGlobal, 1},
+    {false, "section", 0x5, kSection, kLocal, 1},
+    {false, "file.c", 0x6, kFile, kLocal, 1},
+    {false, "", 0x7, kFunction, kGlobal, 1},
+    {false, "last", ~uint64_t{0}, kFunction, kGlobal, 1},
+    {true, "main", 0x1000, kFunction, kGlobal, 1},
+    {true, "label", 0x1000, kObject, kWeak, 1},
+    {true, "dynamic", 0x1900, kFunction, kGlobal, 1},
+    {true, "main", 0x1001, kFunction, kGlobal, 1},
+};
+const Lines kElfSymbols = {"1000 F also_main", "1000 F main",    "1000 F weak",  "1000 F local",
+                           "1000 O data",      "1000 O label",   "1001 F main",  "1800 F resolver",
+                           "1810 - far_index", "1900 F dynamic", "2000 O unique"};
+
+const std::vector<CoffRow> kCoffRows = {
+    {"file.c", 0, 0xFFFE, 0, kFileClass, 1},
+    {".text", 0, 1, 0, kStatic, 1},
+    {".text", 0x40, 1, 0, kStatic, 1},
+    {"_main", 0, 1, 0x20, kExternal, 1},
+    {"eight_ch", 0x10, 1, 0x20, kStatic, 0},
+    {"_a_long_name", 0x10, 1, 0x20, kExternal, 0},
+    {"_helper", 0, 1, 0x20, kStatic, 1},
+    {"label", 0x10, 1, 0, kStatic, 0},
+    {"_data", 4, 2, 0, kExternal, 0},
+    {"_absolute", 1, 0xFFFF, 0, kExternal, 0},
+    {"_undefined", 0, 0, 0x20, kExternal, 0},
+    {"automatic", 8, 1, 0, 1, 0},
+    {"_image_start", 0xFFFFF000, 1, 0, kExternal, 0},
+    {"both", 0x20, 1, 0, kExternal, 0},
+};
+const std::vector<ExportRow> kExports = {
+    {"both", kPeText + 0x20}, {"data", kPeData + 4 + 0x400}, {"forwarder", kPeData + 44}, {"none", 0}, {"odd", 0x9000}};
+const Lines kPeSymbols = {"0000 - _image_start", "1000 F _main", "1000 F _helper", "1010 F _a_long_name",
+                          "1010 F eight_ch",     "1010 - label", "1020 F both",    "2004 O _data",
+                          "2404 O data",         "9000 - odd"};
+
+struct Case {
+  std::string name;
+  Image image;
+  Lines symbols;
+};
+
+Case make_case(const char *name, const Image &image, const Lines &offsets, uint64_t base, const char *last = nullptr) {
+  Case result{name, image, {}};
+  for (const std::string &line : offsets) {
+    char address[17];
+    const auto value = base + std::stoull(line.substr(0, 4), nullptr, 16);
+    std::snprintf(address, sizeof address, "%0*llx", image.wide ? 16 : 8, static_cast<unsigned long long>(value));
+    result.symbols.push_back(address + line.substr(4));
+  }
+  if (last != nullptr) result.symbols.push_back(last);
+  return result;
+}
+
+const std::vector<Case> &cases() {
+  static const std::vector<Case> all = [] {
+    std::vector<Case> list;
+    for (const auto order : {ByteOrder::little, ByteOrder::big}) {
+      list.push_back(make_case("ELF32", build_elf(false, order, kElfRows), kElfSymbols, 0, "ffffffff F last"));
+      list.push_back(make_case("ELF64", build_elf(true, order, kElfRows), kElfSymbols, 0, "ffffffffffffffff F last"));
+    }
+    list.push_back(make_case("PE32", build_pe(false, kCoffRows, kExports), kPeSymbols, kPeBase32));
+    list.push_back(make_case("PE32+", build_pe(true, kCoffRows, kExports), kPeSymbols, kPeBase64));
+    return list;
+  }();
+  return all;
+}
+
+TEST(KivInspect, ReadsTheSymbolsOfEveryFormat) {
+  for (const Case &c : cases()) {
+    const Reading reading = read(c.image.bytes);
+    EXPECT_EQ(reading.problem, "") << c.name;
+    EXPECT_EQ(reading.symbols, c.symbols) << c.name;
+  }
+  EXPECT_EQ(read(build_pe(false, {}, {}).bytes).problem, "");
+  EXPECT_EQ(read({0x7F, 'E', 'L'}).problem, "it is neither an ELF nor a PE file");
+}
+
+TEST(KivInspect, ResolvesToTheBestSymbolAtTheNearestAddress) {
+  const Case &elf64 = cases()[1];
+  EXPECT_EQ(read(elf64.image.bytes, {0, 0xFFF, 0x1000, 0x1001, 0x17FF, 0x1812, ~uint64_t{1}, ~uint64_t{0}}).nearest,
+            (Lines{"", "", "also_main", "main", "main", "far_index", "unique", "last"}));
+  EXPECT_EQ(read({}, {0, ~uint64_t{0}}).nearest, (Lines{"", ""}));
+}
+
+// --- Damage ----------------------------------------------------------------------------------------------------------
+
+TEST(KivInspect, SurvivesTruncationAtEveryLength) {
+  for (const Case &c : cases()) {
+    const std::set<std::string> all(c.symbols.begin(), c.symbols.end());
+    uint32_t failures = 0;
+    for (size_t length = 0; length < c.image.bytes.size(); ++length) {
+      const Reading reading = read(Bytes(c.image.bytes.data(), c.image.bytes.data() + length));
+      failures += !reading.problem.empty();
+      for (const auto &symbol : reading.symbols) EXPECT_TRUE(all.contains(symbol)) << c.name << length << symbol;
+    }
+    // The last byte of all images belongs to a table that is needed.
+    EXPECT_EQ(failures, c.image.bytes.size()) << c.name;
+  }
+}
+
+/// What holds for every reading: the symbols are in the order of their addresses, none is there twice.
+void expect_sound(const Bytes &bytes, const std::string &what) {
+  const Reading reading = read(bytes, {0x1000});
+  EXPECT_TRUE(std::is_sorted(reading.symbols.begin(), reading.symbols.end(), [](auto &a, auto &b) {
+    return a.substr(0, a.find(' ')) < b.substr(0, b.find(' '));
+  })) << what;
+  EXPECT_EQ(std::set(reading.symbols.begin(), reading.symbols.end()).size(), reading.symbols.size()) << what;
+  EXPECT_LE(reading.symbols.size(), bytes.size() / 4) << what;
+}
+
+TEST(KivInspect, SurvivesEveryDamagedByte) {
+  for (const Case &c : cases()) {
+    for (size_t at = 0; at < c.image.bytes.size(); ++at) {
+      for (const uint8_t value : Bytes{0x00, 0xFF, 0x7F, 0x80}) {
+        Bytes bytes = c.image.bytes;
+        bytes[at] = value;
+        expect_sound(bytes, c.name + " byte " + std::to_string(at));
+      }
+    }
+  }
+}
+
+TEST(KivInspect, SurvivesRandomDamage) {
+  constexpr uint64_t kValues[] = {0, 1, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 0x8000000000000000, ~uint64_t{0}};
+  auto random = make_random();
+  for (int round = 0; round < 6000; ++round) {
+    const Case &c = cases()[below(random, static_cast<uint32_t>(cases().size()))];
+    Image image = c.image;
+    for (uint32_t i = 1 + below(random, 4); i > 0; --i) {
+      const int width = 1 << below(random, 4);
+      const size_t at = below(random, image.size() - 8);
+      const uint64_t near = below(random, 2 * image.size());
+      image.put_at(at, below(random, 2) != 0 ? kValues[below(random, 7)] : near, width);
+    }
+    expect_sound(image.bytes, c.name + " round " + std::to_string(round));
+  }
+}
+
+struct DamageRow {
+  size_t image;  // in cases()
+  const char *mark;
+  size_t offset;
+  uint64_t value;
+  int width;
+  const char *problem;
+};
+
+TEST(KivInspect, TellsWhatIsDamaged) {
+  constexpr char kOutside[] = "its section table lies outside the file";
+  const DamageRow rows[] = {
+      {0, "", 4, 3, 1, "its ELF class is unknown"},
+      {0, "", 5, 0, 1, "its ELF byte order is unknown"},
+      {1, "", 40, 0xFFFFFFFFFFFFFFC0, 8, kOutside},
+      {1, "", 58, 63, 2, "its section headers are too small"},
+      {1, "", 60, 6, 2, kOutside},
+      {2, "symtab header", 20, 0xFFFFFFFF, 4, "a section lies outside the file"},
+      {3, "symtab header", 24, 0xFFFFFFFFFFFFFFF0, 8, "a section lies outside the file"},
+      {3, "symtab header", 40, 5, 4, "a symbol table has no string table"},
+      {3, "symtab header", 56, 0, 8, "its symbol table's entries are too small"},
+      {0, "dynsym header", 36, 15, 4, "its symbol table's entries are too small"},
+      {0, "dynsym header", 4, 2, 4, "it has several symbol tables of one type"},
+      {0, "symtab", 16, 0xFFFFFFFF, 4, "a symbol's name lies outside the string table"},
+      {1, "strtab header", 32, 5, 8, "a symbol's name has no end"},
+      {4, "optional", 0, 0x107, 2, "its kind of PE header is unknown"},
+      {4, "header", 20, 0xFFFF, 2, "its PE header is cut off"},
+      {4, "header", 6, 0xFFFF, 2, kOutside},
+      {4, "header", 16, 0xFFFFFFFF, 4, "its symbol table lies outside the file"},
+      {4, "coff", 2 * 18 + 12 + 18, 3, 2, ""},  // in a further record: not looked at
+      {4, "coff", 6 * 18 + 12, 3, 2, "a symbol's section does not exist"},
+      {5, "strings", 0, 0xFFFFFFFF, 4, "its string table lies outside the file"},
+      {5, "strings", 0, 4, 4, "a symbol's name lies outside the string table"},
+      {5, "coff", 9 * 18 + 4, 3, 4, "a symbol's name lies outside the string table"},
+      {5, "exports", 20, 0xFFFFFFFF, 4, "its export table is cut off"},
+      {5, "exports", 24, 0x40000001, 4, "its export table is cut off"},
+      {5, "exports", 36, 0x8000, 4, "an address lies in no section"},
+      {5, "names", 0, kPeData + 0x700, 4, "an address lies behind the bytes of its section"},
+      {5, "sections", 60, 0x7FFFFFFF, 4, "a section lies outside the file"},
+      {5, "ordinals", 0, 5, 2, "an exported name has no address"},
+  };
+  for (const DamageRow &row : rows) {
+    Image image = cases()[row.image].image;
+    const size_t at = (*row.mark != '\0' ? image.marks.at(row.mark) : 0) + row.offset;
+    image.put_at(at, row.value, row.width);
+    EXPECT_EQ(read(image.bytes).problem, row.problem) << cases()[row.image].name << " " << row.mark << row.offset;
+  }
+}
+
+TEST(KivInspect, CountsSectionsInTheFirstHeader) {
+  Image image = cases()[1].image;
+  image.put_at(60, 0, 2);
+  image.put_at(image.marks.at("symtab header") - 64 + 32, 5, 8);
+  EXPECT_EQ(read(image.bytes).symbols, cases()[1].symbols);
+  image.put_at(image.marks.at("symtab header") - 64 + 32, ~uint64_t{0} / 64 + 2, 8);  // times 64: overflows to 64
+  EXPECT_EQ(read(image.bytes).problem, "its section table lies outside the file");
+}
+
+TEST(KivInspect, RefusesNamesThatShareTooMuch) {
+  std::vector<ElfRow> rows(4000, {false, "", 0x1000, kFunction, kGlobal, 1});
+  rows[0].name = std::string(100000, 'a');
+  Image image = build_elf(true, ByteOrder::little, rows);
+  for (uint32_t i = 0; i < 4000; ++i) image.put_at(image.marks.at("symtab") + 24 * (i + 1), i + 1, 4);
+  EXPECT_EQ(read(image.bytes).problem, "its symbols' names share too many bytes");
+}
+
+// --- Files and memory ------------------------------------------------------------------------------------------------
+
+std::string write_file(const std::string &name, const Bytes &bytes) {
+  const std::string path = this_program() + "." + name;
+  std::ofstream(path, std::ios::binary)
+      .write(reinterpret_cast<const char *>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+  return path;
+}
+
+TEST(KivInspect, TellsEveryShortageOfMemory) {
+  for (const Case &c : cases()) {
+    const std::string path = write_file("sweep", c.image.bytes);
+    const uint32_t points = sweep_failures([&](CountingAllocator &allocator) {
+      Program program(allocator.record());
+      const Status status = program.load(path.c_str());
+      EXPECT_STREQ(status.problem, allocator.has_failed() ? kOutOfMemory.problem : nullptr);
+    });
+    EXPECT_GE(points, 4u);  // the file's block, the pool's chunk and its header, and a cell for each
+    std::remove(path.c_str());
+  }
+}
+
+TEST(KivInspect, MatchesWildcards) {
+  constexpr struct {
+    const char *pattern, *text;
+    bool matches;
+  } kRows[] = {{"", "", true},         {"", "a", false},       {"*", "", true},          {"?", "", false},
+               {"a?c", "abc", true},   {"a?c", "ac", false},   {"a*c", "ac", true},      {"a*c", "abcbd", false},
+               {"*b*c", "abbc", true}, {"a*b?", "abbb", true}, {"**a**", "bab", true},   {"*ab", "aab", true},
+               {"a", "A", false},      {"*.?", "x.y.z", true}, {"*aab*", "aaaab", true}, {"a*b*c", "acb", false}};
+  for (const auto &row : kRows)
+    EXPECT_EQ(matches_wildcard(row.pattern, row.text), row.matches) << row.pattern << row.text;
+}
+
+// --- The program -----------------------------------------------------------------------------------------------------
+
+ProcessResult run_inspect(const std::vector<std::string> &arguments) {
+  return run_program(program_beside("kiv_inspect"), arguments);
+}
+
+Lines lines_of(const std::string &text) {
+  Lines lines;
+  for (size_t at = 0, end; (end = text.find('\n', at)) != std::string::npos; at = end + 1)
+    lines.push_back(text.substr(at, end - at));
+  return lines;
+}
+
+/// The library that the build made, by a path that the test's own system understands.
+std::string library_file() {
+  const std::string path = KIV_LIBRARY_FILE;
+#ifdef _WIN32
+  if (path[0] == '/') return "Z:" + path;
+#endif
+  return path;
+}
+
+TEST(KivInspectProgram, FindsItsOwnMain) {
+  const auto result = run_inspect({"symbols", program_beside("kiv_inspect"), "*main"});
+  EXPECT_EQ(result.exit_code, 0) << result.err;
+  EXPECT_TRUE(result.out.find(" F main\n") != std::string::npos || result.out.find(" F _main\n") != std::string::npos);
+  for (const auto &line : lines_of(result.out)) EXPECT_TRUE(line.ends_with("main")) << line;
+}
+
+TEST(KivInspectProgram, FindsAndResolvesAFunctionOfTheLibrary) {
+  const std::string library = library_file();
+  const auto result = run_inspect({"symbols", library});
+  ASSERT_EQ(result.exit_code, 0) << result.err;
+  const Lines lines = lines_of(result.out);
+  const auto found =
+      std::find_if(lines.begin(), lines.end(), [](auto &line) { return line.ends_with(" F kiv_avl_insert"); });
+  ASSERT_NE(found, lines.end());
+  const std::string address = found->substr(0, found->find(' '));
+  // Where several names share the address, the first of them stands for it: on Windows that with the underscore.
+  const auto first = std::find_if(lines.begin(), lines.end(), [&](auto &line) { return line.starts_with(address); });
+  const std::string name = first->substr(address.size() + 3);
+  EXPECT_TRUE(name == "kiv_avl_insert" || name == "_kiv_avl_insert") << name;
+  std::string next = address;
+  ++next.back();  // functions are aligned: no carry
+  EXPECT_EQ(run_inspect({"resolve", library, "0x" + address, next}).out,
+            address + " " + name + "\n" + next + " " + name + "+0x1\n");
+}
+
+TEST(KivInspectProgram, PrintsNamesThatDoNoHarm) {
+  const std::vector<ElfRow> rows = {{false, "a\x1b[2J\x7f\xc2\x9b\n~ z", 0x10, kFunction, kGlobal, 1},
+                                    {false, "b", 0x20, kNoType, kGlobal, 1}};
+  const std::string path = write_file("harm", build_elf(false, ByteOrder::big, rows).bytes);
+  EXPECT_EQ(run_inspect({"symbols", path}).out, "00000010 F a\\x1b[2J\\x7f\\xc2\\x9b\\x0a~ z\n00000020 - b\n");
+  EXPECT_EQ(run_inspect({"resolve", path, "F", "0X2f", "00000000000000000020", "123456789a"}).out,
+            "0000000f no symbol\n0000002f b+0xf\n00000020 b\n123456789a b+0x123456787a\n");
+  std::remove(path.c_str());
+}
+
+TEST(KivInspectProgram, TellsErrorsInOneLine) {
+  std::ifstream file(library_file(), std::ios::binary);
+  Bytes bytes{std::istreambuf_iterator<char>(file), {}};
+  ASSERT_GT(bytes.size(), 10000u);
+  bytes.resize(bytes.size() / 2);
+  const std::string path = write_file("cut", bytes);
+  const auto cut = run_inspect({"symbols", path});
+  EXPECT_EQ(cut.exit_code, 1);
+  EXPECT_EQ(cut.out, "");
+  EXPECT_TRUE(cut.err.starts_with("kiv_inspect: " + path + ": ")) << cut.err;
+  EXPECT_EQ(lines_of(cut.err).size(), 1u) << cut.err;
+  std::remove(path.c_str());
+
+  const auto absent = run_inspect({"resolve", path, "1"});
+  EXPECT_EQ(absent.exit_code, 1);
+  EXPECT_EQ(absent.err, "kiv_inspect: " + path + ": it cannot be opened: No such file or directory\n");
+}
+
+TEST(KivInspectProgram, ExplainsItsUsage) {
+  const std::vector<std::vector<std::string>> rows = {
+      {}, {"symbols", "a", "b", "c"}, {"resolve", "a", "1", "0x"}, {"resolve", "a", "10000000000000000"}};
+  for (const auto &arguments : rows) {
+    const auto result = run_inspect(arguments);
+    EXPECT_EQ(result.exit_code, 2);
+    EXPECT_EQ(result.out, "");
+    EXPECT_TRUE(result.err.starts_with("usage:\n  kiv_inspect symbols PROGRAM [PATTERN]\n")) << result.err;
+  }
+}
+
+}  // namespace

@@ -1,0 +1,170 @@
+#include "tests/examples/program_images.h"
+
+namespace kiv::test {
+
+using kiv::inspect::ByteOrder;
+
+void Image::put_at(size_t offset, uint64_t value, int width) {
+  for (int i = 0; i < width; ++i) {
+    const int shift = 8 * (order == ByteOrder::little ? i : width - 1 - i);
+    bytes[offset + static_cast<size_t>(i)] = static_cast<uint8_t>(value >> shift);
+  }
+}
+
+void Image::put(uint64_t value, int width) {
+  bytes.resize(bytes.size() + static_cast<size_t>(width));
+  put_at(bytes.size() - static_cast<size_t>(width), value, width);
+}
+
+void Image::put_text(const std::string &text, size_t width) {
+  bytes.insert(bytes.end(), text.begin(), text.end());
+  bytes.resize(bytes.size() + width - text.size());
+}
+
+Image build_elf(bool wide, ByteOrder order, const std::vector<ElfRow> &rows) {
+  Image image{order, wide};
+  image.put_text("\177ELF", 4);
+  image.put(wide ? 2 : 1, 1);
+  image.put(order == ByteOrder::little ? 1 : 2, 1);
+  image.pad_to(wide ? 64 : 52);
+  std::string strings[2];
+  for (const bool dynamic : {false, true}) {
+    std::string &names = strings[dynamic];
+    names.push_back('\0');
+    image.mark(dynamic ? "dynsym" : "symtab");
+    image.pad_to(image.size() + (wide ? 24 : 16));  // the first symbol is none
+    for (const ElfRow &row : rows) {
+      if (row.dynamic != dynamic) continue;
+      const auto info = static_cast<uint8_t>(row.binding << 4 | row.type);
+      image.put(row.name.empty() ? 0 : names.size(), 4);
+      if (!wide) image.put(row.value, 4), image.put(0, 4);
+      image.put(info, 1);
+      image.put(0, 1);
+      image.put(row.section, 2);
+      if (wide) image.put(row.value, 8), image.put(0, 8);
+      names += row.name + '\0';
+    }
+    image.mark(dynamic ? "dynstr" : "strtab");
+    image.put_text(names, names.size());
+  }
+  image.put_at(wide ? 40 : 32, image.size(), wide ? 8 : 4);
+  image.put_at(wide ? 58 : 46, wide ? 64 : 40, 2);
+  image.put_at(wide ? 60 : 48, 5, 2);
+  image.pad_to(image.size() + (wide ? 64 : 40));  // the first section is none
+  constexpr struct {
+    const char *name, *end;
+    uint32_t type, link;
+  } kSections[] = {
+      {"symtab", "strtab", 2, 2}, {"strtab", "dynsym", 3, 0}, {"dynsym", "dynstr", 11, 4}, {"dynstr", "", 3, 0}};
+  for (const auto &section : kSections) {
+    const size_t start = image.marks[section.name];
+    const size_t size = *section.end != '\0' ? image.marks[section.end] - start : strings[1].size();
+    image.mark(std::string(section.name) + " header");
+    image.put(0, 4);
+    image.put(section.type, 4);
+    for (const uint64_t word : {size_t{0}, size_t{0}, start, size}) image.put_word(word);
+    image.put(section.link, 4);
+    image.put(0, 4);
+    image.put_word(1);
+    image.put_word(section.link == 0 ? 0 : wide ? 24 : 16);
+  }
+  return image;
+}
+
+namespace {
+
+/// The export table at the start of .data; gives the RVAs of its three arrays.
+void put_exports(Image &image, const std::vector<ExportRow> &exports) {
+  const auto count = static_cast<uint32_t>(exports.size());
+  const uint32_t functions = kPeData + 40, names = functions + 4 * count, ordinals = names + 4 * count;
+  const size_t start = image.size();
+  image.mark("exports");
+  image.pad_to(start + 20);
+  for (const uint32_t word : {count, count, functions, names, ordinals}) image.put(word, 4);
+  image.mark("functions");
+  for (const ExportRow &row : exports) image.put(row.rva, 4);
+  image.mark("names");
+  uint32_t text = ordinals + 2 * count;
+  for (const ExportRow &row : exports) {
+    image.put(text, 4);
+    text += static_cast<uint32_t>(row.name.size()) + 1;
+  }
+  image.mark("ordinals");
+  for (uint32_t i = 0; i < count; ++i) image.put(i, 2);
+  for (const ExportRow &row : exports) image.put_text(row.name, row.name.size() + 1);
+}
+
+void put_coff_symbols(Image &image, const std::vector<CoffRow> &rows) {
+  std::string strings;
+  image.mark("coff");
+  for (const CoffRow &row : rows) {
+    if (row.name.size() <= 8) {
+      image.put_text(row.name, 8);
+    } else {
+      image.put(0, 4);
+      image.put(strings.size() + 4, 4);
+      strings += row.name + '\0';
+    }
+    image.put(row.value, 4);
+    image.put(row.section, 2);
+    image.put(row.type, 2);
+    image.put(row.storage_class, 1);
+    image.put(row.further_records, 1);
+    // Looks like an external symbol "AAAA...", should anyone take it for one.
+    for (int i = 0; i < row.further_records; ++i)
+      image.put_text(std::string(12, 'A') + '\1' + std::string(3, '\0') + '\2', 18);
+  }
+  image.mark("strings");
+  image.put(strings.size() + 4, 4);
+  image.put_text(strings, strings.size());
+}
+
+}  // namespace
+
+Image build_pe(bool wide, const std::vector<CoffRow> &coff, const std::vector<ExportRow> &exports) {
+  Image image{ByteOrder::little, wide};
+  const uint16_t optional_size = wide ? 240 : 224;
+  const uint32_t text_at = 64 + 24 + optional_size + 2 * 40;
+  uint32_t coff_count = 0;
+  for (const CoffRow &row : coff) coff_count += 1u + row.further_records;
+  image.put_text("MZ", 60);
+  image.put(64, 4);
+  image.mark("header");
+  image.put_text("PE", 6);
+  image.put(2, 2);
+  image.put(0, 4);
+  const size_t coff_pointer = image.size();
+  image.put(0, 4);
+  image.put(coff_count, 4);
+  image.put(optional_size, 2);
+  image.put(0, 2);
+  image.mark("optional");
+  image.put(wide ? 0x20B : 0x10B, 2);
+  image.pad_to(image.marks["optional"] + (wide ? 24 : 28));
+  image.put_word(wide ? kPeBase64 : kPeBase32);
+  image.pad_to(image.marks["optional"] + (wide ? 108 : 92));
+  image.put(16, 4);
+  image.put(exports.empty() ? 0 : kPeData, 4);
+  const size_t export_size_at = image.size();
+  image.put(0, 4);
+  image.pad_to(image.marks["optional"] + optional_size);
+  image.mark("sections");
+  const size_t data_header = image.size() + 40;
+  for (const bool text : {true, false}) {
+    image.put_text(text ? ".text" : ".data", 8);
+    for (const uint32_t word : {0x800u, text ? kPeText : kPeData, text ? 16u : 0u, text ? text_at : text_at + 16})
+      image.put(word, 4);
+    image.pad_to(image.size() + 12);
+    image.put(text ? 0x60000020 : 0xC0000040, 4);
+  }
+  image.pad_to(text_at + 16);
+  if (!exports.empty()) put_exports(image, exports);
+  const uint32_t data_size = image.size() - text_at - 16;
+  image.put_at(export_size_at, data_size, 4);
+  image.put_at(data_header + 16, data_size, 4);
+  image.put_at(coff_pointer, image.size(), 4);
+  put_coff_symbols(image, coff);
+  return image;
+}
+
+}  // namespace kiv::test
