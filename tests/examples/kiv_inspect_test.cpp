@@ -1,8 +1,5 @@
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <set>
 
@@ -11,7 +8,6 @@
 #include "gtest/gtest.h"
 #include "tests/examples/program_images.h"
 #include "tests/support/counting_allocator.h"
-#include "tests/support/process.h"
 #include "tests/support/random.h"
 
 namespace {
@@ -285,16 +281,9 @@ TEST(KivInspect, RefusesNamesThatShareTooMuch) {
 
 // --- Files and memory ------------------------------------------------------------------------------------------------
 
-std::string write_file(const std::string &name, const Bytes &bytes) {
-  const std::string path = this_program() + "." + name;
-  std::ofstream(path, std::ios::binary)
-      .write(reinterpret_cast<const char *>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-  return path;
-}
-
 TEST(KivInspect, TellsEveryShortageOfMemory) {
   for (const Case &c : cases()) {
-    const std::string path = write_file("sweep", c.image.bytes);
+    const std::string path = write_file("sweep", c.image);
     const uint32_t points = sweep_failures([&](CountingAllocator &allocator) {
       Program program(allocator.record());
       const Status status = program.load(path.c_str());
@@ -315,93 +304,6 @@ TEST(KivInspect, MatchesWildcards) {
                {"a", "A", false},      {"*.?", "x.y.z", true}, {"*aab*", "aaaab", true}, {"a*b*c", "acb", false}};
   for (const auto &row : kRows)
     EXPECT_EQ(matches_wildcard(row.pattern, row.text), row.matches) << row.pattern << row.text;
-}
-
-// --- The program -----------------------------------------------------------------------------------------------------
-
-ProcessResult run_inspect(const std::vector<std::string> &arguments) {
-  return run_program(program_beside("kiv_inspect"), arguments);
-}
-
-Lines lines_of(const std::string &text) {
-  Lines lines;
-  for (size_t at = 0, end; (end = text.find('\n', at)) != std::string::npos; at = end + 1)
-    lines.push_back(text.substr(at, end - at));
-  return lines;
-}
-
-/// The library that the build made, by a path that the test's own system understands.
-std::string library_file() {
-  const std::string path = KIV_LIBRARY_FILE;
-#ifdef _WIN32
-  if (path[0] == '/') return "Z:" + path;
-#endif
-  return path;
-}
-
-TEST(KivInspectProgram, FindsItsOwnMain) {
-  const auto result = run_inspect({"symbols", program_beside("kiv_inspect"), "*main"});
-  EXPECT_EQ(result.exit_code, 0) << result.err;
-  EXPECT_TRUE(result.out.find(" F main\n") != std::string::npos || result.out.find(" F _main\n") != std::string::npos);
-  for (const auto &line : lines_of(result.out)) EXPECT_TRUE(line.ends_with("main")) << line;
-}
-
-TEST(KivInspectProgram, FindsAndResolvesAFunctionOfTheLibrary) {
-  const std::string library = library_file();
-  const auto result = run_inspect({"symbols", library});
-  ASSERT_EQ(result.exit_code, 0) << result.err;
-  const Lines lines = lines_of(result.out);
-  const auto found =
-      std::find_if(lines.begin(), lines.end(), [](auto &line) { return line.ends_with(" F kiv_avl_insert"); });
-  ASSERT_NE(found, lines.end());
-  const std::string address = found->substr(0, found->find(' '));
-  // Where several names share the address, the first of them stands for it: on Windows that with the underscore.
-  const auto first = std::find_if(lines.begin(), lines.end(), [&](auto &line) { return line.starts_with(address); });
-  const std::string name = first->substr(address.size() + 3);
-  EXPECT_TRUE(name == "kiv_avl_insert" || name == "_kiv_avl_insert") << name;
-  std::string next = address;
-  ++next.back();  // functions are aligned: no carry
-  EXPECT_EQ(run_inspect({"resolve", library, "0x" + address, next}).out,
-            address + " " + name + "\n" + next + " " + name + "+0x1\n");
-}
-
-TEST(KivInspectProgram, PrintsNamesThatDoNoHarm) {
-  const std::vector<ElfRow> rows = {{false, "a\x1b[2J\x7f\xc2\x9b\n~ z", 0x10, kFunction, kGlobal, 1},
-                                    {false, "b", 0x20, kNoType, kGlobal, 1}};
-  const std::string path = write_file("harm", build_elf(false, ByteOrder::big, rows).bytes);
-  EXPECT_EQ(run_inspect({"symbols", path}).out, "00000010 F a\\x1b[2J\\x7f\\xc2\\x9b\\x0a~ z\n00000020 - b\n");
-  EXPECT_EQ(run_inspect({"resolve", path, "F", "0X2f", "00000000000000000020", "123456789a"}).out,
-            "0000000f no symbol\n0000002f b+0xf\n00000020 b\n123456789a b+0x123456787a\n");
-  std::remove(path.c_str());
-}
-
-TEST(KivInspectProgram, TellsErrorsInOneLine) {
-  std::ifstream file(library_file(), std::ios::binary);
-  Bytes bytes{std::istreambuf_iterator<char>(file), {}};
-  ASSERT_GT(bytes.size(), 10000u);
-  bytes.resize(bytes.size() / 2);
-  const std::string path = write_file("cut", bytes);
-  const auto cut = run_inspect({"symbols", path});
-  EXPECT_EQ(cut.exit_code, 1);
-  EXPECT_EQ(cut.out, "");
-  EXPECT_TRUE(cut.err.starts_with("kiv_inspect: " + path + ": ")) << cut.err;
-  EXPECT_EQ(lines_of(cut.err).size(), 1u) << cut.err;
-  std::remove(path.c_str());
-
-  const auto absent = run_inspect({"resolve", path, "1"});
-  EXPECT_EQ(absent.exit_code, 1);
-  EXPECT_EQ(absent.err, "kiv_inspect: " + path + ": it cannot be opened: No such file or directory\n");
-}
-
-TEST(KivInspectProgram, ExplainsItsUsage) {
-  const std::vector<std::vector<std::string>> rows = {
-      {}, {"symbols", "a", "b", "c"}, {"resolve", "a", "1", "0x"}, {"resolve", "a", "10000000000000000"}};
-  for (const auto &arguments : rows) {
-    const auto result = run_inspect(arguments);
-    EXPECT_EQ(result.exit_code, 2);
-    EXPECT_EQ(result.out, "");
-    EXPECT_TRUE(result.err.starts_with("usage:\n  kiv_inspect symbols PROGRAM [PATTERN]\n")) << result.err;
-  }
 }
 
 }  // namespace

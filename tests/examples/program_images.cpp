@@ -1,5 +1,9 @@
 #include "tests/examples/program_images.h"
 
+#include <fstream>
+
+#include "tests/support/process.h"
+
 namespace kiv::test {
 
 using kiv::inspect::ByteOrder;
@@ -19,6 +23,13 @@ void Image::put(uint64_t value, int width) {
 void Image::put_text(const std::string &text, size_t width) {
   bytes.insert(bytes.end(), text.begin(), text.end());
   bytes.resize(bytes.size() + width - text.size());
+}
+
+std::string write_file(const std::string &name, const Image &image) {
+  const std::string path = this_program() + "." + name;
+  std::ofstream file(path, std::ios::binary);
+  file.write(reinterpret_cast<const char *>(image.bytes.data()), static_cast<std::streamsize>(image.size()));
+  return path;
 }
 
 Image build_elf(bool wide, ByteOrder order, const std::vector<ElfRow> &rows) {

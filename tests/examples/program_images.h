@@ -28,6 +28,9 @@ struct Image {
   void pad_to(size_t offset) { bytes.resize(offset); }
 };
 
+/// Writes an image beside the test program and gives its path, which is the caller's to remove.
+std::string write_file(const std::string &name, const Image &image);
+
 struct ElfRow {
   bool dynamic;
   std::string name;
