@@ -13,6 +13,14 @@ as_root() {
 
 installed() { dpkg-query -W -f '${Status}\n' "$1" 2>/dev/null | grep -q 'ok installed'; }
 
+# quietly COMMAND...: shows what a command prints only when it fails.
+quietly() {
+  local output
+  output=$("$@" 2>&1) || { printf '%s\n' "$output" >&2; return 1; }
+}
+
+apt_install() { as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "$@"; }
+
 # install PACKAGE...: installs what is missing of a list.
 install() {
   local missing=() package
@@ -22,12 +30,11 @@ install() {
   say "installing ${missing[*]}"
   if [ -z "${package_lists_are_new:-}" ]; then
     # A complaint about one stale index is no reason to stop.
-    as_root apt-get update -qq || true
+    quietly as_root apt-get update -qq || true
     package_lists_are_new=1
   fi
   # Where the newest of both architectures differ, one suite has them in step.
-  as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" ||
-    as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq -t bookworm --no-install-recommends "${missing[@]}" ||
+  apt_install "${missing[@]}" >/dev/null 2>&1 || quietly apt_install -t bookworm "${missing[@]}" ||
     die "could not install: ${missing[*]}"
 }
 
@@ -44,7 +51,6 @@ install_windows_tools() {
 # build PRESET [CMAKE-ARGUMENT...]
 build() {
   say "building $1"
-  cmake --preset "$@" >"build-$1.log" 2>&1 || { cat "build-$1.log" >&2; rm -f "build-$1.log"; die "cmake failed"; }
-  rm -f "build-$1.log"
+  quietly cmake --preset "$@" || die "cmake failed"
   cmake --build --preset "$1" -- --quiet
 }
