@@ -18,13 +18,10 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "containers/avl_nodes.h"
 #include "kiv_avl.h"
-#include "os/platform.h"
 
 namespace kiv::avl {
-
-using Tree = KIV_AVL_TREE;
-using Node = KIV_AVL_NODE;
 
 inline constexpr size_t kMaxHeight = 96;
 
@@ -44,67 +41,6 @@ decltype(auto) with_order(const Tree *tree, Body body) {
   }
   return body([compare = tree->compare_with_context, context = tree->compare_context](
                   const void *key, const void *value) { return compare(key, value, context); });
-}
-
-// --- Nodes -----------------------------------------------------------------------------------------------------------
-
-/// Makes sure that there is a spare node.
-inline bool reserve_node(Tree *tree) {
-  if (tree->free_nodes == nullptr) {
-    void *memory = tree->node_alloc != nullptr ? tree->node_alloc(tree->allocator_context, sizeof(Node))
-                                               : os::heap_alloc(sizeof(Node));
-    if (memory == nullptr) return false;
-    tree->free_nodes = static_cast<Node *>(memory);
-    tree->free_nodes->left = nullptr;
-  }
-  tree->nodes_allocated = 1;
-  return true;
-}
-
-inline Node *take_spare_node(Tree *tree, void *value) {
-  Node *node = tree->free_nodes;
-  tree->free_nodes = node->left;
-  node->left = nullptr;
-  node->right = nullptr;
-  node->height = 1;
-  node->value = value;
-  return node;
-}
-
-inline void dispose_node(Tree *tree, Node *node) {
-  if (tree->node_alloc == nullptr) {
-    os::heap_free(node);
-  } else if (tree->node_free != nullptr) {
-    tree->node_free(node, tree->allocator_context);
-  } else {
-    node->left = tree->free_nodes;
-    tree->free_nodes = node;
-  }
-}
-
-inline void release_value(const Tree *tree, void *value) {
-  if (tree->release != nullptr) tree->release(value, tree->release_context);
-}
-
-/// Post-order; recursion is as deep as the tree is high.
-inline void destroy_nodes(Tree *tree, Node *node) {
-  if (node == nullptr) return;
-  destroy_nodes(tree, node->left);
-  destroy_nodes(tree, node->right);
-  release_value(tree, node->value);
-  dispose_node(tree, node);
-}
-
-/// Spare nodes go to pool_release; without one, to where freed nodes go, unless that is the pool itself.
-inline void destroy_spare_nodes(Tree *tree) {
-  while (Node *node = tree->free_nodes) {
-    tree->free_nodes = node->left;
-    if (tree->pool_release != nullptr) {
-      tree->pool_release(node, tree->allocator_context);
-    } else if (tree->node_alloc == nullptr || tree->node_free != nullptr) {
-      dispose_node(tree, node);
-    }
-  }
 }
 
 // --- Balance ---------------------------------------------------------------------------------------------------------
@@ -194,17 +130,18 @@ enum class Direction { above, below };
 template <Direction kDirection, bool kOrEqual>
 void *find_nearest(const Tree *tree, const Node *node, const void *key) {
   return with_order(tree, [=](auto order) mutable -> void * {
-    const Node *best = nullptr;
+    // The last node left to the right, and to the left: kept in memory, as whether a step goes one way or the other is
+    // no better predicted than a coin, and compilers make a branch of a conditional assignment here.
+    const Node *passed[2] = {nullptr, nullptr};
     while (node != nullptr) {
       prefetch_children(node);
       const int side = order(key, node->value);
       if (kOrEqual && side == 0) return node->value;
-      const bool candidate = kDirection == Direction::above ? side < 0 : side > 0;
-      if (candidate) best = node;
-      const bool go_left = kDirection == Direction::above ? candidate : !candidate;
-      node = go_left ? node->left : node->right;
+      const bool go_right = kDirection == Direction::above ? side >= 0 : side > 0;
+      passed[go_right] = node;
+      node = go_right ? node->right : node->left;
     }
-    return value_of(best);
+    return value_of(passed[kDirection == Direction::below]);
   });
 }
 
@@ -234,10 +171,27 @@ Node **descend(Node **link, const void *key, Order order, Path *path) {
   return link;
 }
 
+/// The same for inserts, which often come in order: the direction is a branch, and a predicted one lets the processor
+/// run ahead of the compares.
+template <class Order>
+Node **descend_predicting(Node **link, const void *key, Order order, Path *path) {
+  Node *node = *link;
+  while (node != nullptr) {
+    prefetch_children(node);
+    const int side = order(key, node->value);
+    if (side == 0) break;
+    path->push(link);
+    Node *const left = node->left, *const right = node->right;
+    link = side < 0 ? &node->left : &node->right;
+    node = side < 0 ? left : right;
+  }
+  return link;
+}
+
 inline int insert(Tree *tree, Node **root, void *value) {
   if (tree == nullptr || root == nullptr || !reserve_node(tree)) return 1;
   Path path;
-  Node **link = with_order(tree, [&](auto order) { return descend(root, value, order, &path); });
+  Node **link = with_order(tree, [&](auto order) { return descend_predicting(root, value, order, &path); });
   if (*link == nullptr) {
     *link = take_spare_node(tree, value);
     report_linkage(tree, *link);

@@ -107,7 +107,7 @@ void kiv_avl_empty_tree(KIV_AVL_TREE *tree) { kiv_avl_shared_destroy_single_tree
 
 int kiv_avl_destroy_tree(KIV_AVL_TREE *tree) {
   if (tree == nullptr) return 0;
-  kiv_avl_empty_tree(tree);
+  if (!avl::nodes_end_with_record(tree)) kiv_avl_empty_tree(tree);
   avl::destroy_spare_nodes(tree);
   const KIV_AVL_TREE last = *tree;
   const auto finish = [&last] {

@@ -54,17 +54,27 @@ bool open_chunk(KIV_ALLOCATOR *allocator, uint32_t need, bool nofail) {
   return true;
 }
 
-void *carve(KIV_ALLOCATOR *allocator, uint32_t size, bool nofail) {
+/// A block that fits into the current chunk.
+inline void *carve_here(KIV_ALLOCATOR *allocator, uint32_t rounded, uint32_t need) {
   auto &state = allocator->state.fast;
+  auto *header = reinterpret_cast<BlockHeader *>(state.cursor);
+  state.cursor += need;
+  state.remaining -= need;
+  header->size = rounded;
+  return header + 1;
+}
+
+/// Kept apart, so that the way of nearly all blocks needs no stack frame.
+[[gnu::noinline]] void *carve_in_new_chunk(KIV_ALLOCATOR *allocator, uint32_t rounded, uint32_t need, bool nofail) {
+  return open_chunk(allocator, need, nofail) ? carve_here(allocator, rounded, need) : nullptr;
+}
+
+[[gnu::always_inline]] inline void *carve(KIV_ALLOCATOR *allocator, uint32_t size, bool nofail) {
   const uint32_t rounded = round_up_to_8(size);
   const uint32_t need = rounded + static_cast<uint32_t>(sizeof(BlockHeader));
-  if (state.remaining < need && !open_chunk(allocator, need, nofail)) [[unlikely]]
-    return nullptr;
-  uint8_t *block = state.cursor + sizeof(BlockHeader);
-  header_of(block)->size = rounded;
-  state.remaining -= need;
-  state.cursor += need;
-  return block;
+  if (allocator->state.fast.remaining < need) [[unlikely]]
+    return carve_in_new_chunk(allocator, rounded, need, nofail);
+  return carve_here(allocator, rounded, need);
 }
 
 void *carve_zeroed(KIV_ALLOCATOR *allocator, uint32_t size, bool nofail) {

@@ -139,9 +139,17 @@ KIV_ALLOCATOR *kiv_allocator_wrap_new(KIV_ALLOCATOR *storage, KIV_ALLOCATOR *par
 
 void kiv_allocator_wrap_dealloc_all(KIV_ALLOCATOR *allocator) {
   const auto held = hold(allocator);
-  // The walk leaves values behind that are gone; emptying the tree looks at none of them.
-  kiv_avl_sequential_walk(allocator->state.wrap.blocks, free_block_and_cell, allocator->state.wrap.parent);
-  kiv_avl_empty_tree(allocator->state.wrap.blocks);
+  KIV_AVL_TREE *blocks = allocator->state.wrap.blocks;
+  // The walk leaves values behind that are gone; neither of the two ways to end the tree looks at them. A new tree is
+  // the fast one: the old one's nodes go chunk by chunk.
+  kiv_avl_sequential_walk(blocks, free_block_and_cell, allocator->state.wrap.parent);
+  KIV_AVL_TREE *fresh = kiv_avl_new(compare_cells, nullptr, nullptr);
+  if (fresh != nullptr) {
+    (void)kiv_avl_destroy_tree(blocks);
+    allocator->state.wrap.blocks = fresh;
+  } else {
+    kiv_avl_empty_tree(blocks);
+  }
 }
 
 void kiv_allocator_wrap_delete(KIV_ALLOCATOR *allocator) {

@@ -15,6 +15,10 @@
  *
  * Costs: searches, insert, delete, detach and swap take O(log n) compares; walks, counting and emptying are linear.
  *
+ * Nodes come from the C runtime's heap unless the tree is given another allocator. The first insert then puts allocator
+ * functions of the library's own into the record, which take nodes from the heap in chunks; these go back when the last
+ * node is freed, the smallest with the record.
+ *
  * Thread safety: one thread at a time per record and all its trees. Searches and walks write nothing, so several
  * threads may read a tree that nobody changes. */
 #ifndef KIV_AVL_H
@@ -56,7 +60,7 @@ typedef struct KIV_AVL_TREE {
   uint32_t nodes_allocated;        /**< 1 from the first insert on: the node allocator is then fixed */
   KIV_AVL_NODE *free_nodes;        /**< spare nodes, linked through left */
   void *allocator_context;         /**< the argument of the next four */
-  KIV_AVL_NODE_ALLOC node_alloc;   /**< null: the C runtime's heap */
+  KIV_AVL_NODE_ALLOC node_alloc;   /**< null: the C runtime's heap, see above */
   KIV_AVL_NODE_FREE node_free;     /**< null with node_alloc set: freed nodes become spare ones */
   KIV_AVL_NODE_FREE pool_release;  /**< applied to every spare node when the tree is destroyed */
   KIV_AVL_FINISH allocator_finish; /**< called last when the tree is destroyed */

@@ -46,8 +46,9 @@ enum class TryWait { taken, would_block, failed };
 
 /// A recursive mutex that nobody owns; null on failure.
 Handle mutex_create();
-bool mutex_lock(Handle mutex);
-bool mutex_unlock(Handle mutex);
+/// Statuses as the exported functions give them, 0 and 1: these are called in their tail.
+int mutex_lock(Handle mutex);
+int mutex_unlock(Handle mutex);
 
 /// Null also for a count below 0 or above kSemaphoreMaximum.
 Handle semaphore_create(int32_t initial);

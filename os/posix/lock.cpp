@@ -11,6 +11,17 @@ bool ok(int error) {
   return false;
 }
 
+/// The same as a status. Setting errno is kept out of the way of success, which then needs no frame of its own.
+[[gnu::noinline, gnu::cold]] int failed(int error) {
+  errno = error;
+  return 1;
+}
+int status(int error) {
+  if (error == 0) [[likely]]
+    return 0;
+  return failed(error);
+}
+
 bool init_recursive_mutex(pthread_mutex_t *mutex) {
   pthread_mutexattr_t recursive;
   if (!ok(pthread_mutexattr_init(&recursive))) return false;
@@ -43,14 +54,14 @@ Handle mutex_create() {
   return nullptr;
 }
 
-bool mutex_lock(Handle mutex) {
+int mutex_lock(Handle mutex) {
   Object *object = object_of(mutex, ObjectKind::mutex);
-  return object != nullptr && ok(pthread_mutex_lock(&object->mutex));
+  return object != nullptr ? status(pthread_mutex_lock(&object->mutex)) : 1;
 }
 
-bool mutex_unlock(Handle mutex) {
+int mutex_unlock(Handle mutex) {
   Object *object = object_of(mutex, ObjectKind::mutex);
-  return object != nullptr && ok(pthread_mutex_unlock(&object->mutex));
+  return object != nullptr ? status(pthread_mutex_unlock(&object->mutex)) : 1;
 }
 
 Handle semaphore_create(int32_t initial) {
