@@ -3,6 +3,11 @@
 add_library(kiv_objects OBJECT ${KIV_SOURCES})
 target_link_libraries(kiv_objects PRIVATE kiv_library_options)
 target_include_directories(kiv_objects PRIVATE include)
+if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND NOT WIN32 AND NOT KIV_SANITIZE)
+  # The exported functions are thin: calls between them and what is behind them, the system seam above all, are inlined.
+  # The objects are ordinary ones too, for those who link the static library.
+  target_compile_options(kiv_objects PRIVATE -flto -ffat-lto-objects)
+endif()
 
 add_library(kiv_static STATIC $<TARGET_OBJECTS:kiv_objects>)
 set_target_properties(kiv_static PROPERTIES OUTPUT_NAME kiv_common)
@@ -30,7 +35,7 @@ else()
   target_link_options(kiv_shared PRIVATE -static-libgcc -Wl,-Bsymbolic-functions -Wl,-z,relro,-z,now -Wl,--as-needed
                       -Wl,--version-script=${CMAKE_BINARY_DIR}/kiv_common.map)
   if(NOT KIV_SANITIZE)
-    target_link_options(kiv_shared PRIVATE -Wl,-z,defs)
+    target_link_options(kiv_shared PRIVATE -Wl,-z,defs $<$<CXX_COMPILER_ID:GNU>:-flto=auto>)
   endif()
   set_target_properties(kiv_shared PROPERTIES LINK_DEPENDS ${CMAKE_BINARY_DIR}/kiv_common.map)
   target_link_libraries(kiv_shared PRIVATE Threads::Threads)
