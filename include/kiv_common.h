@@ -7,6 +7,8 @@
 #include "kiv_avl.h"
 #include "kiv_mutex.h"
 #include "kiv_semaphore.h"
+#include "kiv_string_array.h"
+#include "kiv_string_kvset.h"
 #include "kiv_stubs.h"
 #include "kiv_thread.h"
 
