@@ -277,7 +277,7 @@ TEST(StringArrayPrint, HasTheShapeOfAPrinter) {
   const auto printer = reinterpret_cast<KIV_PRINTER>(kiv_string_array_printf);
   EXPECT_EQ(kiv_string_fputs(text, &it.context, printer), 0);
   EXPECT_EQ(kiv_string_print_verbose_control_chars(text + 5, &it.context, printer), 0);
-  EXPECT_EQ(kiv_string_array_printf(&it.context, " %d%c%5.2f|%-4x|", -7, '%', 1.5, 0xABu), 14);
+  EXPECT_EQ(kiv_string_array_printf(&it.context, " %d%c%5.2f|%-4x|", -7, '%', 1.5, 0xABu), 15);
   EXPECT_EQ(strings_in(it.context.array), (Strings{U"line", U"x\1x^A -7% 1.50|ab  |"}));
 }
 
