@@ -1,10 +1,13 @@
-// Key-value sets: an AVL tree of pairs.
+// Key-value sets: an AVL tree of pairs. Its engine is used directly, with the key's order built in: adding goes down
+// the tree once.
 
 #include "kiv_string_kvset.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "base/record_layout.h"
+#include "containers/avl_engine.h"
 #include "kiv_string.h"
 #include "kiv_string_convert.h"
 
@@ -12,6 +15,8 @@ KIV_LAYOUT_32(sizeof(KIV_STRING_KVSET) == 16);
 KIV_LAYOUT_32(offsetof(KIV_STRING_KVSET, tree) == 4 && offsetof(KIV_STRING_KVSET, copy_keys) == 8);
 KIV_LAYOUT_32(offsetof(KIV_STRING_KVSET, copy_values) == 12);
 KIV_LAYOUT_32(sizeof(KIV_STRING_KVSET_PAIR) == 8 && offsetof(KIV_STRING_KVSET_PAIR, value) == 4);
+
+namespace avl = kiv::avl;
 
 namespace {
 
@@ -29,10 +34,39 @@ constexpr KIV_UNICHAR kEmpty[] = {0};
 
 const KIV_UNICHAR *units_of(const KIV_UNICHAR *string) { return string != nullptr ? string : kEmpty; }
 
-int compare_keys(const void *key, const void *element) {
-  return kiv_string_compare(units_of(static_cast<const KIV_STRING_KVSET_PAIR *>(key)->key),
-                            units_of(static_cast<const KIV_STRING_KVSET_PAIR *>(element)->key));
-}
+const KIV_UNICHAR *key_of(const void *pair) { return units_of(static_cast<const KIV_STRING_KVSET_PAIR *>(pair)->key); }
+
+int compare_pairs(const void *key, const void *pair) { return kiv_string_compare(key_of(key), key_of(pair)); }
+
+/// The same order for a search from the root. On the way down all keys lie between the last one that was greater than
+/// the key in search and the last one that was smaller: what the key has in common with both, it has in common with all
+/// that follow, and that is not compared again. Keys that callers can change are compared whole: the order may be
+/// broken.
+class SearchOrder {
+ public:
+  SearchOrder(const KIV_STRING_KVSET *set, const KIV_UNICHAR *key)
+      : key_(units_of(key)), keys_are_ours_(set->copy_keys != 0) {}
+
+  int operator()(const void *, const void *pair) {
+    const KIV_UNICHAR *key = key_of(pair);
+    size_t i = keys_are_ours_ ? std::min(common_with_smaller_, common_with_greater_) : 0;
+    while (key_[i] == key[i]) {
+      if (key_[i] == 0) return 0;
+      ++i;
+    }
+    if (key_[i] < key[i]) {
+      common_with_greater_ = i;
+      return -1;
+    }
+    common_with_smaller_ = i;
+    return 1;
+  }
+
+ private:
+  const KIV_UNICHAR *key_;
+  bool keys_are_ours_;
+  size_t common_with_smaller_ = 0, common_with_greater_ = 0;
+};
 
 void destroy_element(void *value, void *context) {
   const auto *set = static_cast<const KIV_STRING_KVSET *>(context);
@@ -42,12 +76,18 @@ void destroy_element(void *value, void *context) {
   set->allocator->free(set->allocator, element);
 }
 
-/// A pair to search with.
-KIV_STRING_KVSET_PAIR probe(const KIV_UNICHAR *key) { return {const_cast<KIV_STRING>(key), nullptr}; }
+KIV_STRING_KVSET_PAIR *pair_of(const avl::Node *node) {
+  return static_cast<KIV_STRING_KVSET_PAIR *>(avl::value_of(node));
+}
 
 KIV_STRING_KVSET_PAIR *find_pair(const KIV_STRING_KVSET *set, const KIV_UNICHAR *key) {
-  const KIV_STRING_KVSET_PAIR wanted = probe(key);
-  return static_cast<KIV_STRING_KVSET_PAIR *>(kiv_avl_find(set->tree, &wanted));
+  return pair_of(avl::find_node_by(set->tree->root, nullptr, SearchOrder(set, key)));
+}
+
+template <bool kOrEqual>
+KIV_STRING_KVSET_PAIR *find_above(const KIV_STRING_KVSET *set, const KIV_UNICHAR *key) {
+  return static_cast<KIV_STRING_KVSET_PAIR *>(
+      avl::find_nearest_by<avl::Direction::above, kOrEqual>(set->tree->root, nullptr, SearchOrder(set, key)));
 }
 
 /// The first pair whose key is the char string, zero-extended.
@@ -67,36 +107,51 @@ KIV_STRING_KVSET_PAIR *find_by_walk(const KIV_STRING_KVSET *set, const char *key
   return search.found;
 }
 
-KIV_STRING_KVSET_PAIR *find_pair(const KIV_STRING_KVSET *set, const char *key_chars, const KIV_UNICHAR *key) {
-  if (key_chars == nullptr) return find_pair(set, key);
-  if (std::strlen(key_chars) >= kWidenedKey) return find_by_walk(set, key_chars);
+KIV_STRING_KVSET_PAIR *find_pair(const KIV_STRING_KVSET *set, const char *key) {
+  if (std::strlen(key) >= kWidenedKey) return find_by_walk(set, key);
   // Sign-extended, unlike the keys that are stored: a decision of old that callers rely on.
   KIV_UNICHAR widened[kWidenedKey];
-  return find_pair(set, kiv_string_strcpy_char_s(widened, key_chars));
+  return find_pair(set, kiv_string_strcpy_char_s(widened, key));
 }
+
+/// The place of a key in the tree, for an insertion after a search that found nothing.
+struct Place {
+  avl::Path path;
+  avl::Node **link = nullptr;
+
+  KIV_STRING_KVSET_PAIR *seek(const KIV_STRING_KVSET *set, const KIV_UNICHAR *key) {
+    path.depth = 0;
+    link = avl::descend(&set->tree->root, nullptr, SearchOrder(set, key), &path);
+    return pair_of(*link);
+  }
+};
 
 enum class Insertion { done, refused, failed };
 
-/// Inserts a pair with a key that find_pair has not found. The tree refuses it all the same when the zero-extended key
-/// is there and the sign-extended one was looked for.
-Insertion insert_pair(const KIV_STRING_KVSET *set, const char *key_chars, KIV_STRING key, KIV_STRING value) {
+/// Makes a pair and inserts it: at place for a string; for a char string where its stored form belongs, which was not
+/// looked for yet, and is refused when it is there.
+Insertion insert_pair(const KIV_STRING_KVSET *set, const char *key_chars, KIV_STRING key, KIV_STRING value,
+                      Place *place) {
   KIV_ALLOCATOR *allocator = set->allocator;
   auto *element = static_cast<Element *>(allocator->alloc(allocator, sizeof(Element)));
   if (element == nullptr) return Insertion::failed;
   const bool key_is_ours = key_chars != nullptr || set->copy_keys != 0;
-  element->pair.key = key_chars != nullptr  ? kiv_string_convert_char_to_utf32_a(allocator, key_chars)
-                      : set->copy_keys != 0 ? kiv_string_dup(allocator, key)
-                                            : key;
-  element->pair.value = value;
-  element->key_was_converted = key_chars != nullptr ? 1 : 0;
-  Insertion result = Insertion::failed;
-  if (element->pair.key != nullptr || !key_is_ours) {
-    if (kiv_avl_insert(set->tree, element) == 0) {
-      if (key_chars == nullptr || kiv_avl_find(set->tree, element) == element) return Insertion::done;
-      result = Insertion::refused;
-    }
-    if (key_is_ours) allocator->free(allocator, element->pair.key);
+  if (key_chars != nullptr) {
+    key = kiv_string_convert_char_to_utf32_a(allocator, key_chars);
+  } else if (key_is_ours) {
+    key = kiv_string_dup(allocator, key);
   }
+  *element = {{key, value}, key_chars != nullptr ? 1u : 0u};
+  Insertion result = Insertion::failed;
+  if ((key != nullptr || !key_is_ours) && avl::reserve_node(set->tree)) {
+    if (key_chars == nullptr || place->seek(set, key) == nullptr) {
+      avl::link_value(set->tree, place->link, element);
+      place->path.unwind(set->tree);
+      return Insertion::done;
+    }
+    result = Insertion::refused;
+  }
+  if (key_is_ours && key != nullptr) allocator->free(allocator, key);
   allocator->free(allocator, element);
   return result;
 }
@@ -106,7 +161,7 @@ Insertion insert_pair(const KIV_STRING_KVSET *set, const char *key_chars, KIV_ST
 KIV_STRING_KVSET *kiv_string_kvset_new(KIV_ALLOCATOR *allocator, uint32_t copy_keys, uint32_t copy_values) {
   auto *set = static_cast<KIV_STRING_KVSET *>(allocator->alloc(allocator, sizeof(KIV_STRING_KVSET)));
   if (set == nullptr) return nullptr;
-  KIV_AVL_TREE *tree = kiv_avl_new_using_KIV_ALLOCATOR(allocator, compare_keys, destroy_element, set);
+  KIV_AVL_TREE *tree = kiv_avl_new_using_KIV_ALLOCATOR(allocator, compare_pairs, destroy_element, set);
   if (tree == nullptr) {
     allocator->free(allocator, set);
     return nullptr;
@@ -129,19 +184,22 @@ int kiv_string_kvset_add(KIV_STRING_KVSET *set, const char *key_chars, KIV_STRIN
                       : set->copy_values != 0 ? kiv_string_dup(set->allocator, value)
                                               : value;
   if (value_is_ours && stored == nullptr) return -1;
-  if (KIV_STRING_KVSET_PAIR *pair = find_pair(set, key_chars, key)) {
+  Place place;
+  KIV_STRING_KVSET_PAIR *pair = key_chars != nullptr ? find_pair(set, key_chars) : place.seek(set, key);
+  if (pair != nullptr) {
     if (set->copy_values != 0) set->allocator->free(set->allocator, pair->value);
     pair->value = stored;
     return 1;
   }
-  const Insertion result = insert_pair(set, key_chars, key, stored);
+  const Insertion result = insert_pair(set, key_chars, key, stored, &place);
   // Nobody else knows the new value.
   if (result != Insertion::done && value_is_ours) set->allocator->free(set->allocator, stored);
   return result == Insertion::failed ? -1 : 0;
 }
 
 KIV_STRING kiv_string_kvset_find(KIV_STRING_KVSET *set, const char *key_chars, const KIV_UNICHAR *key) {
-  const KIV_STRING_KVSET_PAIR *pair = set != nullptr ? find_pair(set, key_chars, key) : nullptr;
+  if (set == nullptr) return nullptr;
+  const KIV_STRING_KVSET_PAIR *pair = key_chars != nullptr ? find_pair(set, key_chars) : find_pair(set, key);
   return pair != nullptr ? pair->value : nullptr;
 }
 
@@ -154,16 +212,12 @@ int kiv_string_kvset_find_least_greater_or_equal2(KIV_ALLOCATOR *allocator, KIV_
     if (converted == nullptr) return 1;
     key = converted;
   }
-  const KIV_STRING_KVSET_PAIR wanted = probe(key);
-  *element = set != nullptr
-                 ? static_cast<KIV_STRING_KVSET_PAIR *>(kiv_avl_find_least_greater_or_equal(set->tree, &wanted))
-                 : nullptr;
+  *element = set != nullptr ? find_above<true>(set, key) : nullptr;
   if (converted != nullptr) allocator->free(allocator, converted);
   return 0;
 }
 
 KIV_STRING_KVSET_PAIR *kiv_string_kvset_find_least_greater(KIV_STRING_KVSET *set,
                                                            const KIV_STRING_KVSET_PAIR *element) {
-  if (set == nullptr || element == nullptr) return nullptr;
-  return static_cast<KIV_STRING_KVSET_PAIR *>(kiv_avl_find_least_greater(set->tree, element));
+  return set != nullptr && element != nullptr ? find_above<false>(set, element->key) : nullptr;
 }

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "containers/avl_check.h"
 #include "gtest/gtest.h"
 #include "kiv_string.h"
 #include "tests/support/counting_allocator.h"
@@ -84,6 +85,7 @@ TEST(StringKvset, IsAnOrderedMap) {
       ASSERT_EQ(stored == units(text[1]), !value_as_chars && it.set->copy_values == 0);
       if (value_as_chars && it.set->copy_values == 0) left_to_us.push_back(stored);
       ASSERT_EQ(it.find(text[0]), text[1]);
+      ASSERT_EQ(kiv::avl::Checker(it.set->tree).check(it.set->tree->root), nullptr);
       // The nearest key, given either way.
       std::string near_chars(1 + below(random, 2), static_cast<char>('a' + below(random, 6)));
       std::u32string near = widened(near_chars);
