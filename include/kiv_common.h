@@ -8,6 +8,7 @@
 #include "kiv_mutex.h"
 #include "kiv_semaphore.h"
 #include "kiv_string_convert.h"
+#include "kiv_string_pattern.h"
 #include "kiv_stubs.h"
 #include "kiv_thread.h"
 

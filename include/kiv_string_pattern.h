@@ -1,8 +1,9 @@
 /** @file
  * Pattern matching on strings: a compact dialect of regular expressions, wildcards, and cutting at delimiters.
  *
- * Code points are compared exactly, without regard to case or locale. Patterns are read directly at every call, there is
- * no compiled form. Indices into the text are signed, -1 when nothing is found. A null text or pattern counts as empty.
+ * Code points are compared exactly, without regard to case or locale. Patterns are read directly at every call, there
+ * is no compiled form. Indices into the text are signed, -1 when nothing is found. A null text or pattern counts as
+ * empty.
  *
  * A regular expression is a sequence of atoms, each with at most one quantifier behind it:
  *
@@ -61,8 +62,8 @@ KIV_API int32_t kiv_string_substr_matches_with_regular_expression(const KIV_UNIC
                                                                   KIV_STRING *end, int32_t start);
 
 /** The last index at which re matches, from start (from the last character, when start lies behind it) down to 0; -1
- * when there is none or start is negative. A pattern that begins with "^" is tried at index 0 only, also with a negative
- * start, but never with one above 0. */
+ * when there is none or start is negative. A pattern that begins with "^" is tried at index 0 only, also with a
+ * negative start, but never with one above 0. */
 KIV_API int32_t kiv_string_reverse_substr_matches_with_regular_expression(const KIV_UNICHAR *text,
                                                                           const KIV_UNICHAR *re, KIV_STRING *end,
                                                                           int32_t start);

@@ -4,6 +4,7 @@
 
 #include <cstring>
 
+#include "empty_string.h"
 #include "regexp_search.h"
 #include "string_block.h"
 
@@ -13,9 +14,6 @@ namespace {
 using regexp::kNone;
 using regexp::Outline;
 using regexp::Search;
-
-constexpr KIV_UNICHAR kEmpty[] = {0};
-const KIV_UNICHAR *or_empty(const KIV_UNICHAR *s) { return s != nullptr ? s : kEmpty; }
 
 KIV_STRING place_in(const KIV_UNICHAR *text, size_t place) { return const_cast<KIV_STRING>(text) + place; }
 
@@ -45,8 +43,7 @@ Found search_all(Search<Machine> search, const KIV_UNICHAR *text, size_t start, 
   Found found;
   if (direction == Direction::forwards) {
     found.place = search.first(start, kNone - 1);
-    found.end = found.place != kNone ? search.end()
-                                     : search.first_stopped(start, kNone - 1, kiv_string_length(text));
+    found.end = found.place != kNone ? search.end() : search.first_stopped(start, kNone - 1, kiv_string_length(text));
   } else {
     found.place = search.last(0, start, kiv_string_length(text));
     found.end = found.place != kNone ? search.end() : search.last_stopped(0, start);

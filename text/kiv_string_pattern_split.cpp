@@ -2,13 +2,11 @@
 
 #include <cstring>
 
+#include "empty_string.h"
 #include "kiv_string.h"
 #include "kiv_string_pattern.h"
 
 namespace {
-
-constexpr KIV_UNICHAR kEmpty[] = {0};
-const KIV_UNICHAR *or_empty(const KIV_UNICHAR *s) { return s != nullptr ? s : kEmpty; }
 
 /// Calls visit(field, length) for each field of text until it gives false.
 template <class Visit>
@@ -26,20 +24,20 @@ bool visit_fields(const KIV_UNICHAR *text, const KIV_UNICHAR *delimiters, Visit 
 
 int kiv_string_token_matches(const KIV_UNICHAR *token, const KIV_UNICHAR *delimiters, const KIV_UNICHAR *text,
                              uint32_t *next) {
-  token = or_empty(token);
-  delimiters = or_empty(delimiters);
-  text = or_empty(text);
+  token = kiv::or_empty(token);
+  delimiters = kiv::or_empty(delimiters);
+  text = kiv::or_empty(text);
   const uint32_t skipped = kiv_string_strspn(text, delimiters);
   const uint32_t length = kiv_string_strcspn(text + skipped, delimiters);
-  const bool same = length == kiv_string_length(token) &&
-                    std::memcmp(text + skipped, token, length * sizeof(KIV_UNICHAR)) == 0;
+  const bool same =
+      length == kiv_string_length(token) && std::memcmp(text + skipped, token, length * sizeof(KIV_UNICHAR)) == 0;
   *next = same ? skipped + length : 0;
   return same ? 1 : 0;
 }
 
 KIV_STRING *kiv_string_split(KIV_ALLOCATOR *allocator, const KIV_UNICHAR *text, const KIV_UNICHAR *delimiters) {
-  text = or_empty(text);
-  delimiters = or_empty(delimiters);
+  text = kiv::or_empty(text);
+  delimiters = kiv::or_empty(delimiters);
   uint64_t count = 0;
   visit_fields(text, delimiters, [&count](const KIV_UNICHAR *, uint32_t) { return ++count, true; });
   const uint64_t size = (count + 1) * sizeof(KIV_STRING);

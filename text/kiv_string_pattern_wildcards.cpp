@@ -4,15 +4,15 @@
 // nothing else: what matches there matches at every earlier place too. Hence a star never gives up the first place at
 // which the run behind it matches, and no pattern takes more than pattern times text steps.
 
+#include <cstddef>
+
+#include "empty_string.h"
 #include "kiv_string.h"
 #include "kiv_string_pattern.h"
 #include "pattern_set.h"
 
 namespace kiv {
 namespace {
-
-constexpr KIV_UNICHAR kEmpty[] = {0};
-const KIV_UNICHAR *or_empty(const KIV_UNICHAR *s) { return s != nullptr ? s : kEmpty; }
 
 bool ends_run(KIV_UNICHAR c) { return c == 0 || c == '*'; }
 

@@ -37,14 +37,20 @@ enum class Read : uint8_t { item, end, end_of_text, never };
 /// Reads the item at p and moves p behind it. At the end of the pattern, at a "$" and at what can never match p stays.
 inline Read read_item(const KIV_UNICHAR *&p, Item *item) {
   item->atom = Atom::literal;
+  item->quantifier = Quantifier::one;
   const KIV_UNICHAR *behind = p + 1;
   switch (*p) {
-    case 0: return Read::end;
-    case '$': return Read::end_of_text;
+    case 0:
+      return Read::end;
+    case '$':
+      return Read::end_of_text;
     case '*':
     case '+':
-    case '?': return Read::never;
-    case '.': item->atom = Atom::any; break;
+    case '?':
+      return Read::never;
+    case '.':
+      item->atom = Atom::any;
+      break;
     case '[':
       item->atom = Atom::set;
       behind = pattern::read_set<pattern::SetEscapes::backslash>(p + 1, &item->set);
@@ -55,7 +61,8 @@ inline Read read_item(const KIV_UNICHAR *&p, Item *item) {
       item->literal = p[1];
       behind = p + 2;
       break;
-    default: item->literal = *p;
+    default:
+      item->literal = *p;
   }
   item->quantifier = *behind == '*'   ? Quantifier::star
                      : *behind == '+' ? Quantifier::plus

@@ -58,9 +58,7 @@ class SmallMachine {
 
   /// A state at the start or in the middle of a run of items that can be skipped brings all later places of the run and
   /// the one behind it. Adding it to the run's bits carries through just these, except where other states stand.
-  uint64_t with_skipped(uint64_t states) const {
-    return states | (((states & skippable_) + skippable_) ^ skippable_);
-  }
+  uint64_t with_skipped(uint64_t states) const { return states | (((states & skippable_) + skippable_) ^ skippable_); }
 
   uint64_t matching(KIV_UNICHAR c) {
     const size_t slot = c % kRemembered;

@@ -37,7 +37,9 @@ class Search {
   size_t end() const { return end_; }
 
   /// After match(place) has failed: where an attempt last came to the end of the pattern, in vain.
-  size_t match_stopped(size_t place) { return only_at_end_ ? in_vain().template attempt<Wanted::shortest>(place) : kNone; }
+  size_t match_stopped(size_t place) {
+    return only_at_end_ ? in_vain().template attempt<Wanted::shortest>(place) : kNone;
+  }
 
   /// The first place from first to last that matches. REQUIRES: first is not behind the end of the text.
   size_t first(size_t first, size_t last) {
@@ -183,8 +185,7 @@ class Search {
   bool is_candidate(size_t place, size_t length) {
     if (outline_.nullable) return true;
     if (outline_.landmark == 0) return machine_.may_start(text_[place]);
-    return outline_.landmark_offset < length - place &&
-           text_[place + outline_.landmark_offset] == outline_.landmark;
+    return outline_.landmark_offset < length - place && text_[place + outline_.landmark_offset] == outline_.landmark;
   }
 
   const Outline &outline_;
