@@ -2,6 +2,7 @@
 #ifndef KIV_TEXT_REGEXP_ITEM_H
 #define KIV_TEXT_REGEXP_ITEM_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -74,18 +75,25 @@ inline Read read_item(const KIV_UNICHAR *&p, Item *item) {
 
 /// What one pass over a pattern tells.
 struct Outline {
+  /// So few that a search for them compares no more than that at any place.
+  static constexpr size_t kMostLandmarkUnits = 4;
+
   const KIV_UNICHAR *pattern;
   size_t items = 0;
   size_t units = 0;          // up to the end or the "$"
   bool never = false;        // no text matches
   bool end_of_text = false;  // ends in a "$"
   bool nullable = true;      // matches without a character
-  /// A literal that stands at a fixed distance from the start of every match, the last of those; 0 when there is none.
-  KIV_UNICHAR landmark = 0;
+  /// Literals that stand at a fixed distance from the start of every match, ended by 0: the last of the longest rows.
+  KIV_UNICHAR landmark[kMostLandmarkUnits + 1] = {};
+  size_t landmark_units = 0;
   size_t landmark_offset = 0;
+  KIV_UNICHAR required = 0;  // the last literal of every match, when it is none of the landmark's; else 0
 
   explicit Outline(const KIV_UNICHAR *re) : pattern(re) {
-    bool fixed = true;
+    KIV_UNICHAR row[kMostLandmarkUnits];
+    size_t row_units = 0;
+    bool fixed = true;  // the distance of the next item from the start
     Item item;
     const KIV_UNICHAR *p = re;
     Read read = Read::end;
@@ -95,9 +103,16 @@ struct Outline {
         continue;
       }
       nullable = false;
-      if (fixed && item.atom == Atom::literal) {
-        landmark = item.literal;
-        landmark_offset = items;
+      const bool literal = item.atom == Atom::literal;
+      if (literal) required = item.literal;
+      if (!fixed) continue;
+      if (!literal || row_units == kMostLandmarkUnits) row_units = 0;
+      if (literal) row[row_units++] = item.literal;
+      if (literal && row_units >= landmark_units) {
+        std::copy(row, row + row_units, landmark);
+        landmark_units = row_units;
+        landmark_offset = items + 1 - row_units;
+        required = 0;
       }
       if (item.repeats()) fixed = false;
     }

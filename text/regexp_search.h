@@ -44,6 +44,8 @@ class Search {
   /// The first place from first to last that matches. REQUIRES: first is not behind the end of the text.
   size_t first(size_t first, size_t last) {
     known_ = first;
+    // Not further than to the end of the first match, when there is one.
+    if (outline_.required != 0 && kiv_string_strchr(text_ + first, outline_.required) == nullptr) return kNone;
     size_t patience = kPatience;
     size_t previous = first;
     for (size_t place = candidate(first); place <= last && place != kNone; place = candidate(place + 1)) {
@@ -164,7 +166,7 @@ class Search {
   /// The first place from `place` on at which a match may start.
   size_t candidate(size_t place) {
     if (outline_.nullable) return text_[place] != 0 ? place : kNone;
-    if (outline_.landmark == 0) {
+    if (outline_.landmark_units == 0) {
       for (; text_[place] != 0; ++place) {
         if (machine_.may_start(text_[place])) return place;
       }
@@ -175,8 +177,10 @@ class Search {
     for (; known_ < place + offset; ++known_) {
       if (text_[known_] == 0) return kNone;
     }
-    if (text_[place + offset] == outline_.landmark) return place;
-    const KIV_UNICHAR *found = kiv_string_strchr(text_ + place + offset, outline_.landmark);
+    const KIV_UNICHAR *from = text_ + place + offset;
+    if (outline_.landmark_units == 1 && *from == outline_.landmark[0]) return place;
+    const KIV_UNICHAR *found = outline_.landmark_units == 1 ? kiv_string_strchr(from, outline_.landmark[0])
+                                                            : kiv_string_strstr(from, outline_.landmark);
     if (found == nullptr) return kNone;
     known_ = static_cast<size_t>(found - text_);
     return known_ - offset;
@@ -184,8 +188,8 @@ class Search {
 
   bool is_candidate(size_t place, size_t length) {
     if (outline_.nullable) return true;
-    if (outline_.landmark == 0) return machine_.may_start(text_[place]);
-    return outline_.landmark_offset < length - place && text_[place + outline_.landmark_offset] == outline_.landmark;
+    if (outline_.landmark_units == 0) return machine_.may_start(text_[place]);
+    return outline_.landmark_offset < length - place && text_[place + outline_.landmark_offset] == outline_.landmark[0];
   }
 
   const Outline &outline_;
