@@ -10,6 +10,7 @@
 #include "kiv_string_array.h"
 #include "kiv_string_convert.h"
 #include "kiv_string_kvset.h"
+#include "kiv_string_pattern.h"
 #include "kiv_stubs.h"
 #include "kiv_thread.h"
 
