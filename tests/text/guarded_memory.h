@@ -3,7 +3,6 @@
 #define KIV_TESTS_TEXT_GUARDED_MEMORY_H
 
 #if defined(_WIN32)
-#define NOMINMAX
 #include <windows.h>
 #else
 #include <sys/mman.h>
