@@ -5,7 +5,7 @@
 // for is written once, below.
 //
 // Safety: blocks of 64 bytes are read at addresses divisible by 64, hence from pages on which the string has a unit.
-// Units around the string are read with it and not looked at, which the address sanitizer must not count as an error.
+// Units around the string are read with it and not looked at, which sanitizers must not count as an error.
 #ifndef KIV_OS_UNITS_H
 #define KIV_OS_UNITS_H
 
@@ -19,7 +19,7 @@ namespace kiv::os {
 using Unit = uint32_t;
 inline constexpr unsigned kBlockUnits = 16;
 
-#define KIV_READS_AROUND __attribute__((no_sanitize("address")))
+#define KIV_READS_AROUND __attribute__((no_sanitize("address"), no_sanitize("thread")))
 
 /// One bit a unit of an aligned block, set where test(four units) has all ones.
 template <class Test>
