@@ -10,7 +10,7 @@
 #include "gtest/gtest.h"
 #include "kiv_string.h"
 #include "kiv_uni.h"
-#include "tests/text/guarded_memory.h"
+#include "tests/support/guarded_page.h"
 #include "tests/text/text.h"
 
 namespace {
@@ -220,7 +220,7 @@ TEST(StringSearch, FindsInSortedArrays) {
 
 /// Strings that end with their page, or begin with one: nothing is read beyond the pages that a string is on.
 TEST(StringSearch, StaysOnThePagesOfItsStrings) {
-  GuardedMemory memory_s, memory_t;
+  GuardedPage page_s, page_t;
   const auto fill = [](KIV_UNICHAR *s, size_t length) {
     std::fill(s, s + length, 'a');
     s[length] = 0;
@@ -228,7 +228,8 @@ TEST(StringSearch, StaysOnThePagesOfItsStrings) {
   };
   for (uint32_t length = 0; length < 70; ++length) {
     for (const bool at_end : {true, false}) {
-      KIV_UNICHAR *s = fill(at_end ? memory_s.end() - length - 1 : memory_s.begin(), length);
+      KIV_UNICHAR *s = fill(
+          at_end ? page_s.last<KIV_UNICHAR>(length + 1) : page_s.last<KIV_UNICHAR>(GuardedPage::kSize / 4), length);
       const Text naive(length, 'a');
       EXPECT_EQ(kiv_string_length(s), length);
       EXPECT_EQ(kiv_string_contains_non_ascii(s), 0);
@@ -238,7 +239,7 @@ TEST(StringSearch, StaysOnThePagesOfItsStrings) {
       EXPECT_EQ(kiv_string_strrchr(s, 'a'), length > 0 ? s + length - 1 : nullptr);
       EXPECT_EQ(kiv_string_strstr(s, text(U"ab").c_str()), nullptr);
       for (uint32_t other = 0; other < 70; ++other) {
-        KIV_UNICHAR *t = fill(memory_t.end() - other - 1, other);
+        KIV_UNICHAR *t = fill(page_t.last<KIV_UNICHAR>(other + 1), other);
         ASSERT_EQ(kiv_string_compare(s, t), order(s, t));
         ASSERT_EQ(kiv_string_strstr(s, t), other <= length ? s : nullptr);
       }
