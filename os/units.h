@@ -69,34 +69,29 @@ inline bool near_page_end(const Unit *s) {
   return (reinterpret_cast<uintptr_t>(s) & 4095u) > 4096u - kBlockUnits * sizeof(Unit);
 }
 
-/// Moves s and t on, together, to a place from which the next four units have a difference or the end of both: true. Or
-/// by so many blocks: false.
-inline bool skip_equal(const Unit *&s, const Unit *&t, size_t blocks) {
-  for (; blocks != 0; --blocks) {
+/// Moves s and t on, together, to a place from which the next four units have a difference or the end of both.
+inline void skip_equal(const Unit *&s, const Unit *&t) {
+  for (;; s += kBlockUnits, t += kBlockUnits) {
     if (near_page_end(s) || near_page_end(t)) {
       // A block read here might lie on a page that neither string is on.
-      for (unsigned i = 0; i < kBlockUnits; ++i, ++s, ++t) {
-        if (*s != *t || *s == 0) return true;
-      }
-      continue;
+      unsigned i = 0;
+      while (i < kBlockUnits && s[i] == t[i] && s[i] != 0) ++i;
+      if (i == kBlockUnits) continue;
+      s += i;
+      t += i;
+      return;
     }
-    if (!all_ones(common(s, t))) return true;
-    const __m128i second = common(s + 4, t + 4);
-    const __m128i third = common(s + 8, t + 8);
-    const __m128i fourth = common(s + 12, t + 12);
-    if (!all_ones(_mm_and_si128(_mm_and_si128(second, third), fourth))) {
-      const size_t step = !all_ones(second) ? 4 : !all_ones(third) ? 8 : 12;
-      s += step;
-      t += step;
-      return true;
-    }
-    s += kBlockUnits;
-    t += kBlockUnits;
+    const __m128i first = common(s, t), second = common(s + 4, t + 4);
+    const __m128i third = common(s + 8, t + 8), fourth = common(s + 12, t + 12);
+    if (all_ones(_mm_and_si128(_mm_and_si128(first, second), _mm_and_si128(third, fourth)))) continue;
+    const size_t step = !all_ones(first) ? 0 : !all_ones(second) ? 4 : !all_ones(third) ? 8 : 12;
+    s += step;
+    t += step;
+    return;
   }
-  return false;
 }
 
-/// The order of s and t, which differ or both end within reach of a few units.
+/// The order of s and t, which differ or both end a few units further on.
 inline int compare_here(const Unit *s, const Unit *t) {
   while (*s == *t && *s != 0) ++s, ++t;
   return *s == *t ? 0 : *s < *t ? -1 : 1;
@@ -108,11 +103,26 @@ inline int compare_here(const Unit *s, const Unit *t) {
 //   const Unit *find_end(const Unit *s);              the terminator
 //   const Unit *find(const Unit *s, Unit c);          the first c, also 0; null when there is none
 //   const Unit *find_last(const Unit *s, Unit c);     the last c, also 0; null when there is none
-//   int compare(const Unit *s, const Unit *t);        -1, 0 or 1, as unsigned numbers
+//   int compare_long(const Unit *s, const Unit *t);   compare(), below, for strings that are alike at first
 #if defined(_WIN32)
 #include "os/win32/units.h"
 #else
 #include "os/posix/units.h"
 #endif
+
+namespace kiv::os {
+
+/// The order of s and t as unsigned numbers. Most strings differ early, and few are long: the first units are compared
+/// here, without a call.
+inline int compare(const Unit *s, const Unit *t) {
+  const uintptr_t either = reinterpret_cast<uintptr_t>(s) | reinterpret_cast<uintptr_t>(t);
+  if ((either & 4095u) <= 4096u - 8 * sizeof(Unit)) {  // neither is near the end of its page
+    if (!all_ones(common(s, t))) return compare_here(s, t);
+    if (!all_ones(common(s + 4, t + 4))) return compare_here(s + 4, t + 4);
+  }
+  return compare_long(s, t);
+}
+
+}  // namespace kiv::os
 
 #endif

@@ -2,12 +2,10 @@
 
 #include "kiv_string.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "base/alias.h"
 #include "text/string_block.h"
-#include "text/text_source.h"
 
 using kiv::Units;
 
@@ -27,7 +25,7 @@ void kiv_string_delete(KIV_ALLOCATOR *allocator, KIV_STRING s) {
 }
 
 KIV_STRING kiv_string_dup(KIV_ALLOCATOR *allocator, const KIV_UNICHAR *s) {
-  return kiv_string_ndup(allocator, s, kiv_string_length(s));
+  return kiv::new_string(allocator, Units{s});
 }
 
 KIV_ALIAS(kiv_string_strdup, kiv_string_dup);

@@ -5,7 +5,6 @@
 
 #include "kiv_string.h"
 #include "text/string_block.h"
-#include "text/text_source.h"
 
 namespace kiv {
 namespace {

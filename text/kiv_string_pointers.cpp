@@ -4,7 +4,6 @@
 
 #include "kiv_string.h"
 #include "text/string_block.h"
-#include "text/text_source.h"
 
 namespace kiv {
 namespace {
@@ -27,17 +26,6 @@ KIV_STRING *append_or_delete(KIV_ALLOCATOR *allocator, KIV_STRING s, KIV_STRING 
   return grown;
 }
 
-/// A new string of the source's units.
-template <class Source>
-KIV_STRING make_string(KIV_ALLOCATOR *allocator, Source source) {
-  const size_t length = source.length();
-  KIV_STRING s = allocate_units(allocator, uint64_t{length} + 1);
-  if (s == nullptr) return nullptr;
-  copy_units(s, source, length);
-  s[length] = 0;
-  return s;
-}
-
 }  // namespace
 }  // namespace kiv
 
@@ -53,11 +41,11 @@ KIV_STRING *kiv_string_no_copy_append_to_array(KIV_ALLOCATOR *allocator, KIV_STR
 }
 
 KIV_STRING *kiv_string_append_to_array(KIV_ALLOCATOR *allocator, const KIV_UNICHAR *s, KIV_STRING *array) {
-  return kiv::append_or_delete(allocator, kiv::make_string(allocator, kiv::Units{s}), array);
+  return kiv::append_or_delete(allocator, kiv::new_string(allocator, kiv::Units{s}), array);
 }
 
 KIV_STRING *kiv_string_append_char_s_to_array(KIV_ALLOCATOR *allocator, const char *s, KIV_STRING *array) {
-  return kiv::append_or_delete(allocator, kiv::make_string(allocator, kiv::ZeroExtended{s}), array);
+  return kiv::append_or_delete(allocator, kiv::new_string(allocator, kiv::ZeroExtended{s}), array);
 }
 
 KIV_STRING *kiv_string_cat_arrays(KIV_ALLOCATOR *allocator, const KIV_STRING *array1, const KIV_STRING *array2) {

@@ -77,7 +77,10 @@ inline const KIV_UNICHAR *find_two_way(const KIV_UNICHAR *text, size_t text_leng
 
 /// The first place of the needle in s, null when there is none. REQUIRES: the needle has two units at least.
 inline const KIV_UNICHAR *find_string(const KIV_UNICHAR *s, const KIV_UNICHAR *needle) {
-  const __m128i first = os::four(needle[0]), second = os::four(needle[1]);
+  const auto like = [](KIV_UNICHAR c) {
+    return [units = os::four(c)](__m128i text) { return os::equal(text, units); };
+  };
+  const auto first = like(needle[0]), second = like(needle[1]), third = like(needle[2]);
   auto [block, skipped] = os::block_of(s);
   uint32_t in_text = UINT32_MAX << skipped;
   uint32_t first_before = 0;  // whether the block follows a unit like the needle's first
@@ -85,10 +88,12 @@ inline const KIV_UNICHAR *find_string(const KIV_UNICHAR *s, const KIV_UNICHAR *n
   for (;; block += 4, in_text = UINT32_MAX) {
     const uint32_t ends = os::block_mask(block, os::is_end) & in_text;
     in_text &= os::before_first(ends);
-    const uint32_t firsts = os::block_mask(block, [first](__m128i units) { return os::equal(units, first); }) & in_text;
-    const uint32_t seconds = os::block_mask(block, [second](__m128i units) { return os::equal(units, second); });
-    uint32_t places = (firsts << 1 | first_before) & seconds & in_text;
+    const uint32_t firsts = os::block_mask(block, first) & in_text;
+    // A bit is where the needle's second unit stands behind the first.
+    uint32_t places = (firsts << 1 | first_before) & os::block_mask(block, second) & in_text;
     first_before = firsts >> (os::kBlockUnits - 1);
+    // So is the third unit to follow, as far as this block tells.
+    if (places != 0 && needle[2] != 0) places &= os::block_mask(block, third) >> 1 | 1u << (os::kBlockUnits - 1);
     for (; places != 0; places &= places - 1) {
       const KIV_UNICHAR *place = reinterpret_cast<const KIV_UNICHAR *>(block) + __builtin_ctz(places) - 1;
       size_t matched = 2;

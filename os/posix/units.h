@@ -19,17 +19,21 @@ inline const Unit *find_last(const Unit *s, Unit c) {
   return as_units(std::wcsrchr(as_wide(s), static_cast<wchar_t>(c)));
 }
 
-inline int compare(const Unit *s, const Unit *t) {
-  // Most strings differ early, and few are long: a call costs more than these two blocks.
-  if (!skip_equal(s, t, 2)) {
-    // wcscmp knows equality at full speed, but orders units from 2^31 on below all others. Where the strings differ
-    // is found by pieces: no terminator stands before that place, hence a piece without a difference is whole.
-    constexpr size_t kPiece = 256;
-    if (std::wcscmp(as_wide(s), as_wide(t)) == 0) return 0;
-    while (std::wcsncmp(as_wide(s), as_wide(t), kPiece) == 0) s += kPiece, t += kPiece;
-    skip_equal(s, t, SIZE_MAX);
+/// The order of strings that differ somewhere, found by pieces: no terminator stands before the place, hence a piece
+/// without a difference is whole.
+[[gnu::noinline]] inline int compare_different(const Unit *s, const Unit *t) {
+  constexpr size_t kPiece = 256;
+  while (std::wcsncmp(as_wide(s), as_wide(t), kPiece) == 0) {
+    s += kPiece;
+    t += kPiece;
   }
+  skip_equal(s, t);
   return compare_here(s, t);
+}
+
+/// wcscmp knows equality at full speed, but puts units from 2^31 on below all others.
+inline int compare_long(const Unit *s, const Unit *t) {
+  return std::wcscmp(as_wide(s), as_wide(t)) == 0 ? 0 : compare_different(s, t);
 }
 
 }  // namespace kiv::os

@@ -27,8 +27,8 @@ inline const Unit *find_last(const Unit *s, Unit c) {
   }
 }
 
-inline int compare(const Unit *s, const Unit *t) {
-  skip_equal(s, t, SIZE_MAX);
+inline int compare_long(const Unit *s, const Unit *t) {
+  skip_equal(s, t);
   return compare_here(s, t);
 }
 
