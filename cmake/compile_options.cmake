@@ -9,6 +9,10 @@ endif()
 if(KIV_SANITIZE)
   add_compile_options(-fsanitize=${KIV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${KIV_SANITIZE})
+  if(CMAKE_CXX_COMPILER_ID STREQUAL Clang)
+    # Needs the C++ runtime, which the library does without.
+    add_compile_options(-fno-sanitize=function)
+  endif()
 endif()
 if(WIN32)
   # Programs carry their C++ runtime with them.

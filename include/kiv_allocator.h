@@ -74,8 +74,7 @@ struct KIV_ALLOCATOR {
   KIV_ALLOCATOR_STATE state;
 };
 
-/* --- The default kind: the C runtime's heap ------------------------------------------------------------------------
- */
+/* --- The default kind: the C runtime's heap ---------------------------------------------------------------------- */
 
 /** Makes a default allocator in storage, or in a record of its own when storage is null. Null when the C runtime has no
  * memory for that. Its operations are malloc, calloc, free and realloc.
@@ -87,8 +86,7 @@ KIV_API KIV_ALLOCATOR *kiv_allocator_default_new(KIV_ALLOCATOR *storage);
 /** Ends the record; blocks stay valid and can be freed with the C runtime's free. Always 1. */
 KIV_API int kiv_allocator_default_delete(KIV_ALLOCATOR *allocator);
 
-/* --- The wrapping kind: knows its blocks ---------------------------------------------------------------------------
- */
+/* --- The wrapping kind: knows its blocks ------------------------------------------------------------------------- */
 
 /** Makes a wrapping allocator that takes blocks from parent, in storage, or in a record from the parent when storage is
  * null. Null when the record, the mutex or the registry cannot be made.
@@ -105,8 +103,7 @@ KIV_API void kiv_allocator_wrap_dealloc_all(KIV_ALLOCATOR *allocator);
 /** Frees all blocks and ends the record. */
 KIV_API void kiv_allocator_wrap_delete(KIV_ALLOCATOR *allocator);
 
-/* --- The fast kind: a pool released as a whole ---------------------------------------------------------------------
- */
+/* --- The fast kind: a pool released as a whole ------------------------------------------------------------------- */
 
 /** Makes a fast allocator in storage (required). It first carves blocks from initial_buffer (may be null), then from
  * chunks of at least minimum_chunk_size bytes that it takes from parent. 0, or 1 with the storage unchanged when the
@@ -124,8 +121,7 @@ KIV_API void kiv_allocator_fast_dealloc_all(KIV_ALLOCATOR *allocator);
 /** Frees all chunks and the mutex. */
 KIV_API void kiv_allocator_fast_delete(KIV_ALLOCATOR *allocator);
 
-/* --- Grouped blocks ------------------------------------------------------------------------------------------------
- */
+/* --- Grouped blocks ---------------------------------------------------------------------------------------------- */
 
 /** One allocation split into up to four (eight) 8-aligned blocks, in the order of the arguments. A size of 0 takes no
  * room and leaves its out-pointer alone. 0, or 1 with all out-pointers unchanged; nothing is allocated when all sizes
@@ -141,8 +137,7 @@ KIV_API int kiv_calloc8(KIV_ALLOCATOR *allocator, uint32_t size1, uint32_t size2
                         uint32_t size5, uint32_t size6, uint32_t size7, uint32_t size8, void **out1, void **out2,
                         void **out3, void **out4, void **out5, void **out6, void **out7, void **out8);
 
-/* --- Helpers -------------------------------------------------------------------------------------------------------
- */
+/* --- Helpers ----------------------------------------------------------------------------------------------------- */
 
 /** Resizes *block, whose capacity is its size rounded up to a multiple of 2^chunk_shift bytes (the shift counts modulo
  * 32), touching the allocator only when the capacity changes. A new size of 0 frees the block and stores null. With
@@ -158,8 +153,7 @@ KIV_API char *kiv_strdup(KIV_ALLOCATOR *allocator, const char *text);
  * text as it is, also null. Null on failure: text is then still valid. */
 KIV_API char *kiv_strcat(KIV_ALLOCATOR *allocator, char *text, const char *more);
 
-/* --- Last resorts of the nofail operations -------------------------------------------------------------------------
- */
+/* --- Last resorts of the nofail operations ----------------------------------------------------------------------- */
 
 /** Sleeps that many seconds; 0 yields the processor. */
 KIV_API void kiv_sleep(uint32_t seconds);

@@ -66,8 +66,7 @@ typedef struct KIV_AVL_TREE {
   KIV_AVL_FIX_LINKAGE fix_linkage; /**< may be null */
 } KIV_AVL_TREE;
 
-/* --- Making and setting up ------------------------------------------------------------------------------------------
- */
+/* --- Making and setting up --------------------------------------------------------------------------------------- */
 
 /** An empty tree from the C runtime's heap; null without memory. release may be null. */
 KIV_API KIV_AVL_TREE *kiv_avl_new(KIV_AVL_COMPARE compare, KIV_AVL_RELEASE release, void *release_context);
@@ -102,8 +101,7 @@ KIV_API void kiv_avl_set_fix_linkage(KIV_AVL_TREE *tree, KIV_AVL_FIX_LINKAGE fix
 /** Bytes of a node. */
 KIV_API uint32_t kiv_avl_sizeof_node(void);
 
-/* --- Plain trees ----------------------------------------------------------------------------------------------------
- */
+/* --- Plain trees ------------------------------------------------------------------------------------------------- */
 
 /** 0, also when an equal value is present: the tree is then unchanged, the new value neither stored nor released.
  * 1 for a null tree or without memory for a node: the tree is unchanged. */
@@ -167,8 +165,7 @@ KIV_API int kiv_avl_add_tree_value_references_to_tree(KIV_AVL_TREE *source, KIV_
 KIV_API int kiv_destroy_detached(KIV_AVL_TREE *tree, void *value);
 KIV_API int kiv_shared_destroy_detached(KIV_AVL_TREE *tree, void *value);
 
-/* --- Shared trees: as their plain counterparts ----------------------------------------------------------------------
- */
+/* --- Shared trees: as their plain counterparts ------------------------------------------------------------------- */
 
 KIV_API int kiv_avl_shared_insert(KIV_AVL_TREE *tree, KIV_AVL_NODE **root, void *value);
 KIV_API void kiv_avl_shared_delete(KIV_AVL_TREE *tree, KIV_AVL_NODE **root, const void *key);

@@ -27,8 +27,7 @@
 
 KIV_BEGIN_DECLARATIONS
 
-/* --- Making and releasing ------------------------------------------------------------------------------------------
- */
+/* --- Making and releasing ---------------------------------------------------------------------------------------- */
 
 /** An empty string, in a block of 4 bytes. */
 KIV_API KIV_STRING kiv_string_new(KIV_ALLOCATOR *allocator);
@@ -46,8 +45,7 @@ KIV_API KIV_STRING kiv_string_strdup(KIV_ALLOCATOR *allocator, const KIV_UNICHAR
 /** A copy of at most the first n units of s, in a block of n + 1 units however short s is. */
 KIV_API KIV_STRING kiv_string_ndup(KIV_ALLOCATOR *allocator, const KIV_UNICHAR *s, uint32_t n);
 
-/* --- Measuring -----------------------------------------------------------------------------------------------------
- */
+/* --- Measuring --------------------------------------------------------------------------------------------------- */
 
 /** The number of units before the terminator; 0 for null. */
 KIV_API uint32_t kiv_string_length(const KIV_UNICHAR *s);
@@ -102,8 +100,7 @@ KIV_API KIV_STRING kiv_string_strncpy_char_s(KIV_STRING destination, const char 
 /** kiv_string_strcat from a char string. */
 KIV_API void kiv_string_strcat_char_s(KIV_STRING destination, const char *src);
 
-/* --- Comparing -----------------------------------------------------------------------------------------------------
- */
+/* --- Comparing --------------------------------------------------------------------------------------------------- */
 
 /** The order of s and t: -1 when t is greater, 1 when s is, 0 when they are equal. */
 KIV_API int32_t kiv_string_compare(const KIV_UNICHAR *s, const KIV_UNICHAR *t);
@@ -195,8 +192,7 @@ KIV_API KIV_STRING *kiv_string_cat_arrays(KIV_ALLOCATOR *allocator, const KIV_ST
 /** Frees the strings and the array; null is ignored. */
 KIV_API void kiv_string_delete_array(KIV_ALLOCATOR *allocator, KIV_STRING *array);
 
-/* --- Printing ------------------------------------------------------------------------------------------------------
- */
+/* --- Printing ---------------------------------------------------------------------------------------------------- */
 
 /** A function like the C runtime's fprintf: the destination is handed through to it, a negative result is a failure.
  * fprintf itself is given as (KIV_PRINTER)fprintf, with a FILE as destination. */

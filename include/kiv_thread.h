@@ -14,7 +14,7 @@
 
 KIV_BEGIN_DECLARATIONS
 
-/* --- Managed threads ---------------------------------------------------------------------------------------------- */
+/* --- Managed threads --------------------------------------------------------------------------------------------- */
 
 typedef struct KIV_MANAGED_THREAD KIV_MANAGED_THREAD;
 
@@ -62,7 +62,7 @@ KIV_API uint32_t kiv_thread_return_value(KIV_MANAGED_THREAD *record, int32_t *va
 /** From now on kiv_thread_start runs entries on the calling thread. There is no way back. For debugging. */
 KIV_API void kiv_thread_set_single_thread_mode(void);
 
-/* --- Bare threads ------------------------------------------------------------------------------------------------- */
+/* --- Bare threads ------------------------------------------------------------------------------------------------ */
 
 typedef struct KIV_THREAD {
   uint32_t id;
@@ -77,7 +77,7 @@ KIV_API int kiv_thread_new(KIV_THREAD *thread, KIV_THREAD_ROUTINE entry, void *a
  * except on Windows the calling thread itself): the handle is then kept. The exit value is not returned. */
 KIV_API int kiv_thread_join(KIV_THREAD thread);
 
-/* --- The calling thread and the process --------------------------------------------------------------------------- */
+/* --- The calling thread and the process -------------------------------------------------------------------------- */
 
 KIV_API uint32_t kiv_thread_get_current_thread_id(void);
 
@@ -91,7 +91,7 @@ KIV_API KIV_NORETURN void kiv_thread_die(const char *text, int exit_code);
 /** Does nothing; called on load and unload of the Windows library. */
 KIV_API void kiv_thread_init(void);
 
-/* --- Thread-specific data ----------------------------------------------------------------------------------------- */
+/* --- Thread-specific data ---------------------------------------------------------------------------------------- */
 
 /** Stores a new key in *key; every thread's value for it is null. 0, or 1 with *key unchanged when there are no more.
  */
@@ -113,7 +113,7 @@ KIV_API int kiv_thread_specific_data_destroy_global_key(void);
 KIV_API int kiv_thread_specific_data_set_value_using_global_key(void *value);
 KIV_API void *kiv_thread_specific_data_get_value_using_global_key(void);
 
-/* --- Once --------------------------------------------------------------------------------------------------------- */
+/* --- Once -------------------------------------------------------------------------------------------------------- */
 
 /** REQUIRES: two zeros at the start. Only kiv_thread_once touches them afterwards. */
 typedef struct KIV_THREAD_ONCE {

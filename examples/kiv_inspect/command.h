@@ -2,15 +2,18 @@
 #ifndef KIV_INSPECT_COMMAND_H
 #define KIV_INSPECT_COMMAND_H
 
+#include "kiv_allocator.h"
+
 namespace kiv::inspect {
 
 /// What a command comes to, and the exit status of the program.
 enum class Outcome { done = 0, failed = 1, wrong_usage = 2 };
 
-/// What follows the command's name on the command line; PROGRAM comes first.
+/// What follows the command's name on the command line, PROGRAM first, and where its memory comes from.
 struct Arguments {
   int count;
   char **values;
+  KIV_ALLOCATOR *allocator;
 };
 
 struct Command {

@@ -26,8 +26,8 @@ void print_usage() {
   }
 }
 
-Outcome run(int argc, char **argv) {
-  const Arguments arguments = {argc - 2, argv + 2};
+Outcome run(int argc, char **argv, KIV_ALLOCATOR *allocator) {
+  const Arguments arguments = {argc - 2, argv + 2, allocator};
   for (const Command &command : kCommands) {
     if (argc < 2 || std::strcmp(argv[1], command.name) != 0) continue;
     if (arguments.count < command.least || arguments.count > command.most) break;
@@ -40,7 +40,9 @@ Outcome run(int argc, char **argv) {
 }  // namespace kiv::inspect
 
 int main(int argc, char **argv) {
-  const auto outcome = kiv::inspect::run(argc, argv);
+  KIV_ALLOCATOR heap;
+  const auto outcome = kiv::inspect::run(argc, argv, kiv_allocator_default_new(&heap));
+  (void)kiv_allocator_default_delete(&heap);
   if (outcome == kiv::inspect::Outcome::wrong_usage) kiv::inspect::print_usage();
   return static_cast<int>(outcome);
 }

@@ -68,7 +68,7 @@ Status read_coff_symbols(ByteView file, const PeImage &image, SymbolNames &names
   for (uint64_t at = 0; status.ok() && at < size;) {
     const ByteView entry = symbols->part(at, kSymbolSize).value_or(ByteView());
     status = add_coff_symbol(image, entry, strings, names, table);
-    at += kSymbolSize * (1u + entry.u8(17));  // further records belong to this symbol
+    at += uint64_t{kSymbolSize} * (1u + entry.u8(17));  // further records belong to this symbol
   }
   return status;
 }

@@ -46,8 +46,7 @@ Outcome run_resolve(Arguments arguments) {
   for (int i = 1; i < arguments.count; ++i) {
     if (!parse_address(arguments.values[i])) return Outcome::wrong_usage;
   }
-  KIV_ALLOCATOR heap;
-  Program program(kiv_allocator_default_new(&heap));
+  Program program(arguments.allocator);
   const char *path = arguments.values[0];
   const Status status = program.load(path);
   if (!status.ok()) return fail(path, status);

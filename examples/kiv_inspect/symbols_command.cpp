@@ -34,8 +34,7 @@ int print_if_matching(void *value, void *context) {
 }  // namespace
 
 Outcome run_symbols(Arguments arguments) {
-  KIV_ALLOCATOR heap;
-  Program program(kiv_allocator_default_new(&heap));
+  Program program(arguments.allocator);
   const char *path = arguments.values[0];
   const Status status = program.load(path);
   if (!status.ok()) return fail(path, status);

@@ -18,16 +18,18 @@ namespace kiv::os {
 
 enum class ObjectKind : uint32_t { closed, mutex, semaphore, thread };
 
+struct Semaphore {
+  pthread_mutex_t guard;
+  pthread_cond_t positive;
+  int32_t count;
+};
+
 struct Object {
   std::atomic<ObjectKind> kind;
   Object *next_closed;
   union {
     pthread_mutex_t mutex;
-    struct {
-      pthread_mutex_t guard;
-      pthread_cond_t positive;
-      int32_t count;
-    } semaphore;
+    Semaphore semaphore;
     pthread_t thread;
   };
 };

@@ -12,6 +12,10 @@
 #include "kiv_semaphore.h"
 #include "tests/support/process.h"
 
+#ifndef _WIN32
+#include <sys/resource.h>
+#endif
+
 namespace {
 
 /// A managed thread at the start of a larger record.
@@ -100,6 +104,22 @@ TEST(BareThread, StartsAndJoinsOnce) {
   EXPECT_EQ(kiv_thread_join(thread), 1);
   EXPECT_EQ(kiv_thread_join({0, nullptr}), 1);
 }
+
+// Threads run out where the address space is too small for another stack; sanitizers need theirs.
+#if !defined(_WIN32) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+KIV_CHILD(no_room_for_a_thread) {
+  const rlimit few{1 << 20, 1 << 20};
+  setrlimit(RLIMIT_AS, &few);
+  KIV_MANAGED_THREAD record{};
+  uint32_t id = 77;
+  KIV_THREAD bare{88, nullptr};
+  const int managed = kiv_thread_start(run_job, &record, &id, 0);
+  const int started = kiv_thread_new(&bare, note_id, &id);
+  std::printf("%d %u %u; %d %u %d", managed, id, record.running, started, bare.id, bare.handle != nullptr);
+}
+
+TEST(Thread, CannotBeCreated) { EXPECT_EQ(kiv::test::run_child("no_room_for_a_thread").out, "1 77 0; 1 88 0"); }
+#endif
 
 TEST(Thread, SleepsLongEnough) {
   const auto start = std::chrono::steady_clock::now();
