@@ -30,9 +30,10 @@
  *     x       itself
  *
  * Costs, for a pattern of m and a text of n units: nothing is allocated and nothing recurses, whatever the pattern, and
- * no more than 80 KiB of stack is used. Greedy matching at one place takes at most m * n tests of a character; a search
- * tries place after place and, when that goes on for too long, finds the place by at most 2 + log2(n) passes of such
- * cost. A pattern with wildcards takes m * n tests, backwards m * n * log2(n). A test of a set is as long as the set.
+ * no more than 80 KiB of stack is used. Matching at one place takes at most m * n tests of a character, usually far
+ * less. A search tries place after place; when attempts get long it finds the place by halving, so that it takes no
+ * more than some 20 + log2(n) times as many tests, and twice that when a pattern with "$" matches nowhere. Wildcards
+ * take m * n tests, the search backwards m * n * log2(n). A test of a set is as long as the set.
  * Limit: a regular expression of more than 63 atoms and more than 524,287 units matches nothing. Texts have less than
  * 2^31 units.
  *

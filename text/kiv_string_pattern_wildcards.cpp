@@ -4,7 +4,7 @@
 // nothing else: what matches there matches at every earlier place too. Hence a star never gives up the first place at
 // which the run behind it matches, and no pattern takes more than pattern times text steps.
 
-#include <cstddef>
+#include <cstdint>
 
 #include "empty_string.h"
 #include "kiv_string.h"
@@ -45,7 +45,7 @@ bool match_run(const KIV_UNICHAR *&t, const KIV_UNICHAR *&p) {
 }
 
 /// The number of elements of the run at p, which is moved behind it. False for one that never matches.
-bool measure_run(const KIV_UNICHAR *&p, size_t *count) {
+bool measure_run(const KIV_UNICHAR *&p, int64_t *count) {
   for (*count = 0; !ends_run(*p); ++*count) {
     p = behind_element(p);
     if (p == nullptr) return false;
@@ -85,10 +85,10 @@ bool match_from_star(const KIV_UNICHAR *t, const KIV_UNICHAR *p, bool whole) {
     if (*t == 0) return false;
     if (*p == '*') continue;
     const KIV_UNICHAR *behind = p;
-    size_t run = 0;
+    int64_t run = 0;
     if (!measure_run(behind, &run)) return false;
     if (whole && *behind == 0) {
-      const size_t rest = kiv_string_length(t);
+      const int64_t rest = kiv_string_length(t);
       if (rest < run) return false;
       t += rest - run;
       return match_run(t, p);
@@ -98,18 +98,18 @@ bool match_from_star(const KIV_UNICHAR *t, const KIV_UNICHAR *p, bool whole) {
   return !whole || *t == 0;
 }
 
-/// The highest index of `text` below `limit` from which the pattern at star matches, or -1.
-int64_t last_place_of_star(const KIV_UNICHAR *text, const KIV_UNICHAR *star, size_t limit) {
-  size_t low = 0;  // it matches at every place before this one
+/// The last index below `limit` at which the pattern at star matches in text, or -1.
+int64_t last_place_of_star(const KIV_UNICHAR *text, const KIV_UNICHAR *star, int64_t limit) {
+  int64_t low = 0;  // it matches at every place before this one
   while (low < limit) {
-    const size_t middle = low + (limit - low) / 2;
+    const int64_t middle = low + (limit - low) / 2;
     if (match_from_star(text + middle, star, false)) {
       low = middle + 1;
     } else {
       limit = middle;
     }
   }
-  return static_cast<int64_t>(low) - 1;
+  return low - 1;
 }
 
 }  // namespace
@@ -125,30 +125,30 @@ int32_t kiv_string_substr_matches_using_wildcards(const KIV_UNICHAR *text, const
   text = kiv::or_empty(text);
   pattern = kiv::or_empty(pattern);
   const KIV_UNICHAR *behind = pattern;
-  size_t run = 0;
+  int64_t run = 0;
   if (!kiv::measure_run(behind, &run)) return -1;
   const KIV_UNICHAR *t = text;
   if (*t == 0 || !kiv::find_run(t, pattern)) return -1;
   // Where the star behind the first run does not match it does not match further on either.
-  return kiv::match_from_star(t, pattern, false) ? static_cast<int32_t>(t - text - static_cast<ptrdiff_t>(run)) : -1;
+  return kiv::match_from_star(t, pattern, false) ? static_cast<int32_t>(t - text - run) : -1;
 }
 
 int32_t kiv_string_reverse_substr_matches_using_wildcards(const KIV_UNICHAR *text, const KIV_UNICHAR *pattern) {
   text = kiv::or_empty(text);
   pattern = kiv::or_empty(pattern);
   const KIV_UNICHAR *star = pattern;
-  size_t run = 0;
+  int64_t run = 0;
   if (!kiv::measure_run(star, &run)) return -1;
-  const size_t length = kiv_string_length(text);
+  const int64_t length = kiv_string_length(text);
   if (length < run) return -1;
   bool star_matches = false;
-  for (auto i = static_cast<int64_t>(length - (run > 0 ? run : 1)); i >= 0; --i) {
+  for (int64_t i = length - (run > 0 ? run : 1); i >= 0; --i) {
     const KIV_UNICHAR *t = text + i;
     const KIV_UNICHAR *p = pattern;
     if (!kiv::match_run(t, p)) continue;
     if (star_matches || kiv::match_from_star(t, star, false)) return static_cast<int32_t>(i);
     // From its last place on backwards the star always matches.
-    i = kiv::last_place_of_star(text, star, static_cast<size_t>(t - text)) - static_cast<int64_t>(run) + 1;
+    i = kiv::last_place_of_star(text, star, t - text) - run + 1;
     star_matches = true;
   }
   return -1;

@@ -23,7 +23,7 @@ int print_wide(const KIV_UNICHAR *s, WideUnit *wide, uint32_t size, void *destin
 
 /// Null for more bytes than an address space has.
 WideUnit *allocate_wide(uint32_t units) {
-  if (units > SIZE_MAX / sizeof(WideUnit)) return nullptr;
+  if (size_t{units} > SIZE_MAX / sizeof(WideUnit)) return nullptr;
   return static_cast<WideUnit *>(os::heap_alloc(size_t{units} * sizeof(WideUnit)));
 }
 

@@ -45,7 +45,8 @@ const KIV_UNICHAR *read_set(const KIV_UNICHAR *p, Set *set) {
   return walk_members<kEscapes>(set->members, [](KIV_UNICHAR, KIV_UNICHAR) { return false; });
 }
 
-/// REQUIRES: read_set has found the set's end. The end of the text, 0, is in no set, not even in a negated one.
+/// REQUIRES: read_set has found the set's end, and c is a character. The end of the text is in no set, not even in a
+/// negated one: callers see it before.
 template <SetEscapes kEscapes>
 bool contains(const Set &set, KIV_UNICHAR c) {
   bool found = false;
@@ -53,7 +54,7 @@ bool contains(const Set &set, KIV_UNICHAR c) {
     found = low <= c && c <= high;
     return found;
   });
-  return found != set.negated && c != 0;
+  return found != set.negated;
 }
 
 }  // namespace kiv::pattern
