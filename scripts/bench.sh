@@ -15,8 +15,6 @@ for family in "${families[@]}"; do
 done
 
 install g++ cmake ninja-build python3 pkg-config libbenchmark-dev libglib2.0-dev libapr1-dev libtalloc-dev \
-  libpcre2-dev libre2-dev libtre-dev
-  libicu-dev libutfcpp-dev
   libicu-dev libutfcpp-dev libpcre2-dev libre2-dev libtre-dev
 
 # Only the programs that run: cmake's own output matters when it fails.
