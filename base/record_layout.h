@@ -3,6 +3,8 @@
 #ifndef KIV_BASE_RECORD_LAYOUT_H
 #define KIV_BASE_RECORD_LAYOUT_H
 
+#include <cstddef>
+
 #define KIV_LAYOUT_32(condition) static_assert(sizeof(void *) != 4 || (condition), #condition)
 
 #endif

@@ -1,10 +1,11 @@
 # Holds a built library and its headers against the manifest:
-# cmake -D LIBRARY=... -D MANIFEST=... -D HEADERS=... -D OBJDUMP=... -D NM=... -P this file.
+# cmake -D LIBRARY=... -D MANIFEST=... -D HEADERS=... -D POINTER_SIZE=... -D OBJDUMP=...
+#       -D NM=... -P this file.
 # The exported names are those of the manifest, no fewer and no more, each declared in a public header; an alias has its
 # target's address; nothing is imported from a C++ or compiler runtime.
 cmake_minimum_required(VERSION 3.25)
 include(${CMAKE_CURRENT_LIST_DIR}/exports.cmake)
-kiv_read_exports(${MANIFEST})
+kiv_read_exports(${MANIFEST} ${POINTER_SIZE})
 set(problems)
 
 function(run output)

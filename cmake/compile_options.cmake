@@ -42,7 +42,8 @@ if(WIN32)
   target_link_options(kiv_library_options INTERFACE -fstack-protector-strong)
 else()
   # Functions of the library call each other directly, also exported ones.
-  target_compile_options(kiv_library_options INTERFACE -fno-semantic-interposition)
+  # Calls of the C library go straight through addresses that are bound when the library is loaded.
+  target_compile_options(kiv_library_options INTERFACE -fno-semantic-interposition -fno-plt)
   if(NOT KIV_SANITIZE)
     target_compile_definitions(kiv_library_options INTERFACE $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
   endif()

@@ -1,8 +1,9 @@
 # kiv_common.exports names every exported function once. From it come the version script of the shared object and the
 # module definition of the DLL, here, and what check_exports.cmake expects of the built library.
 
-# Reads the manifest: KIV_EXPORTS becomes the names, KIV_ALIAS_<name> the function that a name is an alias of.
-function(kiv_read_exports manifest)
+# Reads the manifest: KIV_EXPORTS becomes the names, KIV_ALIAS_<name> the function that a name is an alias of on a target
+# with pointers of so many bytes.
+function(kiv_read_exports manifest pointer_size)
   file(STRINGS ${manifest} lines)
   set(names)
   foreach(line IN LISTS lines)
@@ -10,9 +11,11 @@ function(kiv_read_exports manifest)
     string(STRIP "${line}" line)
     if(line MATCHES "^([A-Za-z_0-9]+)$")
       list(APPEND names ${CMAKE_MATCH_1})
-    elseif(line MATCHES "^([A-Za-z_0-9]+) = ([A-Za-z_0-9]+)$")
+    elseif(line MATCHES "^([A-Za-z_0-9]+) = ([A-Za-z_0-9]+)( \\(32-bit\\))?$")
       list(APPEND names ${CMAKE_MATCH_1})
-      set(KIV_ALIAS_${CMAKE_MATCH_1} ${CMAKE_MATCH_2} PARENT_SCOPE)
+      if(NOT CMAKE_MATCH_3 OR pointer_size EQUAL 4)
+        set(KIV_ALIAS_${CMAKE_MATCH_1} ${CMAKE_MATCH_2} PARENT_SCOPE)
+      endif()
     elseif(line AND NOT line MATCHES "^\\[.+\\]$")
       message(FATAL_ERROR "${manifest}: not a name, an alias or a [family]: ${line}")
     endif()
@@ -29,7 +32,7 @@ endfunction()
 if(NOT CMAKE_SCRIPT_MODE_FILE)
   set(KIV_MANIFEST ${PROJECT_SOURCE_DIR}/kiv_common.exports)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${KIV_MANIFEST})
-  kiv_read_exports(${KIV_MANIFEST})
+  kiv_read_exports(${KIV_MANIFEST} ${CMAKE_SIZEOF_VOID_P})
   list(JOIN KIV_EXPORTS "\n  " lines)
   file(CONFIGURE OUTPUT libkiv_common_1.def CONTENT "LIBRARY libkiv_common_1.dll\nEXPORTS\n  ${lines}\n")
   list(JOIN KIV_EXPORTS ";\n    " lines)

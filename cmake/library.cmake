@@ -18,7 +18,9 @@ target_link_options(kiv_static INTERFACE $<$<PLATFORM_ID:Windows>:-fstack-protec
 
 add_library(kiv_shared SHARED $<TARGET_OBJECTS:kiv_objects>)
 target_include_directories(kiv_shared PUBLIC include)
-# Linked as a C library: no C++ runtime.
+# Linked as a C library: no C++ runtime. CMake would add the C++ compiler's own libraries, and the shared libgcc among
+# them comes before the static one: 64-bit arithmetic on a 32-bit target would be imported from it.
+list(REMOVE_ITEM CMAKE_CXX_IMPLICIT_LINK_LIBRARIES stdc++ gcc_s)
 set_target_properties(kiv_shared PROPERTIES LINKER_LANGUAGE C)
 if(WIN32)
   enable_language(RC)

@@ -111,38 +111,45 @@ inline void prefetch_children(const Node *node) {
   __builtin_prefetch(node->right);
 }
 
+/// Searches with an order of the caller's: order(key, value) is called on the way down, once a level.
+template <class Order>
+Node *find_node_by(Node *node, const void *key, Order order) {
+  while (node != nullptr) {
+    prefetch_children(node);
+    const int side = order(key, node->value);
+    if (side == 0) break;
+    node = side < 0 ? node->left : node->right;
+  }
+  return node;
+}
+
 inline Node *find_node(const Tree *tree, Node *node, const void *key) {
-  return with_order(tree, [=](auto order) mutable {
-    while (node != nullptr) {
-      prefetch_children(node);
-      const int side = order(key, node->value);
-      if (side == 0) break;
-      node = side < 0 ? node->left : node->right;
-    }
-    return node;
-  });
+  return with_order(tree, [=](auto order) { return find_node_by(node, key, order); });
 }
 
 /// Which neighbour of a key a nearest search is after.
 enum class Direction { above, below };
 
 /// The value closest to key in a direction, or the one that matches when kOrEqual.
+template <Direction kDirection, bool kOrEqual, class Order>
+void *find_nearest_by(const Node *node, const void *key, Order order) {
+  // The last node left to the right, and to the left: kept in memory, as whether a step goes one way or the other is no
+  // better predicted than a coin, and compilers make a branch of a conditional assignment here.
+  const Node *passed[2] = {nullptr, nullptr};
+  while (node != nullptr) {
+    prefetch_children(node);
+    const int side = order(key, node->value);
+    if (kOrEqual && side == 0) return node->value;
+    const bool go_right = kDirection == Direction::above ? side >= 0 : side > 0;
+    passed[go_right] = node;
+    node = go_right ? node->right : node->left;
+  }
+  return value_of(passed[kDirection == Direction::below]);
+}
+
 template <Direction kDirection, bool kOrEqual>
 void *find_nearest(const Tree *tree, const Node *node, const void *key) {
-  return with_order(tree, [=](auto order) mutable -> void * {
-    // The last node left to the right, and to the left: kept in memory, as whether a step goes one way or the other is
-    // no better predicted than a coin, and compilers make a branch of a conditional assignment here.
-    const Node *passed[2] = {nullptr, nullptr};
-    while (node != nullptr) {
-      prefetch_children(node);
-      const int side = order(key, node->value);
-      if (kOrEqual && side == 0) return node->value;
-      const bool go_right = kDirection == Direction::above ? side >= 0 : side > 0;
-      passed[go_right] = node;
-      node = go_right ? node->right : node->left;
-    }
-    return value_of(passed[kDirection == Direction::below]);
-  });
+  return with_order(tree, [=](auto order) { return find_nearest_by<kDirection, kOrEqual>(node, key, order); });
 }
 
 inline void *least(const Node *node) {
@@ -188,14 +195,18 @@ Node **descend_predicting(Node **link, const void *key, Order order, Path *path)
   return link;
 }
 
+/// Puts a value in the empty place that descend() has found, in the spare node that reserve_node() has made. The path
+/// is to be unwound then.
+inline void link_value(Tree *tree, Node **link, void *value) {
+  *link = take_spare_node(tree, value);
+  report_linkage(tree, *link);
+}
+
 inline int insert(Tree *tree, Node **root, void *value) {
   if (tree == nullptr || root == nullptr || !reserve_node(tree)) return 1;
   Path path;
   Node **link = with_order(tree, [&](auto order) { return descend_predicting(root, value, order, &path); });
-  if (*link == nullptr) {
-    *link = take_spare_node(tree, value);
-    report_linkage(tree, *link);
-  }
+  if (*link == nullptr) link_value(tree, link, value);
   path.unwind(tree);
   return 0;
 }

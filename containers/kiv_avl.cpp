@@ -7,6 +7,7 @@
 #include "base/alias.h"
 #include "base/record_layout.h"
 #include "containers/avl_engine.h"
+#include "kiv_string_array.h"
 
 namespace avl = kiv::avl;
 namespace os = kiv::os;
@@ -139,6 +140,12 @@ int kiv_destroy_detached(KIV_AVL_TREE *tree, void *value) {
 KIV_ALIAS(kiv_shared_destroy_detached, kiv_destroy_detached);
 
 KIV_AVL_NODE *kiv_avl_get_tree_root(KIV_AVL_TREE *tree) { return root_of(tree); }
+// Both give the first word of a record, or 0 for none: here a pointer, there a count.
+KIV_ALIAS_32(
+    kiv_string_n_elems_in_KIV_STRING_ARRAY, kiv_avl_get_tree_root,
+    uint32_t kiv_string_n_elems_in_KIV_STRING_ARRAY(const KIV_STRING_ARRAY *array) {
+      return array != nullptr ? array->count : 0;
+    });
 void *kiv_avl_get_tree_root_value(KIV_AVL_TREE *tree) { return avl::value_of(root_of(tree)); }
 void *kiv_avl_shared_get_tree_root_value(KIV_AVL_NODE *root) { return avl::value_of(root); }
 

@@ -7,7 +7,13 @@
 #include "kiv_avl.h"
 #include "kiv_mutex.h"
 #include "kiv_semaphore.h"
+#include "kiv_string.h"
+#include "kiv_string_array.h"
+#include "kiv_string_convert.h"
+#include "kiv_string_kvset.h"
+#include "kiv_string_pattern.h"
 #include "kiv_stubs.h"
 #include "kiv_thread.h"
+#include "kiv_uni.h"
 
 #endif

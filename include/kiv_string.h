@@ -6,8 +6,8 @@
  * ordinary one of bytes, ended by 0.
  *
  * Conventions:
- *  1. Null counts as the empty string where a function makes, measures, joins or releases strings. Comparing and
- *     searching REQUIRE strings, unless the declaration says otherwise.
+ *  1. Null counts as the empty string where a function makes, measures, joins, copies or releases strings. All others
+ *     REQUIRE strings, unless the declaration says otherwise.
  *  2. Bytes of char strings are widened in one of two ways, which each declaration names. Zero extension: the byte 0xE9
  *     is U+00E9. Sign extension: the byte 0xE9 is the unit 0xFFFFFFE9, which equals no Unicode character. Bytes below
  *     0x80 are the same in both.

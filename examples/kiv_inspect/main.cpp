@@ -2,6 +2,7 @@
 // error (one line on standard error tells it), or 2 for a command line that makes no sense.
 
 #include <climits>
+#include <clocale>
 #include <cstdio>
 #include <cstring>
 
@@ -11,9 +12,10 @@ namespace kiv::inspect {
 namespace {
 
 constexpr Command kCommands[] = {
-    {"symbols", "PROGRAM [PATTERN]", 1, 2,
+    {"symbols", "[--regex] PROGRAM [PATTERN]", 1, 3,
      "the symbols in the order of their addresses: address, kind (F function, O object, - other), name;\n"
-     "      with a pattern those whose whole name it matches (* any characters, ? any one)",
+     "      with a pattern those whose whole name it matches (* any characters, ? any one, [a-f] one of these),\n"
+     "      with --regex those of which a regular expression matches a part (. [] * + ? ^ $)",
      run_symbols},
     {"resolve", "PROGRAM HEX...", 2, INT_MAX, "the nearest symbol at or below each address, and the distance from it",
      run_resolve},
@@ -40,6 +42,8 @@ Outcome run(int argc, char **argv, KIV_ALLOCATOR *allocator) {
 }  // namespace kiv::inspect
 
 int main(int argc, char **argv) {
+  // Names are shown as the user's system shows text; numbers are not touched by that.
+  (void)std::setlocale(LC_CTYPE, "");
   KIV_ALLOCATOR heap;
   const auto outcome = kiv::inspect::run(argc, argv, kiv_allocator_default_new(&heap));
   (void)kiv_allocator_default_delete(&heap);

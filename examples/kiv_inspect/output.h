@@ -3,10 +3,10 @@
 #define KIV_INSPECT_OUTPUT_H
 
 #include <cstdint>
-#include <string_view>
 
 #include "examples/kiv_inspect/command.h"
 #include "examples/kiv_inspect/status.h"
+#include "kiv_types.h"
 
 namespace kiv::inspect {
 
@@ -18,9 +18,9 @@ Outcome finish_output();
 
 void print_address(uint64_t address, int digits);
 
-/// Prints a name in printable ASCII. Every other byte becomes \xNN: a name from a hostile file cannot play with a
-/// terminal, whatever its encoding.
-void print_name(std::string_view name);
+/// Prints a name as the locale shows it. What has no shape becomes visible: control characters as ^A, others that are
+/// not printable as \x and their number. A name from a hostile file cannot play with a terminal.
+void print_name(const KIV_UNICHAR *name);
 
 }  // namespace kiv::inspect
 

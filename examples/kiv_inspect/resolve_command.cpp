@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "examples/kiv_inspect/command.h"
+#include "examples/kiv_inspect/name_text.h"
 #include "examples/kiv_inspect/output.h"
 #include "examples/kiv_inspect/program.h"
 
@@ -27,17 +28,20 @@ std::optional<uint64_t> parse_address(std::string_view text) {
   return value;
 }
 
-void print_resolved(const SymbolTable &symbols, uint64_t address) {
+Status print_resolved(const SymbolTable &symbols, uint64_t address, NameText &text) {
+  const Symbol *symbol = symbols.nearest(address);
+  const KIV_UNICHAR *name = symbol != nullptr ? text.decode(symbol->name) : nullptr;
+  if (symbol != nullptr && name == nullptr) return kOutOfMemory;
   print_address(address, symbols.address_digits);
   std::putchar(' ');
-  const Symbol *symbol = symbols.nearest(address);
   if (symbol == nullptr) {
     std::fputs("no symbol", stdout);
   } else {
-    print_name(symbol->name);
+    print_name(name);
     if (symbol->address != address) std::printf("+0x%" PRIx64, address - symbol->address);
   }
   std::putchar('\n');
+  return {};
 }
 
 }  // namespace
@@ -48,10 +52,13 @@ Outcome run_resolve(Arguments arguments) {
   }
   Program program(arguments.allocator);
   const char *path = arguments.values[0];
-  const Status status = program.load(path);
+  Status status = program.load(path);
   if (!status.ok()) return fail(path, status);
-  for (int i = 1; i < arguments.count; ++i) print_resolved(program.symbols(), *parse_address(arguments.values[i]));
-  return finish_output();
+  NameText text(arguments.allocator);
+  for (int i = 1; i < arguments.count && status.ok(); ++i) {
+    status = print_resolved(program.symbols(), *parse_address(arguments.values[i]), text);
+  }
+  return status.ok() ? finish_output() : fail(path, status);
 }
 
 }  // namespace kiv::inspect

@@ -1,32 +1,71 @@
-// kiv_inspect symbols PROGRAM [PATTERN]: a line "ADDRESS KIND NAME" for each symbol, in the order of the addresses. At
-// one address functions come before objects before others, and of each global symbols before weak and local ones. A
-// program without symbols, or without any that the pattern matches, gives no lines.
+// kiv_inspect symbols [--regex] PROGRAM [PATTERN]: a line "ADDRESS KIND NAME" for each symbol, in the order of the
+// addresses. At one address functions come before objects before others, and of each global symbols before weak and
+// local ones. A program without symbols, or without any that the pattern matches, gives no lines.
 
 #include <cstdio>
+#include <cstring>
 
 #include "examples/kiv_inspect/command.h"
+#include "examples/kiv_inspect/name_text.h"
 #include "examples/kiv_inspect/output.h"
 #include "examples/kiv_inspect/program.h"
-#include "examples/kiv_inspect/wildcard.h"
+#include "kiv_string_pattern.h"
 
 namespace kiv::inspect {
 namespace {
 
 constexpr char kKindLetters[] = {'F', 'O', '-'};  // by SymbolKind
 
-struct Listing {
-  const char *pattern;
-  int address_digits;
+struct Options {
+  bool regex = false;
+  const char *path = nullptr;
+  const char *pattern = nullptr;  // null: all symbols
 };
 
-/// Goes on until standard output fails.
+/// The option may stand anywhere.
+bool parse(Arguments arguments, Options *options) {
+  for (int i = 0; i < arguments.count; ++i) {
+    const char *argument = arguments.values[i];
+    if (std::strcmp(argument, "--regex") == 0 && !options->regex) {
+      options->regex = true;
+    } else if (options->path == nullptr) {
+      options->path = argument;
+    } else if (options->pattern == nullptr) {
+      options->pattern = argument;
+    } else {
+      return false;
+    }
+  }
+  return options->path != nullptr && (options->pattern != nullptr || !options->regex);
+}
+
+struct Listing {
+  const KIV_UNICHAR *pattern;
+  bool regex;
+  int address_digits;
+  NameText name;
+  Status status;
+
+  bool chooses(const KIV_UNICHAR *text) const {
+    if (pattern == nullptr) return true;
+    return regex ? kiv_string_substr_matches_with_regular_expression(text, pattern, nullptr, 0) >= 0
+                 : kiv_string_matches_using_wildcards(text, pattern) != 0;
+  }
+};
+
+/// Goes on until standard output or memory fails.
 int print_if_matching(void *value, void *context) {
   const auto &symbol = *static_cast<const Symbol *>(value);
-  const auto &listing = *static_cast<const Listing *>(context);
-  if (!matches_wildcard(listing.pattern, symbol.name)) return 1;
+  auto &listing = *static_cast<Listing *>(context);
+  const KIV_UNICHAR *name = listing.name.decode(symbol.name);
+  if (name == nullptr) {
+    listing.status = kOutOfMemory;
+    return 0;
+  }
+  if (!listing.chooses(name)) return 1;
   print_address(symbol.address, listing.address_digits);
   std::printf(" %c ", kKindLetters[static_cast<int>(symbol.kind)]);
-  print_name(symbol.name);
+  print_name(name);
   std::putchar('\n');
   return std::ferror(stdout) == 0;
 }
@@ -34,13 +73,19 @@ int print_if_matching(void *value, void *context) {
 }  // namespace
 
 Outcome run_symbols(Arguments arguments) {
+  Options options;
+  if (!parse(arguments, &options)) return Outcome::wrong_usage;
   Program program(arguments.allocator);
-  const char *path = arguments.values[0];
-  const Status status = program.load(path);
-  if (!status.ok()) return fail(path, status);
-  Listing listing = {arguments.count > 1 ? arguments.values[1] : "*", program.symbols().address_digits};
-  program.symbols().walk(print_if_matching, &listing);
-  return finish_output();
+  Status status = program.load(options.path);
+  if (!status.ok()) return fail(options.path, status);
+  NameText pattern(arguments.allocator);
+  Listing listing = {nullptr, options.regex, program.symbols().address_digits, NameText(arguments.allocator), {}};
+  if (options.pattern != nullptr) {
+    listing.pattern = pattern.decode(options.pattern);
+    if (listing.pattern == nullptr) listing.status = kOutOfMemory;
+  }
+  if (listing.status.ok()) program.symbols().walk(print_if_matching, &listing);
+  return listing.status.ok() ? finish_output() : fail(options.path, listing.status);
 }
 
 }  // namespace kiv::inspect

@@ -84,6 +84,32 @@ static void threads(void) {
   CHECK(kiv_mutex_delete(&mutex) == 0);
 }
 
+static void string_arrays_and_sets(void) {
+  KIV_ALLOCATOR heap;
+  KIV_STRING_ARRAY_PRINT_CONTEXT context;
+  KIV_STRING_KVSET *set;
+  KIV_STRING_KVSET_PAIR *pair = NULL;
+  KIV_STRING line;
+  kiv_allocator_default_new(&heap);
+  CHECK(kiv_string_array_init_KIV_STRING_ARRAY_PRINT_CONTEXT(&context, &heap) == 0);
+  CHECK(kiv_string_array_printf(&context, "%d\n%s", 12, "x") == 4);
+  CHECK(kiv_string_n_elems_in_KIV_STRING_ARRAY(context.array) == 2 && context.line_complete == 0);
+  line = kiv_string_get_elem_from_KIV_STRING_ARRAY(context.array, 0);
+  CHECK(line != NULL && line[0] == '1' && line[1] == '2' && line[2] == 0);
+  set = kiv_string_kvset_new(&heap, 1, 1);
+  CHECK(kiv_string_kvset_add(set, "b", NULL, NULL, line) == 0);
+  CHECK(kiv_string_kvset_add(set, "a", NULL, "first", NULL) == 0);
+  CHECK(kiv_string_kvset_add(set, "a", NULL, "second", NULL) == 1);
+  CHECK(kiv_string_kvset_find_least_greater_or_equal2(&heap, set, "", NULL, &pair) == 0);
+  CHECK(pair != NULL && pair->key[0] == 'a' && pair->value[0] == 's');
+  pair = kiv_string_kvset_find_least_greater(set, pair);
+  CHECK(pair != NULL && pair->value == kiv_string_kvset_find(set, "b", NULL) && pair->value[1] == '2');
+  kiv_string_kvset_delete(set);
+  kiv_string_array_destroy_contents_KIV_STRING_ARRAY_PRINT_CONTEXT(&context);
+  CHECK(context.array == NULL);
+  CHECK(kiv_allocator_default_delete(&heap) == 1);
+}
+
 static void fixed_entry_points(void) {
   CHECK(kiv_common_built_with_debug() == 0);
   CHECK(kiv_assert_box_win32(1, "file", "message") == 0);
@@ -96,6 +122,7 @@ static void fixed_entry_points(void) {
 int main(void) {
   allocators_and_trees();
   threads();
+  string_arrays_and_sets();
   fixed_entry_points();
   if (failures == 0) printf("conforms\n");
   return failures != 0;

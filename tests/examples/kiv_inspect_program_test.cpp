@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 
@@ -65,11 +66,51 @@ TEST(KivInspectProgram, FindsAndResolvesAFunctionOfTheLibrary) {
 TEST(KivInspectProgram, PrintsNamesThatDoNoHarm) {
   const std::vector<ElfRow> rows = {{false, "a\x1b[2J\x7f\xc2\x9b\n~ z", 0x10, 2, 1, 1}, {false, "b", 0x20, 0, 1, 1}};
   const std::string path = write_file("harm", build_elf(false, ByteOrder::big, rows));
-  EXPECT_EQ(run_inspect({"symbols", path}).out, "00000010 F a\\x1b[2J\\x7f\\xc2\\x9b\\x0a~ z\n00000020 - b\n");
+  EXPECT_EQ(run_inspect({"symbols", path}).out, "00000010 F a^[[2J\\x7F\\x9B^J~ z\n00000020 - b\n");
   EXPECT_EQ(run_inspect({"resolve", path, "F", "0X2f", "00000000000000000020", "123456789a"}).out,
             "0000000f no symbol\n0000002f b+0xf\n00000020 b\n123456789a b+0x123456787a\n");
   std::remove(path.c_str());
 }
+
+TEST(KivInspectProgram, ChoosesByWildcardOrRegularExpression) {
+  const std::vector<ElfRow> rows = {
+      {false, "alpha", 1, 2, 1, 1}, {false, "beta", 2, 2, 1, 1}, {false, "al", 3, 2, 1, 1}};
+  const std::string path = write_file("choose", build_elf(false, ByteOrder::little, rows));
+  const std::string alpha = "00000001 F alpha\n", beta = "00000002 F beta\n", al = "00000003 F al\n";
+  const struct {
+    std::vector<std::string> arguments;
+    std::string lines;
+  } kRows[] = {
+      {{path}, alpha + beta + al},          {{path, "*"}, alpha + beta + al}, {{path, "al"}, al},
+      {{path, "a*"}, alpha + al},           {{path, "[b-z]?t[^b-z]"}, beta},  {{path, ""}, ""},
+      {{"--regex", path, "l"}, alpha + al}, {{path, "--regex", "^.l$"}, al},  {{path, "[ph]+a$", "--regex"}, alpha}};
+  for (const auto &row : kRows) {
+    std::vector<std::string> arguments = row.arguments;
+    arguments.insert(arguments.begin(), "symbols");
+    EXPECT_EQ(run_inspect(arguments).out, row.lines) << row.arguments.back();
+  }
+  std::remove(path.c_str());
+}
+
+#ifndef _WIN32
+// Elsewhere what the console's code page has decides.
+TEST(KivInspectProgram, ShowsNamesAsTheLocaleDoes) {
+  const std::vector<ElfRow> rows = {
+      {false, "caf\xC3\xA9", 1, 2, 1, 1}, {false, "\xE2\x80\xAEmirror", 2, 2, 1, 1}, {false, "latin \xE9", 3, 2, 1, 1}};
+  const std::string path = write_file("locale", build_elf(false, ByteOrder::little, rows));
+  const std::string before = std::getenv("LC_ALL") != nullptr ? std::getenv("LC_ALL") : "";
+  setenv("LC_ALL", "C", 1);
+  EXPECT_EQ(run_inspect({"symbols", path}).out,
+            "00000001 F caf\\xE9\n00000002 F \\x202Emirror\n00000003 F latin \\xE9\n");
+  setenv("LC_ALL", "C.UTF-8", 1);
+  EXPECT_EQ(run_inspect({"symbols", path}).out,
+            "00000001 F caf\xC3\xA9\n00000002 F \\x202Emirror\n00000003 F latin \xC3\xA9\n");
+  EXPECT_EQ(run_inspect({"symbols", path, "caf\xC3\xA9"}).out, "00000001 F caf\xC3\xA9\n");
+  EXPECT_EQ(run_inspect({"resolve", path, "2"}).out, "00000002 \\x202Emirror\n");
+  setenv("LC_ALL", before.c_str(), 1);
+  std::remove(path.c_str());
+}
+#endif
 
 TEST(KivInspectProgram, TellsErrorsInOneLine) {
   std::ifstream file(library_file(), std::ios::binary);
@@ -91,13 +132,17 @@ TEST(KivInspectProgram, TellsErrorsInOneLine) {
 }
 
 TEST(KivInspectProgram, ExplainsItsUsage) {
-  const std::vector<std::vector<std::string>> rows = {
-      {}, {"symbols", "a", "b", "c"}, {"resolve", "a", "1", "0x"}, {"resolve", "a", "10000000000000000"}};
+  const std::vector<std::vector<std::string>> rows = {{},
+                                                      {"symbols", "a", "b", "c"},
+                                                      {"symbols", "--regex", "a"},
+                                                      {"symbols", "a", "b", "--regex", "c"},
+                                                      {"resolve", "a", "1", "0x"},
+                                                      {"resolve", "a", "10000000000000000"}};
   for (const auto &arguments : rows) {
     const auto result = run_inspect(arguments);
     EXPECT_EQ(result.exit_code, 2);
     EXPECT_EQ(result.out, "");
-    EXPECT_TRUE(result.err.starts_with("usage:\n  kiv_inspect symbols PROGRAM [PATTERN]\n")) << result.err;
+    EXPECT_TRUE(result.err.starts_with("usage:\n  kiv_inspect symbols [--regex] PROGRAM [PATTERN]\n")) << result.err;
   }
 }
 

@@ -3,12 +3,13 @@
 #include <memory>
 #include <set>
 
+#include "examples/kiv_inspect/name_text.h"
 #include "examples/kiv_inspect/program.h"
-#include "examples/kiv_inspect/wildcard.h"
 #include "gtest/gtest.h"
 #include "tests/examples/program_images.h"
 #include "tests/support/counting_allocator.h"
 #include "tests/support/random.h"
+#include "tests/support/unistring.h"
 
 namespace {
 
@@ -294,16 +295,29 @@ TEST(KivInspect, TellsEveryShortageOfMemory) {
   }
 }
 
-TEST(KivInspect, MatchesWildcards) {
-  constexpr struct {
-    const char *pattern, *text;
-    bool matches;
-  } kRows[] = {{"", "", true},         {"", "a", false},       {"*", "", true},          {"?", "", false},
-               {"a?c", "abc", true},   {"a?c", "ac", false},   {"a*c", "ac", true},      {"a*c", "abcbd", false},
-               {"*b*c", "abbc", true}, {"a*b?", "abbb", true}, {"**a**", "bab", true},   {"*ab", "aab", true},
-               {"a", "A", false},      {"*.?", "x.y.z", true}, {"*aab*", "aaaab", true}, {"a*b*c", "acb", false}};
-  for (const auto &row : kRows)
-    EXPECT_EQ(matches_wildcard(row.pattern, row.text), row.matches) << row.pattern << row.text;
+TEST(KivInspect, DecodesNames) {
+  const struct {
+    const char *name;
+    std::u32string text;
+  } kRows[] = {{"", U""},
+               {"_ZN1aE", U"_ZN1aE"},
+               {"caf\xC3\xA9 \xE4\xB8\xAD \xF0\x9F\x98\x80", U"caf\u00E9 \u4E2D \U0001F600"},
+               {"\xC3\xA9 and \xE9", U"\u00C3\u00A9 and \u00E9"},  // not UTF-8 as a whole: byte by byte
+               {"cut \xE4\xB8", U"cut \u00E4\u00B8"},
+               {"\x80", U"\u0080"},
+               {"\xC1\x81", U"\u00C1\u0081"},                       // overlong
+               {"\xF4\x90\x80\x80", U"\u00F4\u0090\u0080\u0080"}};  // above U+10FFFF
+  const uint32_t points = sweep_failures([&](CountingAllocator &allocator) {
+    NameText text(allocator.record());
+    for (const auto &row : kRows) {
+      const KIV_UNICHAR *decoded = text.decode(row.name);
+      EXPECT_TRUE(decoded != nullptr || allocator.has_failed());
+      if (decoded != nullptr) {
+        EXPECT_EQ(text_of(decoded), row.text);
+      }
+    }
+  });
+  EXPECT_GE(points, 2u);
 }
 
 }  // namespace
