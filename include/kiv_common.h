@@ -7,6 +7,7 @@
 #include "kiv_avl.h"
 #include "kiv_mutex.h"
 #include "kiv_semaphore.h"
+#include "kiv_string_convert.h"
 #include "kiv_stubs.h"
 #include "kiv_thread.h"
 
