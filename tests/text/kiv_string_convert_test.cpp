@@ -1,0 +1,508 @@
+#include "kiv_string_convert.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "gtest/gtest.h"
+#include "tests/support/counting_allocator.h"
+#include "tests/support/guarded_page.h"
+#include "tests/support/random.h"
+#include "tests/text/naive_convert.h"
+#include "tests/text/random_text.h"
+
+namespace {
+
+namespace naive = kiv::test::naive;
+using kiv::test::below;
+using kiv::test::CountingAllocator;
+
+using Utf8 = std::string;
+using Utf16 = std::u16string;
+using Utf32 = std::u32string;
+
+/// A literal's units as the library takes them.
+const char *units(const Utf8 &text) { return text.c_str(); }
+const uint16_t *units(const Utf16 &text) { return reinterpret_cast<const uint16_t *>(text.c_str()); }
+const KIV_UNICHAR *units(const Utf32 &text) { return reinterpret_cast<const KIV_UNICHAR *>(text.c_str()); }
+
+template <class Unit>
+std::string hex(const Unit *text, size_t count) {
+  std::string result;
+  char number[12];
+  for (size_t i = 0; i < count; ++i) {
+    std::snprintf(number, sizeof number, "%x ", static_cast<unsigned>(std::make_unsigned_t<Unit>(text[i])));
+    result += number;
+  }
+  return result;
+}
+
+/// A bounded conversion and what it is held against.
+template <class From, class To>
+struct Pair {
+  const char *name;
+  int (*ours)(const From *, To *, uint32_t);
+  int (*naive)(const From *, uint32_t, std::vector<To> &);
+};
+
+const Pair<KIV_UNICHAR, char> kTo8{"utf32_to_utf8", kiv_string_convert_utf32_to_utf8, naive::utf32_to_utf8};
+const Pair<char, KIV_UNICHAR> kFrom8{"utf8_to_utf32", kiv_string_convert_utf8_to_utf32, naive::utf8_to_utf32};
+const Pair<KIV_UNICHAR, uint16_t> kTo16{"utf32_to_utf16", kiv_string_convert_utf32_to_utf16, naive::utf32_to_utf16};
+const Pair<uint16_t, KIV_UNICHAR> kFrom16{"utf16_to_utf32", kiv_string_convert_utf16_to_utf32, naive::utf16_to_utf32};
+const Pair<uint16_t, char> k16ToChar{"utf16_to_char", kiv_string_convert_utf16_to_char, naive::utf16_to_char};
+const Pair<KIV_UNICHAR, char> kToChar{"utf32_to_char", kiv_string_convert_utf32_to_char, naive::utf32_to_char};
+const Pair<KIV_UNICHAR, char> kToCharChecked{"utf32_to_char_checked", kiv_string_convert_utf32_to_char_checked,
+                                             naive::utf32_to_char_checked};
+const Pair<char, KIV_UNICHAR> kFromChar{"char_to_utf32", kiv_string_convert_char_to_utf32,
+                                        [](const char *chars, uint32_t size, std::vector<KIV_UNICHAR> &written) {
+                                          return naive::widen(chars, std::strlen(chars), size, written);
+                                        }};
+const Pair<char, uint16_t> kCharTo16{"char_to_utf16", kiv_string_convert_char_to_utf16,
+                                     [](const char *chars, uint32_t size, std::vector<uint16_t> &written) {
+                                       return naive::widen(chars, std::strlen(chars), size, written);
+                                     }};
+
+/// Converts into a destination of size units with others behind: the result, what is written and what is not must be
+/// as told. Gives the units that the naive conversion wrote.
+template <class From, class To>
+size_t compare(const Pair<From, To> &pair, const From *source, uint32_t size) {
+  constexpr size_t kBehind = 80;  // more than a block of vector stores
+  static std::vector<To> destination, written;
+  const To untouched = static_cast<To>(0xA5A5A5A5);
+  const int result = pair.naive(source, size, written);
+  destination.assign(size + kBehind, untouched);
+  const int ours = pair.ours(source, destination.data(), size);
+  const auto behind = destination.begin() + static_cast<ptrdiff_t>(written.size());
+  if (ours != result || !std::equal(written.begin(), written.end(), destination.begin()) ||
+      std::any_of(behind, destination.end(), [=](To unit) { return unit != untouched; })) {
+    size_t length = 0;
+    while (source[length] != 0) ++length;
+    ADD_FAILURE() << pair.name << " of " << hex(source, length) << "into " << size << " units gives " << ours
+                  << ", should be " << result << "; written:\n"
+                  << hex(destination.data(), size + 4) << "should be:\n"
+                  << hex(written.data(), written.size());
+  }
+  return written.size();
+}
+
+/// Every size from 0 to one more than needed.
+template <class From, class To>
+void compare_all_sizes(const Pair<From, To> &pair, const From *source) {
+  std::vector<To> written;
+  pair.naive(source, UINT32_MAX, written);
+  for (uint32_t size = 0; size <= written.size() + 1; ++size) compare(pair, source, size);
+}
+
+template <class Check>
+void for_each_from(const KIV_UNICHAR *source, Check check) {
+  check(kTo8, source), check(kTo16, source), check(kToChar, source), check(kToCharChecked, source);
+}
+template <class Check>
+void for_each_from(const uint16_t *source, Check check) {
+  check(kFrom16, source), check(k16ToChar, source);
+}
+template <class Check>
+void for_each_from(const char *source, Check check) {
+  check(kFrom8, source), check(kFromChar, source), check(kCharTo16, source);
+}
+
+constexpr auto kAllSizes = [](const auto &pair, auto *source) { compare_all_sizes(pair, source); };
+
+void compare_counts(const KIV_UNICHAR *source) {
+  EXPECT_EQ(kiv_string_nr_of_utf8_bytes_for_wide_char_string_representation(source), naive::utf8_bytes_of(source));
+  EXPECT_EQ(kiv_string_nr_of_utf16_words_for_wide_char_string_representation(source), naive::utf16_words_of(source));
+}
+void compare_counts(const uint16_t *source) {
+  EXPECT_EQ(kiv_string_nr_of_wide_chars_in_utf16_string(source), naive::chars_in_utf16(source));
+}
+void compare_counts(const char *source) {
+  EXPECT_EQ(kiv_string_nr_of_wide_chars_in_utf8_string(source), naive::chars_in_utf8(source));
+}
+
+// --- Rows ------------------------------------------------------------------------------------------------------------
+
+template <class From, class To>
+struct Row {
+  const Pair<From, To> &pair;
+  std::basic_string<
+      std::conditional_t<sizeof(From) == 1, char, std::conditional_t<sizeof(From) == 2, char16_t, char32_t>>>
+      source;
+  uint32_t size;
+  int result;
+  std::vector<uint32_t> written;
+};
+
+template <class From, class To>
+void check_rows(const std::vector<Row<From, To>> &rows) {
+  for (const auto &row : rows) {
+    std::vector<To> destination(8, To{0x55}), expected(8, To{0x55});
+    std::transform(row.written.begin(), row.written.end(), expected.begin(),
+                   [](uint32_t unit) { return static_cast<To>(unit); });
+    const int result = row.pair.ours(units(row.source), destination.data(), row.size);
+    EXPECT_EQ(result, row.result) << row.pair.name << " of " << hex(units(row.source), row.source.size()) << "into "
+                                  << row.size;
+    EXPECT_EQ(hex(destination.data(), 8), hex(expected.data(), 8)) << row.pair.name << " into " << row.size;
+  }
+}
+
+TEST(Convert, ToUtf8) {
+  check_rows<KIV_UNICHAR, char>({
+      {kTo8, U"\u00e9", 3, 1, {0xC3, 0xA9, 0}},
+      {kTo8, U"\u00e9", 2, 0, {0}},
+      {kTo8, U"\u00e9", 0, 0, {}},
+      {kTo8, U"", 1, 1, {0}},
+      {kTo8, U"", 0, 0, {}},
+      {kTo8, {0xD800}, 4, 1, {0xED, 0xA0, 0x80, 0}},
+      {kTo8, {0x1F600}, 5, 1, {0xF0, 0x9F, 0x98, 0x80, 0}},
+      {kTo8, {0x1F600}, 4, 0, {0}},
+      {kTo8, {0x110000}, 2, 1, {'?', 0}},
+      {kTo8, {0x110000}, 1, 0, {'?'}},  // takes the terminator's place
+      {kTo8, {0x110000, 'a'}, 1, 0, {'?'}},
+      {kTo8, {'a', 0x110000}, 2, 0, {'a', '?'}},
+      {kTo8, {'a', 'b'}, 2, 0, {'a', 0}},
+      {kTo8, {0xFFFFFFFF, 0x80000000}, 3, 1, {'?', '?', 0}},
+  });
+}
+
+TEST(Convert, FromUtf8) {
+  check_rows<char, KIV_UNICHAR>({
+      {kFrom8, "\xC3\xA9", 2, 1, {0xE9, 0}},
+      {kFrom8, "\xC3\xA9", 1, 0, {0}},
+      {kFrom8, "\xC3\xA9", 0, 0, {}},
+      {kFrom8, "\xC0\x80z", 3, 1, {0, 'z', 0}},     // overlong
+      {kFrom8, "\xED\xA0\x80", 2, 1, {0xD800, 0}},  // a surrogate
+      {kFrom8,
+       "\xC3"
+       "a\xE0xy",
+       3,
+       1,
+       {0xE1, 0xE39, 0}},  // whatever follows continues
+      {kFrom8, "\xF7\xBF\xBF\xBF", 2, 1, {0x1FFFFF, 0}},
+      {kFrom8, "\x80\xBF\xF8\xFF", 5, 1, {'?', '?', '?', '?', 0}},
+      {kFrom8, "a\xC3", 4, 1, {'a', '?', 0}},  // cut short by the terminator
+      {kFrom8, "\xE2\x82", 4, 1, {'?', 0}},
+      {kFrom8, "\xF0\x9F\x98", 4, 1, {'?', 0}},
+      {kFrom8, "\xF0\x9F\x98", 1, 0, {0}},
+  });
+}
+
+TEST(Convert, ToUtf16) {
+  check_rows<KIV_UNICHAR, uint16_t>({
+      {kTo16, {0x1F600}, 3, 1, {0xD83D, 0xDE00, 0}},
+      {kTo16, {0x1F600}, 2, 0, {0xD83D, 0}},  // the pair fits, the terminator does not
+      {kTo16, {0x1F600}, 1, 0, {0}},
+      {kTo16, {0x1F600}, 0, 0, {}},
+      {kTo16, {'a', 0x1F600}, 2, 0, {'a', 0}},
+      {kTo16, {0xD800, 0xDFFF, 0x110000, 0xFFFFFFFF}, 5, 1, {'?', '?', '?', '?', 0}},
+      {kTo16, {0xFFFF, 0x10FFFF}, 4, 1, {0xFFFF, 0xDBFF, 0xDFFF, 0}},
+      {kTo16, U"ab", 2, 0, {'a', 0}},
+      {kTo16, U"", 1, 1, {0}},
+  });
+}
+
+TEST(Convert, FromUtf16) {
+  check_rows<uint16_t, KIV_UNICHAR>({
+      {kFrom16, {0xD83D, 0xDE00}, 2, 1, {0x1F600, 0}},
+      {kFrom16, {'a', 0xDC00, 'b'}, 4, 1, {'a', 0}},  // ends there, and counts as whole
+      {kFrom16, {'a', 0xD800, 'b'}, 4, 1, {'a', 0}},
+      {kFrom16, {'a', 0xD800}, 4, 1, {'a', 0}},
+      {kFrom16, {'a', 0xD800}, 1, 0, {0}},
+      {kFrom16, {0xDBFF, 0xDFFF, 0xE000}, 3, 1, {0x10FFFF, 0xE000, 0}},
+      {kFrom16, u"ab", 2, 0, {'a', 0}},
+      {kFrom16, u"ab", 0, 0, {}},
+  });
+  check_rows<uint16_t, char>({
+      {k16ToChar, u"a\u00e9\u20acz", 5, 1, {'a', '?', '?', 'z', 0}},
+      {k16ToChar, {0xD83D, 0xDE00, 'z'}, 3, 1, {'?', 'z', 0}},
+      {k16ToChar, {'a', 0xDC00, 'b'}, 4, 1, {'a', 0}},
+      {k16ToChar, u"ab", 2, 0, {'a', 0}},
+      {k16ToChar, u"ab", 0, 0, {}},
+  });
+}
+
+TEST(Convert, EightBit) {
+  check_rows<KIV_UNICHAR, char>({
+      {kToChar, {'a', 0x7F, 0x80, 0xE9, 0xFFFFFFFF}, 6, 1, {'a', 0x7F, '?', '?', '?', 0}},
+      {kToChar, U"ab", 2, 0, {'a', 0}},
+      {kToChar, U"", 0, 0, {}},
+      {kToCharChecked, U"ab", 3, 0, {'a', 'b', 0}},  // 0 is success here
+      {kToCharChecked, U"ab", 2, 1, {'a'}},
+      {kToCharChecked, U"a\u00e9", 4, 1, {'a'}},
+      {kToCharChecked, U"", 1, 0, {0}},
+      {kToCharChecked, U"", 0, 1, {}},
+  });
+  // Bytes are never sign-extended.
+  check_rows<char, KIV_UNICHAR>(
+      {{kFromChar, "\x7F\x80\xE9\xFF", 5, 1, {0x7F, 0x80, 0xE9, 0xFF, 0}}, {kFromChar, "ab", 2, 0, {'a', 0}}});
+  check_rows<char, uint16_t>({{kCharTo16, "\x7F\x80\xE9\xFF", 5, 1, {0x7F, 0x80, 0xE9, 0xFF, 0}},
+                              {kCharTo16, "ab", 2, 0, {'a', 0}},
+                              {kCharTo16, "", 0, 0, {}}});
+}
+
+TEST(Convert, CountedBytes) {
+  const std::string bytes(
+      "a\0\xFF"
+      "d\0",
+      5);
+  for (int32_t count : {-2147483647 - 1, -1, 0, 1, 2, 3, 4, 5}) {
+    for (uint32_t size = 0; size <= 7; ++size) {
+      std::vector<KIV_UNICHAR> written, destination(8, 0x55);
+      const int result = naive::widen(bytes.data(), static_cast<size_t>(std::max(count, 0)), size, written);
+      written.resize(8, 0x55);
+      EXPECT_EQ(kiv_string_convert_n_char_to_utf32(bytes.data(), count, destination.data(), size), result);
+      EXPECT_EQ(destination, written) << count << " into " << size;
+    }
+    CountingAllocator allocator;
+    KIV_STRING string = kiv_string_convert_limited_char_to_utf32_a(allocator.record(), bytes.data(), count);
+    std::vector<KIV_UNICHAR> written;
+    naive::widen(bytes.data(), static_cast<size_t>(std::max(count, 0)), 10, written);
+    ASSERT_EQ(allocator.size_of(string), written.size() * sizeof *string);
+    EXPECT_TRUE(std::equal(written.begin(), written.end(), string)) << count;
+    allocator.record()->free(allocator.record(), string);
+  }
+}
+
+TEST(Convert, Counts) {
+  const KIV_UNICHAR surrogate[] = {0xD800, 0};
+  EXPECT_EQ(kiv_string_nr_of_utf16_words_for_wide_char_string_representation(surrogate), 2u);
+  const KIV_UNICHAR out_of_range[] = {0x110000, 0xFFFFFFFF, 0};
+  EXPECT_EQ(kiv_string_nr_of_utf8_bytes_for_wide_char_string_representation(out_of_range), 8u);
+  EXPECT_EQ(kiv_string_nr_of_utf16_words_for_wide_char_string_representation(out_of_range), 4u);
+  EXPECT_EQ(kiv_string_nr_of_wide_chars_in_utf8_string("a\x7F\x80\xBF\xC0\xFF"), 4u);
+  // The unit behind any surrogate is skipped, but for the terminator.
+  EXPECT_EQ(kiv_string_nr_of_wide_chars_in_utf16_string(units(Utf16{0xDC00, 'a', 'b', 0xD800, 0xD800, 0xD800})), 4u);
+}
+
+// --- Exhaustively ----------------------------------------------------------------------------------------------------
+
+TEST(Convert, EveryCodePoint) {
+  std::vector<char> utf8;
+  std::vector<uint16_t> utf16;
+  for (uint32_t c = 1; c <= 0x110010; ++c) {
+    const KIV_UNICHAR text[] = {c, 0};
+    if (c < 0x1000 || (c & 0xFE) == 0 || (c & 0xFE) == 0xFE) {
+      for_each_from(text, kAllSizes);
+      compare_counts(text);
+    }
+    compare(kTo8, text, 5);
+    compare(kTo16, text, 3);
+    naive::utf32_to_utf8(text, 5, utf8);
+    naive::utf32_to_utf16(text, 3, utf16);
+    compare(kFrom8, utf8.data(), 2);
+    compare(kFrom16, utf16.data(), 2);
+  }
+}
+
+/// Every text of `length` units out of a set.
+template <class Unit, class Check>
+void for_each_text(const std::vector<Unit> &set, size_t length, Check check) {
+  std::vector<size_t> choice(length, 0);
+  std::vector<Unit> text(length + 1, 0);
+  for (;;) {
+    for (size_t i = 0; i < length; ++i) text[i] = set[choice[i]];
+    check(text.data());
+    size_t i = 0;
+    while (i < length && ++choice[i] == set.size()) choice[i++] = 0;
+    if (i == length) return;
+  }
+}
+
+TEST(Convert, EveryShortUtf8Text) {
+  std::vector<char> all;
+  for (int byte = 1; byte < 256; ++byte) all.push_back(static_cast<char>(byte));
+  for_each_text(all, 1, [](const char *text) { for_each_from(text, kAllSizes), compare_counts(text); });
+  for_each_text(all, 2, [](const char *text) { compare_all_sizes(kFrom8, text), compare_counts(text); });
+  // The first byte decides what a sequence is; of the others, six bits count.
+  const std::vector<char> edges{'\x01', '\x7F', '\x80', '\xBF', '\xC0', '\xDF', '\xE0', '\xEF', '\xF0', '\xF7', '\xF8'};
+  for_each_text(edges, 3, [](const char *text) { compare_all_sizes(kFrom8, text), compare_counts(text); });
+  for_each_text(edges, 4, [](const char *text) { compare_all_sizes(kFrom8, text); });
+  for_each_text(edges, 5, [](const char *text) { compare(kFrom8, text, 6); });
+  for (int first = 0x80; first < 256; ++first) {
+    for_each_text(all, 2, [first](const char *rest) {
+      if (((rest[0] ^ rest[1]) & 7) != 0) return;
+      const char text[] = {static_cast<char>(first), rest[0], rest[1], 0};
+      compare(kFrom8, text, 4);
+    });
+  }
+}
+
+TEST(Convert, EveryShortUtf16Text) {
+  std::vector<uint16_t> around;
+  for (uint16_t unit = 0xD7FC; unit <= 0xE003; unit = static_cast<uint16_t>(unit + 3)) around.push_back(unit);
+  const std::vector<uint16_t> edges{0x0001, 0x0041, 0x07FF, 0x0800, 0xD7FF, 0xD800,
+                                    0xDBFF, 0xDC00, 0xDFFF, 0xE000, 0xFFFF};
+  for_each_text(around, 2, [](const uint16_t *text) { compare(kFrom16, text, 3); });
+  for (size_t length : {1, 2, 3}) {
+    for_each_text(edges, length, [](const uint16_t *text) {
+      for_each_from(text, kAllSizes);
+      compare_counts(text);
+    });
+  }
+  for_each_text(edges, 4, [](const uint16_t *text) { compare(kFrom16, text, 5), compare_counts(text); });
+}
+
+TEST(Convert, EveryOrderOfUtf16) {
+  std::vector<uint16_t> edges;
+  for (uint32_t unit = 0; unit < 0x10000; unit += 0x400)
+    edges.insert(edges.end(), {static_cast<uint16_t>(unit), static_cast<uint16_t>(unit + 0x3FF)});
+  for_each_text(edges, 2, [](const uint16_t *pair) {
+    const uint16_t a[] = {'x', pair[0], 0}, b[] = {'x', pair[1], 0};
+    EXPECT_EQ(kiv_string_utf16_strcmp(a, b), naive::utf16_compare(a, b)) << pair[0] << " " << pair[1];
+  });
+  EXPECT_EQ(kiv_string_utf16_strcmp(units(u"\uE000"), units(u"\U00010000")), -1);
+  EXPECT_EQ(kiv_string_utf16_strcmp(units(u"ab"), units(u"a")), 1);
+  EXPECT_EQ(kiv_string_utf16_strcmp(units(u"a"), units(u"a")), 0);
+}
+
+// --- Long texts ------------------------------------------------------------------------------------------------------
+
+/// Runs check on the text at the end of a page, so that no byte behind its terminator can be read.
+template <class Unit, class Check>
+void at_page_end(kiv::test::GuardedPage &page, const std::vector<Unit> &text, Check check) {
+  auto *copy = page.last<Unit>(text.size());
+  std::copy(text.begin(), text.end(), copy);
+  check(copy);
+}
+
+/// Every conversion of a text, into some sizes around those that matter.
+template <class Unit>
+void compare_long(kiv::test::GuardedPage &page, std::mt19937_64 &random, const std::vector<Unit> &text) {
+  at_page_end(page, text, [&](const Unit *copy) {
+    compare_counts(copy);
+    for_each_from(copy, [&](const auto &pair, auto *source) {
+      const auto needed = static_cast<uint32_t>(compare(pair, source, static_cast<uint32_t>(4 * text.size() + 1)));
+      for (uint32_t less = 0; less < std::min(needed, 3u); ++less) compare(pair, source, needed - less);
+      compare(pair, source, below(random, needed + 1));
+      compare(pair, source, below(random, needed + 1));
+    });
+  });
+}
+
+TEST(Convert, LongTextsOfEveryKind) {
+  auto random = kiv::test::make_random();
+  kiv::test::GuardedPage page;
+  std::vector<char> utf8;
+  std::vector<uint16_t> utf16;
+  for (int round = 0; round < 3000; ++round) {
+    const auto text = kiv::test::random_code_points(random, below(random, 250));
+    compare_long(page, random, text);
+    naive::utf32_to_utf8(text.data(), UINT32_MAX, utf8);
+    compare_long(page, random, utf8);
+    kiv::test::damage(random, utf8);
+    compare_long(page, random, utf8);
+    naive::utf32_to_utf16(text.data(), UINT32_MAX, utf16);
+    compare_long(page, random, utf16);
+    kiv::test::damage(random, utf16);
+    compare_long(page, random, utf16);
+    if (HasFailure()) return;
+  }
+}
+
+/// One odd character at every place of a text of one kind: where blocks of vectors begin and end.
+TEST(Convert, OneOddCharacterAnywhere) {
+  constexpr uint32_t kLength = 150;
+  for (KIV_UNICHAR filler : {0x61, 0xE9, 0x4E2D, 0x1F600}) {
+    for (KIV_UNICHAR odd :
+         {0x7F, 0x80, 0x7FF, 0x800, 0xD7FF, 0xD800, 0xDFFF, 0xE000, 0xFFFF, 0x10000, 0x10FFFF, 0x110000}) {
+      std::vector<KIV_UNICHAR> text(kLength, filler);
+      text.push_back(0);
+      std::vector<char> utf8;
+      std::vector<uint16_t> utf16;
+      for (size_t place = 0; place < kLength; ++place) {
+        text[place] = odd;
+        for (uint32_t size : {4 * kLength + 1, 2 * kLength, kLength + 1}) {
+          for_each_from(text.data(), [size](const auto &pair, auto *source) { compare(pair, source, size); });
+        }
+        naive::utf32_to_utf8(text.data(), UINT32_MAX, utf8);
+        naive::utf32_to_utf16(text.data(), UINT32_MAX, utf16);
+        compare(kFrom8, utf8.data(), kLength + 1);
+        compare(kFrom16, utf16.data(), kLength + 1);
+        for (char byte : {'\x80', '\xC0', '\xE0', '\xF0', '\xF8'}) {
+          const size_t at = place * (utf8.size() - 1) / kLength;
+          const char right = std::exchange(utf8[at], byte);
+          compare(kFrom8, utf8.data(), 4 * kLength);
+          utf8[at] = right;
+        }
+        text[place] = filler;
+      }
+    }
+  }
+}
+
+TEST(Convert, AcrossManyWindows) {
+  auto random = kiv::test::make_random();
+  for (int round = 0; round < 3; ++round) {
+    const auto text = kiv::test::random_code_points(random, 100000);
+    std::vector<char> utf8;
+    std::vector<uint16_t> utf16;
+    naive::utf32_to_utf8(text.data(), UINT32_MAX, utf8);
+    naive::utf32_to_utf16(text.data(), UINT32_MAX, utf16);
+    const auto size = static_cast<uint32_t>(utf8.size());
+    for_each_from(text.data(), [=](const auto &pair, auto *source) { compare(pair, source, size); });
+    for_each_from(utf8.data(), [=](const auto &pair, auto *source) { compare(pair, source, size); });
+    for_each_from(utf16.data(), [=](const auto &pair, auto *source) { compare(pair, source, size); });
+    compare_counts(text.data()), compare_counts(utf8.data()), compare_counts(utf16.data());
+  }
+}
+
+// --- Allocating ------------------------------------------------------------------------------------------------------
+
+/// The allocating form gives what the bounded one writes into `size` units, in one block of that size.
+template <class From, class To>
+void compare_allocating(const Pair<From, To> &pair, To *(*allocating)(KIV_ALLOCATOR *, const From *),
+                        const From *source, uint32_t size, bool fails = false) {
+  std::vector<To> written;
+  pair.naive(source, size, written);
+  const uint32_t points = kiv::test::sweep_failures([&](CountingAllocator &allocator) {
+    To *text = allocating(allocator.record(), source);
+    EXPECT_EQ(text == nullptr, allocator.has_failed() || fails) << pair.name;
+    if (text == nullptr) return;
+    EXPECT_EQ(allocator.size_of(text), size * sizeof(To)) << pair.name;
+    EXPECT_TRUE(std::equal(written.begin(), written.end(), text)) << pair.name;
+    allocator.record()->free(allocator.record(), text);
+  });
+  EXPECT_EQ(points, 1u) << pair.name;
+}
+
+template <class Unit>
+uint32_t size_of(const Unit *text) {
+  uint32_t length = 0;
+  while (text[length] != 0) ++length;
+  return length + 1;
+}
+
+TEST(Convert, Allocating) {
+  auto random = kiv::test::make_random();
+  for (int round = 0; round < 60; ++round) {
+    const auto text = kiv::test::random_code_points(random, below(random, 80));
+    std::vector<char> utf8;
+    std::vector<uint16_t> utf16;
+    naive::utf32_to_utf8(text.data(), UINT32_MAX, utf8);
+    naive::utf32_to_utf16(text.data(), UINT32_MAX, utf16);
+    if (round % 2 == 1) kiv::test::damage(random, utf8), kiv::test::damage(random, utf16);
+    const KIV_UNICHAR *s = text.data();
+    const char *u8 = utf8.data();
+    const uint16_t *w = utf16.data();
+    const bool ascii = std::all_of(text.begin(), text.end(), [](KIV_UNICHAR c) { return c < 0x80; });
+    compare_allocating(kTo8, kiv_string_convert_utf32_to_utf8_a, s, naive::utf8_bytes_of(s) + 1);
+    compare_allocating(kFrom8, kiv_string_convert_utf8_to_utf32_a, u8, naive::chars_in_utf8(u8) + 1);
+    compare_allocating(kTo16, kiv_string_convert_utf32_to_utf16_a, s, naive::utf16_words_of(s) + 1);
+    compare_allocating(kFrom16, kiv_string_convert_utf16_to_utf32_a, w, naive::chars_in_utf16(w) + 1);
+    compare_allocating(k16ToChar, kiv_string_convert_utf16_to_char_a, w, size_of(w));
+    compare_allocating(kToChar, kiv_string_convert_utf32_to_char_a, s, size_of(s));
+    compare_allocating(kToCharChecked, kiv_string_convert_utf32_to_char_checked_a, s, size_of(s), !ascii);
+    compare_allocating(kFromChar, kiv_string_convert_char_to_utf32_a, u8, size_of(u8));
+  }
+}
+
+/// (n + 1) * 4 bytes do not fit an allocator's size: nothing is asked for.
+TEST(Convert, MoreThanAnAllocatorCanGive) {
+  CountingAllocator allocator;
+  for (int32_t count : {0x3FFFFFFF, 0x40000000, 0x7FFFFFFF}) {
+    EXPECT_EQ(kiv_string_convert_limited_char_to_utf32_a(allocator.record(), "", count), nullptr);
+  }
+  EXPECT_TRUE(allocator.log.empty());
+}
+
+}  // namespace
