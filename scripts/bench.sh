@@ -14,7 +14,8 @@ for family in "${families[@]}"; do
   [[ $known == *" $family "* ]] || die "no such family: $family; there are$known"
 done
 
-install g++ cmake ninja-build python3 pkg-config libbenchmark-dev libglib2.0-dev libapr1-dev libtalloc-dev
+install g++ cmake ninja-build python3 pkg-config libbenchmark-dev libglib2.0-dev libapr1-dev libtalloc-dev \
+  libicu-dev libutfcpp-dev
 
 # Only the programs that run: cmake's own output matters when it fails.
 folder=build/bench

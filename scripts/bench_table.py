@@ -14,13 +14,15 @@ import sys
 
 
 def read_rows(path):
-    """The rows of one family in the order in which its program added them: {(operation, size): {contestant: ns}}."""
+    """The rows of one family in the order in which its program added them: {(operation, size): {contestant: ns}}.
+
+    The size is a number, or the name of a text."""
     with open(path, encoding="utf-8") as file:
         runs = [run for run in json.load(file)["benchmarks"] if run["run_type"] == "iteration"]
     figures = {}
     for run in sorted(runs, key=lambda run: (run["family_index"], run["repetition_index"])):
         _, operation, size, contestant = run["name"].split("/")[:4]
-        contestants = figures.setdefault((operation, int(size)), {})
+        contestants = figures.setdefault((operation, size), {})
         contestants.setdefault(contestant, []).append(1e9 / run["items_per_second"])
     return {row: {name: statistics.median(each) for name, each in contestants.items()}
             for row, contestants in figures.items()}

@@ -1,49 +1,137 @@
-// Counting what the conversions need, and the order of UTF-16 texts.
+// Counting what the conversions need.
+
+#include <utility>
 
 #include "kiv_string_convert.h"
 #include "text/convert_count.h"
+#include "text/convert_vector.h"
+
+namespace convert = kiv::convert;
 
 namespace {
 
 /// The public counts stop at the largest 32-bit number.
 uint32_t clip(size_t count) { return count < UINT32_MAX ? static_cast<uint32_t>(count) : UINT32_MAX; }
 
-/// What each block of 0x800 units is moved by (modulo 0x10000) so that the order of units is the order of code points:
-/// surrogates to the end, the units above them into the gap.
-constexpr uint16_t kCodePointOrder[32] = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,      0,      0,      0,      0,
-                                          0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x2000, 0xF800, 0xF800, 0xF800, 0xF800};
+/// Windows that are in the nearest cache when they are counted; few enough units that a lane of 32 bits holds the
+/// count.
+constexpr size_t kWindowBytes = 8192;
+
+#if defined(__SSE2__)
+
+using convert::all32;
+using convert::both;
+using convert::equals;
+using convert::Vector;
+
+/// -1 for each number below 2^bits.
+Vector below(Vector numbers, int bits) { return equals<uint32_t>(_mm_srli_epi32(numbers, bits), _mm_setzero_si128()); }
+
+uint32_t sum_of_lanes(Vector lanes) {
+  uint32_t sums[4];
+  convert::store(sums, lanes);
+  return sums[0] + sums[1] + sums[2] + sums[3];
+}
+
+#endif
+
+// What a unit counts, alone and as one of a vector's, in whichever lanes.
+
+struct CharsInUtf8 {
+  using Unit = char;
+  static size_t value(char byte) { return (byte & 0xC0) != 0x80; }
+#if defined(__SSE2__)
+  static Vector values(Vector bytes) {
+    const Vector ones = both(_mm_cmpgt_epi8(bytes, convert::all8(0xBF)), convert::all8(1));
+    return _mm_sad_epu8(ones, _mm_setzero_si128());
+  }
+#endif
+};
+
+struct Utf8Bytes {
+  using Unit = KIV_UNICHAR;
+  static size_t value(KIV_UNICHAR c) { return size_t{1} + (c >= 0x80) + (c >= 0x800) + (c >= 0x10000); }
+#if defined(__SSE2__)
+  static Vector values(Vector c) {
+    return _mm_add_epi32(_mm_add_epi32(all32(4), below(c, 7)), _mm_add_epi32(below(c, 11), below(c, 16)));
+  }
+#endif
+};
+
+struct Utf16Words {
+  using Unit = KIV_UNICHAR;
+  static size_t value(KIV_UNICHAR c) { return size_t{1} + (c >= 0x10000 || (c & 0xF800) == 0xD800); }
+#if defined(__SSE2__)
+  static Vector values(Vector c) {
+    const Vector surrogate = equals<uint32_t>(_mm_srli_epi32(c, 11), all32(0xD800 >> 11));
+    return _mm_sub_epi32(_mm_add_epi32(all32(2), below(c, 16)), surrogate);
+  }
+#endif
+};
+
+template <class Count>
+size_t sum(const typename Count::Unit *text) {
+  constexpr size_t kWindow = kWindowBytes / sizeof *text;
+  size_t total = 0, ahead;
+  do {
+    ahead = convert::units_before_terminator(text, kWindow);
+    size_t i = 0;
+#if defined(__SSE2__)
+    constexpr size_t kUnits = sizeof(Vector) / sizeof *text;
+    Vector lanes = _mm_setzero_si128();
+    for (; ahead - i >= kUnits; i += kUnits) lanes = _mm_add_epi32(lanes, Count::values(convert::load(text + i)));
+    total += sum_of_lanes(lanes);
+#endif
+    for (; i < ahead; ++i) total += Count::value(text[i]);
+    text += ahead;
+  } while (ahead >= kWindow);
+  return total;
+}
+
+/// Counts characters of whole pairs and single units from `utf16` on, which is moved, while there are some before
+/// `end`.
+size_t run_of_pairs([[maybe_unused]] const uint16_t *&utf16, [[maybe_unused]] const uint16_t *end) {
+  size_t count = 0;
+#if defined(__SSE2__)
+  constexpr uint32_t kLastUnit = 0x8000;  // a mask has two bits a unit
+  Vector low_lanes = _mm_setzero_si128();
+  while (end - utf16 > 8) {
+    const Vector units = convert::load(utf16);
+    const Vector kinds = both(units, convert::all16(0xFC00));
+    const Vector low = equals<uint16_t>(kinds, convert::all16(0xDC00));
+    const uint32_t highs = convert::byte_mask(equals<uint16_t>(kinds, convert::all16(0xD800)));
+    if (convert::byte_mask(low) != (highs << 2 & 0xFFFF)) break;
+    // A high surrogate at the end takes the unit behind the vector.
+    utf16 += (highs & kLastUnit) != 0 ? 9 : 8;
+    count += 8;
+    low_lanes = _mm_add_epi32(low_lanes, _mm_madd_epi16(low, low));  // -1 times -1
+  }
+  count -= sum_of_lanes(low_lanes);
+#endif
+  return count;
+}
 
 }  // namespace
 
-size_t kiv::wide_chars_in_utf8(const char *utf8) {
-  size_t count = 0;
-  for (; *utf8 != 0; ++utf8) count += (static_cast<uint8_t>(*utf8) & 0xC0) != 0x80;
-  return count;
-}
+size_t kiv::wide_chars_in_utf8(const char *utf8) { return sum<CharsInUtf8>(utf8); }
 
-size_t kiv::utf8_bytes_of(const KIV_UNICHAR *string) {
-  size_t count = 0;
-  for (; *string != 0; ++string) {
-    const uint32_t c = *string;
-    count += size_t{1} + (c >= 0x80) + (c >= 0x800) + (c >= 0x10000);
-  }
-  return count;
-}
+size_t kiv::utf8_bytes_of(const KIV_UNICHAR *string) { return sum<Utf8Bytes>(string); }
+
+size_t kiv::utf16_words_of(const KIV_UNICHAR *string) { return sum<Utf16Words>(string); }
 
 size_t kiv::wide_chars_in_utf16(const uint16_t *utf16) {
+  constexpr size_t kWindow = kWindowBytes / sizeof *utf16;
+  constexpr int kStepsBetweenRuns = 16;
   size_t count = 0;
-  while (*utf16 != 0) {
-    const bool pair = (*utf16++ & 0xF800) == 0xD800;
-    if (pair && *utf16 != 0) ++utf16;
-    ++count;
+  for (const uint16_t *end = utf16;;) {
+    if (utf16 >= end) end = utf16 + convert::units_before_terminator(utf16, kWindow);
+    count += run_of_pairs(utf16, end);
+    for (int i = 0; i < kStepsBetweenRuns; ++i, ++count) {
+      if (*utf16 == 0) return count;
+      const bool pair = (*utf16++ & 0xF800) == 0xD800;
+      if (pair && *utf16 != 0) ++utf16;
+    }
   }
-  return count;
-}
-
-size_t kiv::utf16_words_of(const KIV_UNICHAR *string) {
-  size_t count = 0;
-  for (; *string != 0; ++string) count += size_t{1} + (*string >= 0x10000 || (*string & 0xF800) == 0xD800);
-  return count;
 }
 
 uint32_t kiv_string_nr_of_wide_chars_in_utf8_string(const char *utf8) { return clip(kiv::wide_chars_in_utf8(utf8)); }
@@ -58,12 +146,4 @@ uint32_t kiv_string_nr_of_wide_chars_in_utf16_string(const uint16_t *utf16) {
 
 uint32_t kiv_string_nr_of_utf16_words_for_wide_char_string_representation(const KIV_UNICHAR *string) {
   return clip(kiv::utf16_words_of(string));
-}
-
-int kiv_string_utf16_strcmp(const uint16_t *utf16_1, const uint16_t *utf16_2) {
-  for (;; ++utf16_1, ++utf16_2) {
-    const auto a = static_cast<uint16_t>(*utf16_1 + kCodePointOrder[*utf16_1 >> 11]);
-    const auto b = static_cast<uint16_t>(*utf16_2 + kCodePointOrder[*utf16_2 >> 11]);
-    if (a != b || a == 0) return (a > b) - (a < b);
-  }
 }
