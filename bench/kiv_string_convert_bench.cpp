@@ -194,7 +194,7 @@ template <class Contestant, class From, class To>
 void add(const char *operation, const Text &text, const std::vector<From> &from, const std::vector<To> &expected) {
   const std::string name = std::string("string_convert/") + operation + '/' + text.name + '/' + Contestant::kName;
   const size_t times = 1 + kTextBytes / 4 / expected.size();
-  kiv::bench::add(name, from.size() < 100 ? 40 : 40, times * from.size(), [name, times, &from, &expected] {
+  kiv::bench::add(name, 40, times * text.utf32.size(), [name, times, &from, &expected] {
     std::vector<To> to(expected.size());
     if constexpr (std::is_same_v<Contestant, Copy>) {
       const Stopwatch watch;

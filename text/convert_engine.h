@@ -3,8 +3,9 @@
 // A codec converts from units From to units To in two ways:
 //   step(at)      one character by the rules, whatever it is and however little room is left; false at the end of the
 //                 text or of the room, with the cursor before what was not converted.
-//   run(at, end)  as much as vectors can do while there is source before `end` and room enough; stops anywhere, without
-//                 any trace behind the destination's cursor that later steps would not overwrite.
+//   run(at, end)  as much as vectors can do while there is source before `end` and room enough, and gives the cursor
+//   then;
+//                 stops anywhere, without any trace behind the destination that later steps would not overwrite.
 // So the rules stand in step() alone, and run() may leave to it whatever it finds inconvenient.
 #ifndef KIV_TEXT_CONVERT_ENGINE_H
 #define KIV_TEXT_CONVERT_ENGINE_H
@@ -30,9 +31,10 @@ struct Cursor {
 constexpr size_t kWindowBytes = 8192;
 
 /// Converts up to the end of the text or of the room. The source is known to be readable up to its terminator, which
-/// nobody has looked for: it is searched for a window ahead of the runs.
+/// nobody has looked for: it is searched for a window ahead of the runs. (Cursors go by value: the compiler then knows
+/// that no destination overlaps them.)
 template <class Codec>
-void convert(Cursor<typename Codec::From, typename Codec::To> &at) {
+auto convert(Cursor<typename Codec::From, typename Codec::To> at) {
   constexpr size_t kWindow = kWindowBytes / sizeof(typename Codec::From);
   constexpr ptrdiff_t kTooShortForRuns = 128;
   constexpr int kStepsBetweenRuns = 16;
@@ -40,9 +42,9 @@ void convert(Cursor<typename Codec::From, typename Codec::To> &at) {
     const size_t ahead = units_before_terminator(at.source, kWindow);
     const auto *end = at.source + ahead;
     do {
-      Codec::run(at, end);
+      at = Codec::run(at, end);
       for (int i = 0; i < kStepsBetweenRuns; ++i) {
-        if (!Codec::step(at)) return;
+        if (!Codec::step(at)) return at;
       }
     } while (ahead < kWindow || end - at.source >= kTooShortForRuns);
   }

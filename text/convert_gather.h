@@ -5,8 +5,6 @@
 #ifndef KIV_TEXT_CONVERT_GATHER_H
 #define KIV_TEXT_CONVERT_GATHER_H
 
-#include <utility>
-
 #include "text/convert_vector.h"
 
 #if defined(__SSE2__)
@@ -32,23 +30,43 @@ inline Vector word_at(const void *place) {
   return _mm_cvtsi32_si128(word);
 }
 
+/// The place of the lowest bit. REQUIRES: there is one.
+inline size_t first_of(Mask mask) {
+  return static_cast<size_t>(sizeof mask == 8 ? __builtin_ctzll(mask) : __builtin_ctz(static_cast<unsigned>(mask)));
+}
+
+inline Mask without_first(Mask mask) { return mask & (mask - 1); }
+
+/// The words at the first four leads, and what is left of the leads without the first one, two, three, four of them.
+struct Four {
+  Mask left[4];
+  Vector words;
+
+  template <class From>
+  [[gnu::always_inline]] Four(const From *block, Mask leads) {
+    left[0] = without_first(leads);
+    left[1] = without_first(left[0]);
+    left[2] = without_first(left[1]);
+    left[3] = without_first(left[2]);
+    words =
+        _mm_unpacklo_epi64(_mm_unpacklo_epi32(word_at(block + first_of(leads)), word_at(block + first_of(left[0]))),
+                           _mm_unpacklo_epi32(word_at(block + first_of(left[1])), word_at(block + first_of(left[2]))));
+  }
+};
+
 /// Writes decode(word) for the word at every place that `leads` has a bit for, and gives the number of them: four at
 /// least. Exactly so many units are written: when their number is no multiple of four, the first ones are written
 /// twice.
 template <class From, class Decode>
-size_t decode_leads(const From *block, Mask leads, uint32_t *destination, Decode decode) {
+[[gnu::always_inline]] inline size_t decode_leads(const From *block, Mask leads, uint32_t *destination, Decode decode) {
   const size_t count = count_bits(leads);
-  size_t advance = (count - 1) % 4 + 1;
-  for (size_t done = 0; done < count; done += std::exchange(advance, 4)) {
-    const Mask after1 = leads & (leads - 1), after2 = after1 & (after1 - 1), after3 = after2 & (after2 - 1);
-    const Vector low = _mm_unpacklo_epi32(word_at(block + std::countr_zero(leads)),  //
-                                          word_at(block + std::countr_zero(after1)));
-    const Vector high = _mm_unpacklo_epi32(word_at(block + std::countr_zero(after2)),  //
-                                           word_at(block + std::countr_zero(after3)));
-    store(destination + done, decode(_mm_unpacklo_epi64(low, high)));
-    const Mask after4 = after3 & (after3 - 1);
-    leads = after4;
-    if (advance != 4) leads = advance == 1 ? after1 : advance == 2 ? after2 : after3;
+  const Four first(block, leads);
+  store(destination, decode(first.words));
+  leads = first.left[(count - 1) % 4];
+  for (size_t done = (count - 1) % 4 + 1; done < count; done += 4) {
+    const Four next(block, leads);
+    store(destination + done, decode(next.words));
+    leads = next.left[3];
   }
   return count;
 }

@@ -16,18 +16,19 @@ inline Vector begin_with(Vector units, uint16_t bits) {
 }
 
 /// Four characters, each a unit in the low half of a word, or a pair.
-inline Vector decode_utf16(Vector words) {
+[[gnu::always_inline]] inline Vector decode_utf16(Vector words) {
   const Vector pair = equals<uint32_t>(both(words, all32(0xFC00)), all32(0xD800));
   const Vector high = _mm_slli_epi32(both(words, all32(0x3FF)), 10);
   const Vector low = both(_mm_srli_epi32(words, 16), all32(0x3FF));
   return choose(pair, _mm_add_epi32(_mm_add_epi32(high, low), all32(0x10000)), both(words, all32(0xFFFF)));
 }
 
-inline void run_from_utf16(Cursor<uint16_t, KIV_UNICHAR> &at, const uint16_t *end) {
+[[gnu::always_inline]] inline Cursor<uint16_t, KIV_UNICHAR> run_from_utf16(Cursor<uint16_t, KIV_UNICHAR> at,
+                                                                           const uint16_t *end) {
   for (;;) {
     Vector units;
     for (;;) {
-      if (end - at.source < 8 || at.room <= 8) return;
+      if (end - at.source < 8 || at.room <= 8) return at;
       units = load(at.source);
       const Vector surrogates = equals<uint16_t>(both(units, all16(0xF800)), all16(0xD800));
       if (byte_mask(surrogates) != 0) break;
@@ -41,11 +42,11 @@ inline void run_from_utf16(Cursor<uint16_t, KIV_UNICHAR> &at, const uint16_t *en
       continue;
     }
     constexpr uint32_t kBlock = 16;
-    if (end - at.source < static_cast<ptrdiff_t>(kBlock) + 1 || at.room <= kBlock) return;
+    if (end - at.source < static_cast<ptrdiff_t>(kBlock) + 1 || at.room <= kBlock) return at;
     const Vector more = load(at.source + 8);
     const Mask high = byte_mask(_mm_packs_epi16(begin_with(units, 0xD800), begin_with(more, 0xD800)));
     const Mask low = byte_mask(_mm_packs_epi16(begin_with(units, 0xDC00), begin_with(more, 0xDC00)));
-    if (low != (high << 1 & 0xFFFF)) return;
+    if (low != (high << 1 & 0xFFFF)) return at;
     // A pair that the block's end divides is left to the next block.
     const Mask divided = high >> (kBlock - 1);
     const Mask leads = (~low & 0xFFFF) ^ divided << (kBlock - 1);
@@ -55,7 +56,7 @@ inline void run_from_utf16(Cursor<uint16_t, KIV_UNICHAR> &at, const uint16_t *en
 }
 
 /// Writes four code points and gives the number of their units. Up to two units behind them are overwritten.
-inline size_t encode_four_utf16(Vector c, uint16_t *destination) {
+[[gnu::always_inline]] inline size_t encode_four_utf16(Vector c, uint16_t *destination) {
   const Vector above = _mm_sub_epi32(c, all32(0x10000));
   const Vector supplementary = equals<uint32_t>(_mm_srli_epi32(above, 20), _mm_setzero_si128());
   const Vector high = _mm_srli_epi32(above, 10);
@@ -82,7 +83,8 @@ inline size_t encode_four_utf16(Vector c, uint16_t *destination) {
   return units + 2 + (mask >> 8 & 1) + (mask >> 12 & 1);
 }
 
-inline void run_to_utf16(Cursor<KIV_UNICHAR, uint16_t> &at, const KIV_UNICHAR *end) {
+[[gnu::always_inline]] inline Cursor<KIV_UNICHAR, uint16_t> run_to_utf16(Cursor<KIV_UNICHAR, uint16_t> at,
+                                                                         const KIV_UNICHAR *end) {
   const Vector zero = _mm_setzero_si128();
   for (;;) {
     while (end - at.source >= 8 && at.room > 8) {
@@ -97,7 +99,7 @@ inline void run_to_utf16(Cursor<KIV_UNICHAR, uint16_t> &at, const KIV_UNICHAR *e
       at.source += 8, at.destination += 8, at.room -= 8;
     }
     // Behind eight code points others follow that will overwrite the two units that may be written too far.
-    if (end - at.source < 8 + 2 || at.room <= 16 + 2 + 2) return;
+    if (end - at.source < 8 + 2 || at.room <= 16 + 2 + 2) return at;
     for (int i = 0; i < 2; ++i) {
       const size_t count = encode_four_utf16(load(at.source), at.destination);
       at.source += 4, at.destination += count, at.room -= count;
@@ -107,8 +109,8 @@ inline void run_to_utf16(Cursor<KIV_UNICHAR, uint16_t> &at, const KIV_UNICHAR *e
 
 #else
 
-inline void run_from_utf16(Cursor<uint16_t, KIV_UNICHAR> &, const uint16_t *) {}
-inline void run_to_utf16(Cursor<KIV_UNICHAR, uint16_t> &, const KIV_UNICHAR *) {}
+inline Cursor<uint16_t, KIV_UNICHAR> run_from_utf16(Cursor<uint16_t, KIV_UNICHAR> at, const uint16_t *) { return at; }
+inline Cursor<KIV_UNICHAR, uint16_t> run_to_utf16(Cursor<KIV_UNICHAR, uint16_t> at, const KIV_UNICHAR *) { return at; }
 
 #endif
 

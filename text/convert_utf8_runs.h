@@ -18,6 +18,7 @@ struct Utf8Block {
 
   explicit Utf8Block(const char *bytes) {
     Mask high = 0, continuing = 0, three = 0, four = 0, none = 0;  // 0x80 and above, 0x80-0xBF, 0xE0-, 0xF0-, 0xF8-
+#pragma GCC unroll 4
     for (size_t i = 0; i < kMaskBits; i += sizeof(Vector)) {
       const Vector v = load(bytes + i);
       // As signed numbers 0x80 to 0xFF are -128 to -1.
@@ -37,7 +38,7 @@ struct Utf8Block {
 };
 
 /// Four characters, each from its first byte (the lowest) on.
-inline Vector decode_utf8(Vector words) {
+[[gnu::always_inline]] inline Vector decode_utf8(Vector words) {
   // Two times two bytes of six bits, then these twelve: 24 bits, of which the first byte's high ones are to go.
   const Vector bits = all32(0x003F003F);
   const Vector twelve = either(_mm_slli_epi16(both(words, bits), 6), both(_mm_srli_epi16(words, 8), bits));
@@ -48,21 +49,70 @@ inline Vector decode_utf8(Vector words) {
   return choose(_mm_cmpgt_epi32(lead, all32(0xEF)), both(all, all32(0x1FFFFF)), c);
 }
 
-inline void run_from_utf8(Cursor<char, KIV_UNICHAR> &at, const char *end) {
+/// Which bytes of a vector have certain high bits.
+inline uint32_t begin_with(Vector bytes, uint8_t high_bits, uint8_t value) {
+  return byte_mask(equals<uint8_t>(both(bytes, all8(high_bits)), all8(value)));
+}
+
+/// How much was read and written.
+struct Advance {
+  size_t read, written;
+};
+
+/// Converts the characters at the beginning of sixteen bytes when the first of them all have one length of two to four.
+[[gnu::always_inline]] inline Advance run_of_one_length(Vector bytes, KIV_UNICHAR *destination) {
+  constexpr uint32_t kEveryThird = 0x249, kEveryFourth = 0x1111, kEverySecond = 0x5555;
+  if ((begin_with(bytes, 0xF0, 0xE0) & kEveryThird) == kEveryThird) {
+    const Vector words = _mm_unpacklo_epi64(_mm_unpacklo_epi32(bytes, _mm_srli_si128(bytes, 3)),
+                                            _mm_unpacklo_epi32(_mm_srli_si128(bytes, 6), _mm_srli_si128(bytes, 9)));
+    const Vector high = both(_mm_slli_epi32(words, 12), all32(0xF000));
+    const Vector middle = both(_mm_srli_epi32(words, 2), all32(0xFC0));
+    store(destination, either(either(high, middle), both(_mm_srli_epi32(words, 16), all32(0x3F))));
+    return {12, 4};
+  }
+  if ((begin_with(bytes, 0xF8, 0xF0) & kEveryFourth) == kEveryFourth) {
+    const Vector high = both(_mm_slli_epi32(bytes, 18), all32(0x1C0000));
+    const Vector second = both(_mm_slli_epi32(bytes, 4), all32(0x3F000));
+    const Vector third = both(_mm_srli_epi32(bytes, 10), all32(0xFC0));
+    const Vector last = both(_mm_srli_epi32(bytes, 24), all32(0x3F));
+    store(destination, either(either(high, second), either(third, last)));
+    return {16, 4};
+  }
+  if ((begin_with(bytes, 0xE0, 0xC0) & kEverySecond) == kEverySecond) {
+    const Vector high = both(_mm_slli_epi16(bytes, 6), all16(0x7C0));
+    widen8(either(high, both(_mm_srli_epi16(bytes, 8), all16(0x3F))), destination);
+    return {16, 8};
+  }
+  return {0, 0};
+}
+
+[[gnu::always_inline]] inline Cursor<char, KIV_UNICHAR> run_from_utf8(Cursor<char, KIV_UNICHAR> at, const char *end) {
   constexpr ptrdiff_t kBehind = 3;  // bytes that a word at the block's last byte reaches behind it
-  for (;;) {
-    while (end - at.source >= 16 && at.room > 16) {
-      const Vector bytes = load(at.source);
-      if (byte_mask(bytes) != 0) break;
+  while (end - at.source >= 16 && at.room > 16) {
+    const Vector bytes = load(at.source);
+    if (byte_mask(bytes) == 0) {
       widen16(bytes, at.destination);
       at.source += 16, at.destination += 16, at.room -= 16;
+      continue;
     }
-    if (end - at.source < static_cast<ptrdiff_t>(kMaskBits) + kBehind || at.room <= kMaskBits) return;
+    if (const Advance run = run_of_one_length(bytes, at.destination); run.read != 0) {
+      at.source += run.read, at.destination += run.written, at.room -= run.written;
+      continue;
+    }
+    if (end - at.source < static_cast<ptrdiff_t>(kMaskBits) + kBehind || at.room <= kMaskBits) break;
     const Utf8Block block(at.source);
-    if (!block.well_formed) return;
+    if (!block.well_formed) break;
     const size_t count = decode_leads(at.source, block.leads, at.destination, decode_utf8);
     at.source += kMaskBits + block.surplus, at.destination += count, at.room -= count;
   }
+  while (end - at.source >= 4 && at.room > 4) {
+    const Vector word = word_at(at.source);
+    if (byte_mask(word) != 0) break;
+    const Vector zero = _mm_setzero_si128();
+    store(at.destination, _mm_unpacklo_epi16(_mm_unpacklo_epi8(word, zero), zero));
+    at.source += 4, at.destination += 4, at.room -= 4;
+  }
+  return at;
 }
 
 // Code points as words of their bytes in UTF-8, the first byte lowest.
@@ -79,84 +129,120 @@ inline Vector encode3(Vector c) {
   return either(either(ends, middle), all32(0x8080E0));
 }
 
-inline Vector encode4(Vector c) {
+/// All four bytes without their marks.
+inline Vector spread4(Vector c) {
   const Vector second = both(_mm_srli_epi32(c, 4), all32(0x3F00));
   const Vector third = both(_mm_slli_epi32(c, 10), all32(0x3F0000));
   const Vector ends = either(_mm_srli_epi32(c, 18), _mm_slli_epi32(last_six(c), 24));
-  return either(either(ends, all32(0x808080F0)), either(second, third));
+  return either(ends, either(second, third));
 }
 
-inline uint32_t lane_mask(Vector v) { return static_cast<uint32_t>(_mm_movemask_ps(_mm_castsi128_ps(v))); }
+inline Vector mark4(Vector spread) { return either(spread, all32(0x808080F0)); }
+
+inline bool are_all(Vector masks) { return byte_mask(masks) == 0xFFFF; }
+
+inline void store4(char *place, Vector v) {
+  const int word = _mm_cvtsi128_si32(v);
+  std::memcpy(place, &word, sizeof word);
+}
 
 inline void store8(char *place, Vector v) { _mm_storel_epi64(reinterpret_cast<Vector *>(place), v); }
 
-/// Writes four code points and gives the number of their bytes. Up to six bytes behind them are overwritten.
-inline size_t encode_four(Vector c, char *destination) {
-  const Vector two = _mm_cmpgt_epi32(c, all32(0x7F));
-  const Vector three = _mm_cmpgt_epi32(c, all32(0x7FF));
-  const Vector four = _mm_cmpgt_epi32(c, all32(0xFFFF));
-  const uint32_t twos = lane_mask(two), threes = lane_mask(three), fours = lane_mask(four);
-  if (threes == 0) {
-    // Two at a time: the second one moves down to where the first one ends.
-    const Vector words = choose(two, encode2(c), c);
-    const Vector first = _mm_shuffle_epi32(two, 0xA0);
-    const Vector low = _mm_set_epi32(0, -1, 0, -1);
-    const Vector odd = _mm_andnot_si128(low, words);
-    const Vector pairs = either(both(words, low), choose(first, _mm_srli_epi64(odd, 16), _mm_srli_epi64(odd, 24)));
-    store8(destination, pairs);
-    destination += 2 + (twos & 1) + (twos >> 1 & 1);
-    store8(destination, _mm_unpackhi_epi64(pairs, pairs));
-    return 4 + (twos & 1) + (twos >> 1 & 1) + (twos >> 2 & 1) + (twos >> 3);
-  }
-  if (threes == 15 && fours == 0) {
-    // Two times six bytes.
-    const Vector words = encode3(c);
-    const Vector low = _mm_set_epi32(0, 0xFFFFFF, 0, 0xFFFFFF);
-    const Vector pairs = either(both(words, low), _mm_srli_epi64(_mm_andnot_si128(low, words), 8));
-    store8(destination, pairs);
-    store8(destination + 6, _mm_unpackhi_epi64(pairs, pairs));
-    return 12;
-  }
-  if (fours == 15) {
-    store(destination, encode4(c));
-    return 16;
-  }
-  alignas(Vector) uint32_t words[4];
-  store(words, choose(four, encode4(c), choose(three, encode3(c), choose(two, encode2(c), c))));
-  char *place = destination;
-  for (int i = 0; i < 4; ++i) {
-    std::memcpy(place, &words[i], 4);
-    place += 1 + (twos >> i & 1) + (threes >> i & 1) + (fours >> i & 1);
-  }
-  return static_cast<size_t>(place - destination);
+// Four code points each; the number of bytes is the result. Up to six bytes behind them are overwritten.
+
+/// All below 0x800: two at a time, of which the second one moves down to where the first one ends.
+[[gnu::always_inline]] inline size_t put_below_800(Vector c, char *destination) {
+  const Vector two = above(c, 0x7F);
+  const Vector words = choose(two, encode2(c), c);
+  const Vector first = _mm_shuffle_epi32(two, 0xA0);
+  const Vector even = _mm_set_epi32(0, -1, 0, -1);
+  const Vector odd = _mm_andnot_si128(even, words);
+  const Vector pairs = either(both(words, even), choose(first, _mm_srli_epi64(odd, 16), _mm_srli_epi64(odd, 24)));
+  const uint32_t twos = byte_mask(two);
+  const size_t half = 2 + (twos & 1) + (twos >> 4 & 1);
+  store8(destination, pairs);
+  store8(destination + half, _mm_unpackhi_epi64(pairs, pairs));
+  return half + 2 + (twos >> 8 & 1) + (twos >> 12 & 1);
 }
 
-inline void run_to_utf8(Cursor<KIV_UNICHAR, char> &at, const KIV_UNICHAR *end) {
-  // Behind sixteen code points others follow that will overwrite what was written too far: six at least, and with room
-  // for more than that before one might not fit.
-  constexpr size_t kRoom = 4 * 16 + 6 + 5;
-  for (;;) {
-    while (end - at.source >= 16 && at.room > 16) {
-      const Vectors units(at.source);
-      if (!units.are_ascii()) break;
+/// All of three bytes: two times six.
+[[gnu::always_inline]] inline size_t put_threes(Vector c, char *destination) {
+  const Vector words = encode3(c);
+  const Vector even = _mm_set_epi32(0, 0xFFFFFF, 0, 0xFFFFFF);
+  const Vector pairs = either(both(words, even), _mm_srli_epi64(_mm_andnot_si128(even, words), 8));
+  store8(destination, pairs);
+  store8(destination + 6, _mm_unpackhi_epi64(pairs, pairs));
+  return 12;
+}
+
+/// Any: each word goes where the one before it ends.
+[[gnu::always_inline]] inline size_t put_any(Vector c, char *destination) {
+  const Vector two = above(c, 0x7F), three = above(c, 0x7FF), four = above(c, 0xFFFF);
+  const Vector spread = spread4(c);
+  Vector words = choose(two, either(_mm_srli_epi32(spread, 16), all32(0x80C0)), c);
+  words = choose(three, either(_mm_srli_epi32(spread, 8), all32(0x8080E0)), words);
+  words = choose(four, mark4(spread), words);
+  // The lengths as bytes of a number; and, by multiplying, the sums of the first of them.
+  Vector lengths = _mm_sub_epi32(_mm_sub_epi32(all32(1), two), _mm_add_epi32(three, four));
+  lengths = _mm_packs_epi32(lengths, lengths);
+  const uint32_t ends = static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_packus_epi16(lengths, lengths))) * 0x01010101u;
+  store4(destination, words);
+  store4(destination + (ends & 0xFF), _mm_srli_si128(words, 4));
+  store4(destination + (ends >> 8 & 0xFF), _mm_srli_si128(words, 8));
+  store4(destination + (ends >> 16 & 0xFF), _mm_srli_si128(words, 12));
+  return ends >> 24;
+}
+
+[[gnu::always_inline]] inline Cursor<KIV_UNICHAR, char> run_to_utf8(Cursor<KIV_UNICHAR, char> at,
+                                                                    const KIV_UNICHAR *end) {
+  // Behind a group others follow that will overwrite what was written too far: six bytes, by six code points at least,
+  // and with room for more than that before one might not fit.
+  constexpr size_t kBehind = 6;
+  auto put_four_times = [&at](auto put, const Vectors &units) {
+    char *place = at.destination;
+    place += put(units.a, place);
+    place += put(units.b, place);
+    place += put(units.c, place);
+    place += put(units.d, place);
+    at.room -= static_cast<size_t>(place - at.destination);
+    at.source += 16, at.destination = place;
+  };
+  while (end - at.source >= 16 && at.room > 16) {
+    const Vectors units(at.source);
+    const Vector all = units.any_bits();
+    if (are_all(below(all, 7))) {
       store(at.destination, units.narrow());
       at.source += 16, at.destination += 16, at.room -= 16;
+      continue;
     }
-    if (end - at.source < 16 + 6 || at.room < kRoom) return;
-    for (int i = 0; i < 4; ++i) {
-      const Vector c = load(at.source);
-      // Beyond the last code point: as unsigned numbers.
-      if (byte_mask(_mm_cmpgt_epi32(_mm_srli_epi32(c, 16), all32(0x10))) != 0) return;
-      const size_t count = encode_four(c, at.destination);
-      at.source += 4, at.destination += count, at.room -= count;
+    if (end - at.source < static_cast<ptrdiff_t>(16 + kBehind) || at.room < 4 * 16 + kBehind + 5) break;
+    if (are_all(below(all, 11))) {
+      put_four_times(put_below_800, units);
+    } else if (are_all(below(all, 16)) && units.are_above(0x7FF)) {
+      put_four_times(put_threes, units);
+    } else if (are_all(below(all, 21)) && !units.is_one_above(0x10FFFF)) {
+      if (units.are_above(0xFFFF)) {
+        put_four_times([](Vector c, char *place) { return store(place, mark4(spread4(c))), size_t{16}; }, units);
+      } else {
+        put_four_times(put_any, units);
+      }
+    } else {
+      break;
     }
   }
+  while (end - at.source >= 4 && at.room > 4) {
+    const Vector c = load(at.source);
+    if (!are_all(below(c, 7))) break;
+    store4(at.destination, _mm_packus_epi16(_mm_packs_epi32(c, c), c));
+    at.source += 4, at.destination += 4, at.room -= 4;
+  }
+  return at;
 }
 
 #else
 
-inline void run_from_utf8(Cursor<char, KIV_UNICHAR> &, const char *) {}
-inline void run_to_utf8(Cursor<KIV_UNICHAR, char> &, const KIV_UNICHAR *) {}
+inline Cursor<char, KIV_UNICHAR> run_from_utf8(Cursor<char, KIV_UNICHAR> at, const char *) { return at; }
+inline Cursor<KIV_UNICHAR, char> run_to_utf8(Cursor<KIV_UNICHAR, char> at, const KIV_UNICHAR *) { return at; }
 
 #endif
 

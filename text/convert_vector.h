@@ -37,6 +37,14 @@ Vector equals(Vector a, Vector b) {
   if constexpr (sizeof(Unit) == 4) return _mm_cmpeq_epi32(a, b);
 }
 
+/// All ones for each number below 2^bits.
+inline Vector below(Vector numbers, int bits) {
+  return _mm_cmpeq_epi32(_mm_srli_epi32(numbers, bits), _mm_setzero_si128());
+}
+
+/// All ones for each number above the limit, as signed numbers.
+inline Vector above(Vector numbers, uint32_t limit) { return _mm_cmpgt_epi32(numbers, all32(limit)); }
+
 /// The number of units before the terminator; or, when it is not among the first `limit` of them, some number from
 /// `limit` on of units that are there.
 ///

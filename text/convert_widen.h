@@ -34,19 +34,30 @@ struct Vectors {
   explicit Vectors(const KIV_UNICHAR *string)
       : a(load(string)), b(load(string + 4)), c(load(string + 8)), d(load(string + 12)) {}
 
-  bool are_ascii() const {
-    const Vector high = both(either(either(a, b), either(c, d)), all32(0xFFFFFF80));
-    return byte_mask(equals<uint32_t>(high, _mm_setzero_si128())) == 0xFFFF;
+  /// The bits that some of them have, in four sets.
+  Vector any_bits() const { return either(either(a, b), either(c, d)); }
+
+  bool are_ascii() const { return byte_mask(below(any_bits(), 7)) == 0xFFFF; }
+
+  // As signed numbers.
+  bool are_above(uint32_t limit) const {
+    return byte_mask(both(both(above(a, limit), above(b, limit)), both(above(c, limit), above(d, limit)))) == 0xFFFF;
+  }
+  bool is_one_above(uint32_t limit) const {
+    return byte_mask(either(either(above(a, limit), above(b, limit)), either(above(c, limit), above(d, limit)))) != 0;
   }
 
   /// As bytes. REQUIRES: they are ASCII.
   Vector narrow() const { return _mm_packus_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d)); }
 
   void replace_others() {
-    for (Vector *v : {&a, &b, &c, &d}) {
-      const Vector ascii = equals<uint32_t>(both(*v, all32(0xFFFFFF80)), _mm_setzero_si128());
-      *v = choose(ascii, *v, all32('?'));
-    }
+    a = ascii_or_replacement(a), b = ascii_or_replacement(b), c = ascii_or_replacement(c), d = ascii_or_replacement(d);
+  }
+
+ private:
+  static Vector ascii_or_replacement(Vector v) {
+    const Vector ascii = below(v, 7);
+    return choose(ascii, v, all32('?'));
   }
 };
 

@@ -20,12 +20,10 @@ constexpr size_t kWindowBytes = 8192;
 #if defined(__SSE2__)
 
 using convert::all32;
+using convert::below;
 using convert::both;
 using convert::equals;
 using convert::Vector;
-
-/// -1 for each number below 2^bits.
-Vector below(Vector numbers, int bits) { return equals<uint32_t>(_mm_srli_epi32(numbers, bits), _mm_setzero_si128()); }
 
 uint32_t sum_of_lanes(Vector lanes) {
   uint32_t sums[4];
@@ -93,20 +91,21 @@ size_t sum(const typename Count::Unit *text) {
 size_t run_of_pairs([[maybe_unused]] const uint16_t *&utf16, [[maybe_unused]] const uint16_t *end) {
   size_t count = 0;
 #if defined(__SSE2__)
-  constexpr uint32_t kLastUnit = 0x8000;  // a mask has two bits a unit
-  Vector low_lanes = _mm_setzero_si128();
-  while (end - utf16 > 8) {
-    const Vector units = convert::load(utf16);
-    const Vector kinds = both(units, convert::all16(0xFC00));
+  const uint16_t *place = utf16;
+  uint32_t divided = 0;  // a pair's second unit is expected first: its two bits of a mask
+  Vector lows = _mm_setzero_si128();
+  for (; end - place >= 8; place += 8, count += 8) {
+    const Vector kinds = both(convert::load(place), convert::all16(0xFC00));
     const Vector low = equals<uint16_t>(kinds, convert::all16(0xDC00));
-    const uint32_t highs = convert::byte_mask(equals<uint16_t>(kinds, convert::all16(0xD800)));
-    if (convert::byte_mask(low) != (highs << 2 & 0xFFFF)) break;
-    // A high surrogate at the end takes the unit behind the vector.
-    utf16 += (highs & kLastUnit) != 0 ? 9 : 8;
-    count += 8;
-    low_lanes = _mm_add_epi32(low_lanes, _mm_madd_epi16(low, low));  // -1 times -1
+    const uint32_t high_mask = convert::byte_mask(equals<uint16_t>(kinds, convert::all16(0xD800)));
+    if (convert::byte_mask(low) != ((high_mask << 2 & 0xFFFF) | divided)) break;
+    divided = high_mask >> 14;
+    lows = _mm_add_epi32(lows, _mm_madd_epi16(low, low));  // -1 times -1
   }
-  count -= sum_of_lanes(low_lanes);
+  count -= sum_of_lanes(lows);
+  // The first unit of a pair has been counted for both.
+  if (divided != 0 && *place != 0) ++place;
+  utf16 = place;
 #endif
   return count;
 }

@@ -16,7 +16,9 @@ struct ToUtf16 {
   using From = KIV_UNICHAR;
   using To = uint16_t;
 
-  static void run(convert::Cursor<From, To> &at, const From *end) { convert::run_to_utf16(at, end); }
+  static convert::Cursor<From, To> run(convert::Cursor<From, To> at, const From *end) {
+    return convert::run_to_utf16(at, end);
+  }
 
   /// Takes the room to its end: the terminator will be put over what is in the last unit, also over the second half of
   /// a pair. The cursor stays before a pair of which only the first half would fit: the terminator replaces that
@@ -44,7 +46,9 @@ struct FromUtf16 {
   using From = uint16_t;
   using To = KIV_UNICHAR;
 
-  static void run(convert::Cursor<From, To> &at, const From *end) { convert::run_from_utf16(at, end); }
+  static convert::Cursor<From, To> run(convert::Cursor<From, To> at, const From *end) {
+    return convert::run_from_utf16(at, end);
+  }
 
   static bool step(convert::Cursor<From, To> &at) {
     const uint32_t unit = *at.source;
@@ -74,8 +78,7 @@ uint16_t rank(uint16_t unit) { return static_cast<uint16_t>(unit + kCodePointOrd
 
 int kiv_string_convert_utf32_to_utf16(const KIV_UNICHAR *string, uint16_t *utf16, uint32_t size) {
   if (size == 0) return 0;
-  convert::Cursor<KIV_UNICHAR, uint16_t> at{string, utf16, size};
-  convert::convert<ToUtf16>(at);
+  auto at = convert::convert<ToUtf16>({string, utf16, size});
   if (at.room == 0) --at.destination;
   *at.destination = 0;
   return at.room != 0;
@@ -89,8 +92,7 @@ uint16_t *kiv_string_convert_utf32_to_utf16_a(KIV_ALLOCATOR *allocator, const KI
 
 int kiv_string_convert_utf16_to_utf32(const uint16_t *utf16, KIV_UNICHAR *string, uint32_t size) {
   if (size == 0) return 0;
-  convert::Cursor<uint16_t, KIV_UNICHAR> at{utf16, string, size};
-  convert::convert<FromUtf16>(at);
+  auto at = convert::convert<FromUtf16>({utf16, string, size});
   *at.destination = 0;
   // With room left the text ended, at its terminator or at a surrogate alone: the latter, too, is a success.
   return *at.source == 0 || at.room >= 2;

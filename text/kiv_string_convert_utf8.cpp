@@ -14,7 +14,9 @@ struct ToUtf8 {
   using From = KIV_UNICHAR;
   using To = char;
 
-  static void run(convert::Cursor<From, To> &at, const From *end) { convert::run_to_utf8(at, end); }
+  static convert::Cursor<From, To> run(convert::Cursor<From, To> at, const From *end) {
+    return convert::run_to_utf8(at, end);
+  }
 
   static bool step(convert::Cursor<From, To> &at) {
     const uint32_t c = *at.source;
@@ -49,7 +51,9 @@ struct FromUtf8 {
   using From = char;
   using To = KIV_UNICHAR;
 
-  static void run(convert::Cursor<From, To> &at, const From *end) { convert::run_from_utf8(at, end); }
+  static convert::Cursor<From, To> run(convert::Cursor<From, To> at, const From *end) {
+    return convert::run_from_utf8(at, end);
+  }
 
   static bool step(convert::Cursor<From, To> &at) {
     if (*at.source == 0 || at.room < 2) return false;
@@ -80,8 +84,7 @@ struct FromUtf8 {
 }  // namespace
 
 int kiv_string_convert_utf32_to_utf8(const KIV_UNICHAR *string, char *utf8, uint32_t size) {
-  convert::Cursor<KIV_UNICHAR, char> at{string, utf8, size};
-  convert::convert<ToUtf8>(at);
+  auto at = convert::convert<ToUtf8>({string, utf8, size});
   // A replacement took the last byte; or there never was one.
   if (at.room == 0) return 0;
   *at.destination = 0;
@@ -96,8 +99,7 @@ char *kiv_string_convert_utf32_to_utf8_a(KIV_ALLOCATOR *allocator, const KIV_UNI
 
 int kiv_string_convert_utf8_to_utf32(const char *utf8, KIV_UNICHAR *string, uint32_t size) {
   if (size == 0) return 0;
-  convert::Cursor<char, KIV_UNICHAR> at{utf8, string, size};
-  convert::convert<FromUtf8>(at);
+  auto at = convert::convert<FromUtf8>({utf8, string, size});
   *at.destination = 0;
   return *at.source == 0;
 }
