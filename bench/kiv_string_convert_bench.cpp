@@ -16,6 +16,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <cwchar>
 #include <random>
 #include <string>
 #include <vector>
@@ -86,6 +87,14 @@ const std::vector<Text> &texts() {
 
 // --- Contestants: from source to destination, both with room for a terminator ----------------------------------------
 
+// The source is a terminated text: who wants a length has to find it.
+int32_t length(const Utf8 &text) { return static_cast<int32_t>(std::strlen(text.data()) + 1); }
+int32_t length(const Utf16 &text) { return u_strlen(reinterpret_cast<const UChar *>(text.data())) + 1; }
+int32_t length(const Utf32 &text) {
+  static_assert(sizeof(wchar_t) == sizeof(KIV_UNICHAR));
+  return static_cast<int32_t>(std::wcslen(reinterpret_cast<const wchar_t *>(text.data())) + 1);
+}
+
 struct Ours {
   static constexpr const char *kName = "ours";
   static void convert(const Utf8 &from, Utf32 &to) {
@@ -108,10 +117,10 @@ struct Icu {
   static void convert(const Utf8 &from, Utf32 &to) {
     const auto *bytes = reinterpret_cast<const uint8_t *>(from.data());
     KIV_UNICHAR *out = to.data();
-    const auto length = static_cast<int32_t>(from.size());
-    for (int32_t i = 0; i < length;) {
+    const int32_t count = length(from);
+    for (int32_t i = 0; i < count;) {
       UChar32 c;
-      U8_NEXT_OR_FFFD(bytes, i, length, c);
+      U8_NEXT_OR_FFFD(bytes, i, count, c);
       *out++ = static_cast<KIV_UNICHAR>(c);
     }
   }
@@ -120,18 +129,19 @@ struct Icu {
     int32_t i = 0;
     const auto capacity = static_cast<int32_t>(to.size());
     UBool error = 0;
-    for (const KIV_UNICHAR c : from) U8_APPEND(bytes, i, capacity, c, error);
+    const KIV_UNICHAR *end = from.data() + length(from);
+    for (const KIV_UNICHAR *c = from.data(); c != end; ++c) U8_APPEND(bytes, i, capacity, *c, error);
     require(!error, kName, "append");
   }
   static void convert(const Utf16 &from, Utf32 &to) {
     UErrorCode status = U_ZERO_ERROR;
     u_strToUTF32(reinterpret_cast<UChar32 *>(to.data()), static_cast<int32_t>(to.size()), nullptr,
-                 reinterpret_cast<const UChar *>(from.data()), static_cast<int32_t>(from.size()), &status);
+                 reinterpret_cast<const UChar *>(from.data()), length(from), &status);
   }
   static void convert(const Utf32 &from, Utf16 &to) {
     UErrorCode status = U_ZERO_ERROR;
     u_strFromUTF32(reinterpret_cast<UChar *>(to.data()), static_cast<int32_t>(to.size()), nullptr,
-                   reinterpret_cast<const UChar32 *>(from.data()), static_cast<int32_t>(from.size()), &status);
+                   reinterpret_cast<const UChar32 *>(from.data()), length(from), &status);
   }
 };
 
@@ -145,17 +155,17 @@ struct IcuFunctions {
   }
   static void convert(const Utf8 &from, Utf32 &to) {
     UErrorCode status = U_ZERO_ERROR;
-    int32_t length = 0;
-    u_strFromUTF8(pivot(), kTextBytes + 64, &length, from.data(), static_cast<int32_t>(from.size()), &status);
-    u_strToUTF32(reinterpret_cast<UChar32 *>(to.data()), static_cast<int32_t>(to.size()), nullptr, pivot(), length,
+    int32_t units = 0;
+    u_strFromUTF8(pivot(), kTextBytes + 64, &units, from.data(), length(from), &status);
+    u_strToUTF32(reinterpret_cast<UChar32 *>(to.data()), static_cast<int32_t>(to.size()), nullptr, pivot(), units,
                  &status);
   }
   static void convert(const Utf32 &from, Utf8 &to) {
     UErrorCode status = U_ZERO_ERROR;
-    int32_t length = 0;
-    u_strFromUTF32(pivot(), kTextBytes + 64, &length, reinterpret_cast<const UChar32 *>(from.data()),
-                   static_cast<int32_t>(from.size()), &status);
-    u_strToUTF8(to.data(), static_cast<int32_t>(to.size()), nullptr, pivot(), length, &status);
+    int32_t units = 0;
+    u_strFromUTF32(pivot(), kTextBytes + 64, &units, reinterpret_cast<const UChar32 *>(from.data()), length(from),
+                   &status);
+    u_strToUTF8(to.data(), static_cast<int32_t>(to.size()), nullptr, pivot(), units, &status);
   }
 };
 
@@ -171,7 +181,7 @@ struct Iconv {
     static const iconv_t descriptor = iconv_open(kEncoding<To>, kEncoding<From>);
     auto *in = const_cast<char *>(reinterpret_cast<const char *>(from.data()));
     auto *out = reinterpret_cast<char *>(to.data());
-    size_t in_left = from.size() * sizeof(From), out_left = to.size() * sizeof(To);
+    size_t in_left = static_cast<size_t>(length(from)) * sizeof(From), out_left = to.size() * sizeof(To);
     require(iconv(descriptor, &in, &in_left, &out, &out_left) == 0, kName, "iconv");
   }
 };
@@ -179,10 +189,10 @@ struct Iconv {
 struct Utf8Cpp {
   static constexpr const char *kName = "utf8cpp";
   static void convert(const Utf8 &from, Utf32 &to) {
-    utf8::unchecked::utf8to32(from.data(), from.data() + from.size(), to.data());
+    utf8::unchecked::utf8to32(from.data(), from.data() + length(from), to.data());
   }
   static void convert(const Utf32 &from, Utf8 &to) {
-    utf8::unchecked::utf32to8(from.data(), from.data() + from.size(), to.data());
+    utf8::unchecked::utf32to8(from.data(), from.data() + length(from), to.data());
   }
 };
 
@@ -245,7 +255,8 @@ void add_counts() {
     add_count("count_utf8", text, "ours", length,
               [&] { return kiv_string_nr_of_wide_chars_in_utf8_string(text.utf8.data()); });
     add_count("count_utf8", text, "utf8cpp", length, [&] {
-      return static_cast<size_t>(utf8::unchecked::distance(text.utf8.data(), text.utf8.data() + text.utf8.size() - 1));
+      return static_cast<size_t>(
+          utf8::unchecked::distance(text.utf8.data(), text.utf8.data() + std::strlen(text.utf8.data())));
     });
   }
   for (const Text &text : texts()) {
@@ -253,8 +264,7 @@ void add_counts() {
     add_count("count_utf16", text, "ours", length,
               [&] { return kiv_string_nr_of_wide_chars_in_utf16_string(text.utf16.data()); });
     add_count("count_utf16", text, "icu", length, [&] {
-      return static_cast<size_t>(u_countChar32(reinterpret_cast<const UChar *>(text.utf16.data()),
-                                               static_cast<int32_t>(text.utf16.size() - 1)));
+      return static_cast<size_t>(u_countChar32(reinterpret_cast<const UChar *>(text.utf16.data()), -1));
     });
   }
   for (const Text &text : texts()) {

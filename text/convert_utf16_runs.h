@@ -10,101 +10,120 @@ namespace kiv::convert {
 
 #if defined(__SSE2__)
 
-/// Which of eight units have these six high bits.
+/// All ones for each of eight units that has these six high bits.
 inline Vector begin_with(Vector units, uint16_t bits) {
   return equals<uint16_t>(both(units, all16(0xFC00)), all16(bits));
 }
 
-/// Four characters, each a unit in the low half of a word, or a pair.
-[[gnu::always_inline]] inline Vector decode_utf16(Vector words) {
-  const Vector pair = equals<uint32_t>(both(words, all32(0xFC00)), all32(0xD800));
+/// All ones for each of eight units that is a surrogate.
+inline Vector surrogates(Vector units) { return equals<uint16_t>(both(units, all16(0xF800)), all16(0xD800)); }
+
+/// The characters of pairs: the first unit in each word's low half, the second one in its high half.
+inline Vector decode_pairs(Vector words) {
   const Vector high = _mm_slli_epi32(both(words, all32(0x3FF)), 10);
   const Vector low = both(_mm_srli_epi32(words, 16), all32(0x3FF));
-  return choose(pair, _mm_add_epi32(_mm_add_epi32(high, low), all32(0x10000)), both(words, all32(0xFFFF)));
+  return _mm_add_epi32(either(high, low), all32(0x10000));
+}
+
+/// Writes the characters that begin at four units, each in a word with its successor: single units, pairs, and second
+/// units of pairs, whose place is given to the next one. Writes four in any case.
+[[gnu::always_inline]] inline size_t put_leads(Vector words, uint32_t kept, KIV_UNICHAR *destination) {
+  const Vector first_of_pair = equals<uint32_t>(both(words, all32(0xFC00)), all32(0xD800));
+  const Vector c = choose(first_of_pair, decode_pairs(words), both(words, all32(0xFFFF)));
+  KIV_UNICHAR *place = destination;
+  auto put = [&place](Vector v, uint32_t keep) {
+    *place = static_cast<KIV_UNICHAR>(_mm_cvtsi128_si32(v));
+    place += keep;
+  };
+  put(c, kept & 1);
+  put(_mm_srli_si128(c, 4), kept >> 2 & 1);
+  put(_mm_srli_si128(c, 8), kept >> 4 & 1);
+  put(_mm_srli_si128(c, 12), kept >> 6 & 1);
+  return static_cast<size_t>(place - destination);
 }
 
 [[gnu::always_inline]] inline Cursor<uint16_t, KIV_UNICHAR> run_from_utf16(Cursor<uint16_t, KIV_UNICHAR> at,
                                                                            const uint16_t *end) {
-  for (;;) {
-    Vector units;
-    for (;;) {
-      if (end - at.source < 8 || at.room <= 8) return at;
-      units = load(at.source);
-      const Vector surrogates = equals<uint16_t>(both(units, all16(0xF800)), all16(0xD800));
-      if (byte_mask(surrogates) != 0) break;
+  // Masks have two bits a unit. `divided`: those of a first unit that belongs to the pair before it.
+  uint32_t divided = 0;
+  while (end - at.source > 8 && at.room > 8) {
+    const Vector units = load(at.source);
+    size_t count;
+    if (byte_mask(surrogates(units)) == 0) {
       widen8(units, at.destination);
-      at.source += 8, at.destination += 8, at.room -= 8;
+      count = 8;
+    } else {
+      const uint32_t highs = byte_mask(begin_with(units, 0xD800)), lows = byte_mask(begin_with(units, 0xDC00));
+      const Vector next = load(at.source + 1);
+      // Every first unit has a second one behind it; every second one, but for a divided pair's, is one of those.
+      if (highs != byte_mask(begin_with(next, 0xDC00)) || (lows & 3) != divided) break;
+      if (highs == 0x3333) {
+        store(at.destination, decode_pairs(units));
+        count = 4;
+      } else {
+        count = put_leads(_mm_unpacklo_epi16(units, next), ~lows, at.destination);
+        count += put_leads(_mm_unpackhi_epi16(units, next), ~lows >> 8, at.destination + count);
+      }
+      divided = highs >> 14;
     }
-    const Vector pairs = equals<uint32_t>(both(units, all32(0xFC00FC00)), all32(0xDC00D800));
-    if (byte_mask(pairs) == 0xFFFF) {
-      store(at.destination, decode_utf16(units));
-      at.source += 8, at.destination += 4, at.room -= 4;
-      continue;
-    }
-    constexpr uint32_t kBlock = 16;
-    if (end - at.source < static_cast<ptrdiff_t>(kBlock) + 1 || at.room <= kBlock) return at;
-    const Vector more = load(at.source + 8);
-    const Mask high = byte_mask(_mm_packs_epi16(begin_with(units, 0xD800), begin_with(more, 0xD800)));
-    const Mask low = byte_mask(_mm_packs_epi16(begin_with(units, 0xDC00), begin_with(more, 0xDC00)));
-    if (low != (high << 1 & 0xFFFF)) return at;
-    // A pair that the block's end divides is left to the next block.
-    const Mask divided = high >> (kBlock - 1);
-    const Mask leads = (~low & 0xFFFF) ^ divided << (kBlock - 1);
-    const size_t count = decode_leads(at.source, leads, at.destination, decode_utf16);
-    at.source += kBlock - divided, at.destination += count, at.room -= count;
+    at.source += 8, at.destination += count, at.room -= count;
   }
+  // Its character has been written.
+  if (divided != 0) ++at.source;
+  return at;
+}
+
+/// Four code points' distances from 0x10000 as pairs, the first unit in each word's low half.
+inline Vector encode_pairs(Vector distances) {
+  const Vector low = _mm_slli_epi32(both(distances, all32(0x3FF)), 16);
+  return either(either(_mm_srli_epi32(distances, 10), low), all32(0xDC00D800));
 }
 
 /// Writes four code points and gives the number of their units. Up to two units behind them are overwritten.
-[[gnu::always_inline]] inline size_t encode_four_utf16(Vector c, uint16_t *destination) {
-  const Vector above = _mm_sub_epi32(c, all32(0x10000));
-  const Vector supplementary = equals<uint32_t>(_mm_srli_epi32(above, 20), _mm_setzero_si128());
-  const Vector high = _mm_srli_epi32(above, 10);
-  const Vector low = _mm_slli_epi32(both(c, all32(0x3FF)), 16);
-  const Vector pair = either(either(high, low), all32(0xDC00D800));
-  const uint32_t mask = byte_mask(supplementary);
-  if (mask == 0xFFFF) {
-    store(destination, pair);
-    return 8;
-  }
+[[gnu::always_inline]] inline size_t put_any_utf16(Vector c, Vector distances, uint16_t *destination) {
+  const Vector supplementary = below(distances, 20);
   // Neither one nor the other: surrogate values, and what lies behind the last code point.
-  const Vector bmp = equals<uint32_t>(_mm_srli_epi32(c, 16), _mm_setzero_si128());
   const Vector surrogate = equals<uint32_t>(_mm_srli_epi32(c, 11), all32(0xD800 >> 11));
-  const Vector one = choose(_mm_andnot_si128(surrogate, bmp), c, all32(kReplacement));
-  const Vector words = choose(supplementary, pair, one);
+  const Vector single = choose(_mm_andnot_si128(surrogate, below(c, 16)), c, all32(kReplacement));
+  const Vector words = choose(supplementary, encode_pairs(distances), single);
   // Two at a time: the second one moves down to where the first one ends.
   const Vector first = _mm_shuffle_epi32(supplementary, 0xA0);
   const Vector even = _mm_set_epi32(0, -1, 0, -1);
   const Vector odd = _mm_andnot_si128(even, words);
   const Vector pairs = either(both(words, even), choose(first, odd, _mm_srli_epi64(odd, 16)));
+  const uint32_t mask = byte_mask(supplementary);
+  const size_t half = 2 + (mask & 1) + (mask >> 4 & 1);
   _mm_storel_epi64(reinterpret_cast<Vector *>(destination), pairs);
-  const size_t units = 2 + (mask & 1) + (mask >> 4 & 1);
-  _mm_storel_epi64(reinterpret_cast<Vector *>(destination + units), _mm_unpackhi_epi64(pairs, pairs));
-  return units + 2 + (mask >> 8 & 1) + (mask >> 12 & 1);
+  _mm_storel_epi64(reinterpret_cast<Vector *>(destination + half), _mm_unpackhi_epi64(pairs, pairs));
+  return half + 2 + (mask >> 8 & 1) + (mask >> 12 & 1);
 }
 
 [[gnu::always_inline]] inline Cursor<KIV_UNICHAR, uint16_t> run_to_utf16(Cursor<KIV_UNICHAR, uint16_t> at,
                                                                          const KIV_UNICHAR *end) {
-  const Vector zero = _mm_setzero_si128();
-  for (;;) {
-    while (end - at.source >= 8 && at.room > 8) {
-      const Vector a = load(at.source), b = load(at.source + 4);
-      const Vector surrogates = either(equals<uint32_t>(_mm_srli_epi32(a, 11), all32(0xD800 >> 11)),
-                                       equals<uint32_t>(_mm_srli_epi32(b, 11), all32(0xD800 >> 11)));
-      const Vector bmp = equals<uint32_t>(_mm_srli_epi32(either(a, b), 16), zero);
-      if (byte_mask(_mm_andnot_si128(surrogates, bmp)) != 0xFFFF) break;
-      // Packing keeps numbers that are 16 bits with a sign: so they are made.
-      store(at.destination, _mm_packs_epi32(_mm_srai_epi32(_mm_slli_epi32(a, 16), 16),  //
-                                            _mm_srai_epi32(_mm_slli_epi32(b, 16), 16)));
+  while (end - at.source >= 8 && at.room > 8) {
+    const Vector a = load(at.source), b = load(at.source + 4);
+    // Packing keeps numbers that are 16 bits with a sign: so they are made.
+    const Vector packed = _mm_packs_epi32(_mm_srai_epi32(_mm_slli_epi32(a, 16), 16),  //
+                                          _mm_srai_epi32(_mm_slli_epi32(b, 16), 16));
+    if (byte_mask(below(either(a, b), 16)) == 0xFFFF && byte_mask(surrogates(packed)) == 0) {
+      store(at.destination, packed);
       at.source += 8, at.destination += 8, at.room -= 8;
+      continue;
     }
     // Behind eight code points others follow that will overwrite the two units that may be written too far.
-    if (end - at.source < 8 + 2 || at.room <= 16 + 2 + 2) return at;
-    for (int i = 0; i < 2; ++i) {
-      const size_t count = encode_four_utf16(load(at.source), at.destination);
-      at.source += 4, at.destination += count, at.room -= count;
+    if (end - at.source < 8 + 2 || at.room <= 16 + 2 + 2) break;
+    const Vector distances_a = _mm_sub_epi32(a, all32(0x10000)), distances_b = _mm_sub_epi32(b, all32(0x10000));
+    size_t count = 16;
+    if (byte_mask(below(either(distances_a, distances_b), 20)) == 0xFFFF) {
+      store(at.destination, encode_pairs(distances_a));
+      store(at.destination + 8, encode_pairs(distances_b));
+    } else {
+      count = put_any_utf16(a, distances_a, at.destination);
+      count += put_any_utf16(b, distances_b, at.destination + count);
     }
+    at.source += 8, at.destination += count, at.room -= count;
   }
+  return at;
 }
 
 #else

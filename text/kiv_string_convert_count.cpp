@@ -4,7 +4,7 @@
 
 #include "kiv_string_convert.h"
 #include "text/convert_count.h"
-#include "text/convert_vector.h"
+#include "text/convert_widen.h"
 
 namespace convert = kiv::convert;
 
@@ -48,6 +48,7 @@ struct CharsInUtf8 {
 
 struct Utf8Bytes {
   using Unit = KIV_UNICHAR;
+  static constexpr int kOneBits = 7;  // numbers of so many bits count 1
   static size_t value(KIV_UNICHAR c) { return size_t{1} + (c >= 0x80) + (c >= 0x800) + (c >= 0x10000); }
 #if defined(__SSE2__)
   static Vector values(Vector c) {
@@ -58,6 +59,7 @@ struct Utf8Bytes {
 
 struct Utf16Words {
   using Unit = KIV_UNICHAR;
+  static constexpr int kOneBits = 15;
   static size_t value(KIV_UNICHAR c) { return size_t{1} + (c >= 0x10000 || (c & 0xF800) == 0xD800); }
 #if defined(__SSE2__)
   static Vector values(Vector c) {
@@ -77,6 +79,17 @@ size_t sum(const typename Count::Unit *text) {
 #if defined(__SSE2__)
     constexpr size_t kUnits = sizeof(Vector) / sizeof *text;
     Vector lanes = _mm_setzero_si128();
+    if constexpr (sizeof *text == 4) {
+      for (; ahead - i >= 16; i += 16) {
+        const convert::Vectors units(text + i);
+        if (convert::byte_mask(below(units.any_bits(), Count::kOneBits)) == 0xFFFF) {
+          total += 16;
+          continue;
+        }
+        lanes = _mm_add_epi32(lanes, _mm_add_epi32(_mm_add_epi32(Count::values(units.a), Count::values(units.b)),
+                                                   _mm_add_epi32(Count::values(units.c), Count::values(units.d))));
+      }
+    }
     for (; ahead - i >= kUnits; i += kUnits) lanes = _mm_add_epi32(lanes, Count::values(convert::load(text + i)));
     total += sum_of_lanes(lanes);
 #endif
