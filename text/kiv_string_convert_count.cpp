@@ -82,7 +82,7 @@ size_t sum(const typename Count::Unit *text) {
     if constexpr (sizeof *text == 4) {
       for (; ahead - i >= 16; i += 16) {
         const convert::Vectors units(text + i);
-        if (convert::byte_mask(below(units.any_bits(), Count::kOneBits)) == 0xFFFF) {
+        if (convert::are_all(below(units.any_bits(), Count::kOneBits))) {
           total += 16;
           continue;
         }
