@@ -34,7 +34,7 @@ constexpr size_t kWindowBytes = 8192;
 /// nobody has looked for: it is searched for a window ahead of the runs. (Cursors go by value: the compiler then knows
 /// that no destination overlaps them.)
 template <class Codec>
-auto convert(Cursor<typename Codec::From, typename Codec::To> at) {
+[[gnu::always_inline]] inline auto convert(Cursor<typename Codec::From, typename Codec::To> at) {
   constexpr size_t kWindow = kWindowBytes / sizeof(typename Codec::From);
   constexpr ptrdiff_t kTooShortForRuns = 128;
   constexpr int kStepsBetweenRuns = 16;

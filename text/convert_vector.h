@@ -69,7 +69,7 @@ inline Vector above(Vector numbers, uint32_t limit) { return _mm_cmpgt_epi32(num
 /// Reads aligned blocks whole, also where the text begins or ends within one: a block never spans two pages, so that
 /// what can be read of it can be read all. The address sanitizer does not know that.
 template <class Unit>
-__attribute__((no_sanitize("address"), noinline)) size_t units_before_terminator(const Unit *text, size_t limit) {
+__attribute__((no_sanitize("address"))) size_t units_before_terminator(const Unit *text, size_t limit) {
   constexpr size_t kUnits = sizeof(Vector) / sizeof(Unit);
   const Vector zero = _mm_setzero_si128();
   const size_t before = reinterpret_cast<uintptr_t>(text) % sizeof(Vector);

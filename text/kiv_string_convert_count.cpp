@@ -26,9 +26,9 @@ using convert::equals;
 using convert::Vector;
 
 uint32_t sum_of_lanes(Vector lanes) {
-  uint32_t sums[4];
-  convert::store(sums, lanes);
-  return sums[0] + sums[1] + sums[2] + sums[3];
+  lanes = _mm_add_epi32(lanes, _mm_srli_si128(lanes, 8));
+  lanes = _mm_add_epi32(lanes, _mm_srli_si128(lanes, 4));
+  return static_cast<uint32_t>(_mm_cvtsi128_si32(lanes));
 }
 
 #endif
