@@ -3,9 +3,9 @@
 // A codec converts from units From to units To in two ways:
 //   step(at)      one character by the rules, whatever it is and however little room is left; false at the end of the
 //                 text or of the room, with the cursor before what was not converted.
-//   run(at, end)  as much as vectors can do while there is source before `end` and room enough, and gives the cursor
-//   then;
-//                 stops anywhere, without any trace behind the destination that later steps would not overwrite.
+//   run(at, end)  as much as vectors can do while there is source before `end` and room enough; gives the cursor where
+//   it
+//                 stopped, anywhere, with no trace behind the destination that later steps would not overwrite.
 // So the rules stand in step() alone, and run() may leave to it whatever it finds inconvenient.
 #ifndef KIV_TEXT_CONVERT_ENGINE_H
 #define KIV_TEXT_CONVERT_ENGINE_H
@@ -27,14 +27,14 @@ struct Cursor {
   size_t room;  // units from the destination's cursor on, the terminator's included
 };
 
-/// How much of a text is looked at in one go: small enough that it is in the nearest cache when it is converted.
+/// How much of a text is looked at in one go: little enough to be in the nearest cache still when it is converted.
 constexpr size_t kWindowBytes = 8192;
 
 /// Converts up to the end of the text or of the room. The source is known to be readable up to its terminator, which
 /// nobody has looked for: it is searched for a window ahead of the runs. (Cursors go by value: the compiler then knows
 /// that no destination overlaps them.)
 template <class Codec>
-auto convert(Cursor<typename Codec::From, typename Codec::To> at) {
+[[gnu::always_inline]] inline auto convert(Cursor<typename Codec::From, typename Codec::To> at) {
   constexpr size_t kWindow = kWindowBytes / sizeof(typename Codec::From);
   constexpr ptrdiff_t kTooShortForRuns = 128;
   constexpr int kStepsBetweenRuns = 16;

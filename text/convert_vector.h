@@ -18,12 +18,30 @@ using Vector = __m128i;
 
 inline Vector load(const void *place) { return _mm_loadu_si128(static_cast<const Vector *>(place)); }
 inline void store(void *place, Vector v) { _mm_storeu_si128(static_cast<Vector *>(place), v); }
+
+inline Vector word_at(const void *place) {
+  int word;
+  std::memcpy(&word, place, sizeof word);
+  return _mm_cvtsi32_si128(word);
+}
+
+/// The lowest four (eight) bytes.
+inline void store4(void *place, Vector v) {
+  const int word = _mm_cvtsi128_si32(v);
+  std::memcpy(place, &word, sizeof word);
+}
+inline void store8(void *place, Vector v) { _mm_storel_epi64(static_cast<Vector *>(place), v); }
+
 inline uint32_t byte_mask(Vector v) { return static_cast<uint32_t>(_mm_movemask_epi8(v)); }
 inline Vector all32(uint32_t value) { return _mm_set1_epi32(static_cast<int>(value)); }
 inline Vector all16(uint16_t value) { return _mm_set1_epi16(static_cast<short>(value)); }
 inline Vector all8(uint8_t value) { return _mm_set1_epi8(static_cast<char>(value)); }
 inline Vector both(Vector a, Vector b) { return _mm_and_si128(a, b); }
 inline Vector either(Vector a, Vector b) { return _mm_or_si128(a, b); }
+
+// Of masks.
+inline bool are_all(Vector masks) { return byte_mask(masks) == 0xFFFF; }
+inline bool are_none(Vector masks) { return byte_mask(masks) == 0; }
 
 /// Where the mask is set, yes, else no.
 inline Vector choose(Vector mask, Vector yes, Vector no) {
@@ -51,7 +69,7 @@ inline Vector above(Vector numbers, uint32_t limit) { return _mm_cmpgt_epi32(num
 /// Reads aligned blocks whole, also where the text begins or ends within one: a block never spans two pages, so that
 /// what can be read of it can be read all. The address sanitizer does not know that.
 template <class Unit>
-__attribute__((no_sanitize("address"), noinline)) size_t units_before_terminator(const Unit *text, size_t limit) {
+__attribute__((no_sanitize("address"))) size_t units_before_terminator(const Unit *text, size_t limit) {
   constexpr size_t kUnits = sizeof(Vector) / sizeof(Unit);
   const Vector zero = _mm_setzero_si128();
   const size_t before = reinterpret_cast<uintptr_t>(text) % sizeof(Vector);

@@ -37,14 +37,14 @@ struct Vectors {
   /// The bits that some of them have, in four sets.
   Vector any_bits() const { return either(either(a, b), either(c, d)); }
 
-  bool are_ascii() const { return byte_mask(below(any_bits(), 7)) == 0xFFFF; }
+  bool are_ascii() const { return are_all(below(any_bits(), 7)); }
 
   // As signed numbers.
   bool are_above(uint32_t limit) const {
-    return byte_mask(both(both(above(a, limit), above(b, limit)), both(above(c, limit), above(d, limit)))) == 0xFFFF;
+    return are_all(both(both(above(a, limit), above(b, limit)), both(above(c, limit), above(d, limit))));
   }
   bool is_one_above(uint32_t limit) const {
-    return byte_mask(either(either(above(a, limit), above(b, limit)), either(above(c, limit), above(d, limit)))) != 0;
+    return !are_none(either(either(above(a, limit), above(b, limit)), either(above(c, limit), above(d, limit))));
   }
 
   /// As bytes. REQUIRES: they are ASCII.

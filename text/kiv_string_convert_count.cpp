@@ -26,9 +26,9 @@ using convert::equals;
 using convert::Vector;
 
 uint32_t sum_of_lanes(Vector lanes) {
-  uint32_t sums[4];
-  convert::store(sums, lanes);
-  return sums[0] + sums[1] + sums[2] + sums[3];
+  lanes = _mm_add_epi32(lanes, _mm_srli_si128(lanes, 8));
+  lanes = _mm_add_epi32(lanes, _mm_srli_si128(lanes, 4));
+  return static_cast<uint32_t>(_mm_cvtsi128_si32(lanes));
 }
 
 #endif
@@ -82,7 +82,7 @@ size_t sum(const typename Count::Unit *text) {
     if constexpr (sizeof *text == 4) {
       for (; ahead - i >= 16; i += 16) {
         const convert::Vectors units(text + i);
-        if (convert::byte_mask(below(units.any_bits(), Count::kOneBits)) == 0xFFFF) {
+        if (convert::are_all(below(units.any_bits(), Count::kOneBits))) {
           total += 16;
           continue;
         }

@@ -3,7 +3,7 @@
 #include "kiv_string_convert.h"
 #include "os/platform.h"
 #include "text/convert_count.h"
-#include "text/convert_utf16_runs.h"
+#include "text/convert_utf16.h"
 
 namespace convert = kiv::convert;
 namespace os = kiv::os;

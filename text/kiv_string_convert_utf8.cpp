@@ -2,7 +2,8 @@
 
 #include "kiv_string_convert.h"
 #include "text/convert_count.h"
-#include "text/convert_utf8_runs.h"
+#include "text/convert_from_utf8.h"
+#include "text/convert_to_utf8.h"
 
 namespace convert = kiv::convert;
 

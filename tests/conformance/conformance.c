@@ -53,6 +53,20 @@ static void allocators_and_trees(void) {
   CHECK(kiv_allocator_default_delete(&standard) == 1);
 }
 
+static void conversions(void) {
+  const KIV_UNICHAR string[] = {0x20AC, 0x1F600, 'a', 0};
+  KIV_UNICHAR back[4];
+  uint16_t utf16[5];
+  char utf8[9];
+  CHECK(kiv_string_convert_utf32_to_utf8(string, utf8, 9) == 1);
+  CHECK(strcmp(utf8,
+               "\xE2\x82\xAC\xF0\x9F\x98\x80"
+               "a") == 0);
+  CHECK(kiv_string_convert_utf8_to_utf32(utf8, back, 4) == 1 && memcmp(back, string, sizeof string) == 0);
+  CHECK(kiv_string_convert_utf32_to_utf16(string, utf16, 5) == 1 && utf16[1] == 0xD83D && utf16[4] == 0);
+  CHECK(kiv_string_nr_of_wide_chars_in_utf16_string(utf16) == 3);
+}
+
 static int32_t add_one(void *record) {
   KIV_MANAGED_THREAD *thread = (KIV_MANAGED_THREAD *)record;
   return kiv_thread_finish(thread, (int32_t)(thread->thread_id == kiv_thread_get_current_thread_id()));
@@ -121,6 +135,7 @@ static void fixed_entry_points(void) {
 
 int main(void) {
   allocators_and_trees();
+  conversions();
   threads();
   string_arrays_and_sets();
   fixed_entry_points();

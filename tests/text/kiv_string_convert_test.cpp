@@ -411,8 +411,17 @@ TEST(Convert, OneOddCharacterAnywhere) {
       std::vector<uint16_t> utf16;
       for (size_t place = 0; place < kLength; ++place) {
         text[place] = odd;
-        for (uint32_t size : {4 * kLength + 1, 2 * kLength, kLength + 1}) {
-          for_each_from(text.data(), [size](const auto &pair, auto *source) { compare(pair, source, size); });
+        compare(kTo8, text.data(), 4 * kLength + 1);
+        compare(kTo16, text.data(), 2 * kLength + 1);
+        compare(kToChar, text.data(), kLength + 1);
+        compare(kToCharChecked, text.data(), kLength + 1);
+        // The room ends shortly behind the odd one.
+        const KIV_UNICHAR next = std::exchange(text[place + 1], 0);
+        const uint32_t bytes = naive::utf8_bytes_of(text.data()), words = naive::utf16_words_of(text.data());
+        text[place + 1] = next;
+        for (uint32_t more = 0; more < 8; ++more) {
+          compare(kTo8, text.data(), bytes + more);
+          compare(kTo16, text.data(), words + more);
         }
         naive::utf32_to_utf8(text.data(), UINT32_MAX, utf8);
         naive::utf32_to_utf16(text.data(), UINT32_MAX, utf16);

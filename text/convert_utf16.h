@@ -1,9 +1,8 @@
 // Runs of the conversions from and to UTF-16 in vectors; see convert_engine.h for what a run is.
-#ifndef KIV_TEXT_CONVERT_UTF16_RUNS_H
-#define KIV_TEXT_CONVERT_UTF16_RUNS_H
+#ifndef KIV_TEXT_CONVERT_UTF16_H
+#define KIV_TEXT_CONVERT_UTF16_H
 
 #include "text/convert_engine.h"
-#include "text/convert_gather.h"
 #include "text/convert_widen.h"
 
 namespace kiv::convert {
@@ -32,7 +31,7 @@ inline Vector decode_pairs(Vector words) {
   const Vector c = choose(first_of_pair, decode_pairs(words), both(words, all32(0xFFFF)));
   KIV_UNICHAR *place = destination;
   auto put = [&place](Vector v, uint32_t keep) {
-    *place = static_cast<KIV_UNICHAR>(_mm_cvtsi128_si32(v));
+    store4(place, v);
     place += keep;
   };
   put(c, kept & 1);
@@ -46,15 +45,15 @@ inline Vector decode_pairs(Vector words) {
                                                                            const uint16_t *end) {
   // Masks have two bits a unit. `divided`: those of a first unit that belongs to the pair before it.
   uint32_t divided = 0;
-  while (end - at.source > 8 && at.room > 8) {
+  while (end - at.source >= 8 && at.room > 8) {
     const Vector units = load(at.source);
     size_t count;
-    if (byte_mask(surrogates(units)) == 0) {
+    if (are_none(surrogates(units))) {
       widen8(units, at.destination);
       count = 8;
     } else {
       const uint32_t highs = byte_mask(begin_with(units, 0xD800)), lows = byte_mask(begin_with(units, 0xDC00));
-      const Vector next = load(at.source + 1);
+      const Vector next = load(at.source + 1);  // the last one may be the terminator
       // Every first unit has a second one behind it; every second one, but for a divided pair's, is one of those.
       if (highs != byte_mask(begin_with(next, 0xDC00)) || (lows & 3) != divided) break;
       if (highs == 0x3333) {
@@ -93,8 +92,8 @@ inline Vector encode_pairs(Vector distances) {
   const Vector pairs = either(both(words, even), choose(first, odd, _mm_srli_epi64(odd, 16)));
   const uint32_t mask = byte_mask(supplementary);
   const size_t half = 2 + (mask & 1) + (mask >> 4 & 1);
-  _mm_storel_epi64(reinterpret_cast<Vector *>(destination), pairs);
-  _mm_storel_epi64(reinterpret_cast<Vector *>(destination + half), _mm_unpackhi_epi64(pairs, pairs));
+  store8(destination, pairs);
+  store8(destination + half, _mm_unpackhi_epi64(pairs, pairs));
   return half + 2 + (mask >> 8 & 1) + (mask >> 12 & 1);
 }
 
@@ -105,16 +104,17 @@ inline Vector encode_pairs(Vector distances) {
     // Packing keeps numbers that are 16 bits with a sign: so they are made.
     const Vector packed = _mm_packs_epi32(_mm_srai_epi32(_mm_slli_epi32(a, 16), 16),  //
                                           _mm_srai_epi32(_mm_slli_epi32(b, 16), 16));
-    if (byte_mask(below(either(a, b), 16)) == 0xFFFF && byte_mask(surrogates(packed)) == 0) {
+    if (are_all(below(either(a, b), 16)) && are_none(surrogates(packed))) {
       store(at.destination, packed);
       at.source += 8, at.destination += 8, at.room -= 8;
       continue;
     }
-    // Behind eight code points others follow that will overwrite the two units that may be written too far.
-    if (end - at.source < 8 + 2 || at.room <= 16 + 2 + 2) break;
+    // Two code points more will overwrite the two units that may be written too far; and if there is no room for them,
+    // the terminator goes into the last unit that there is.
+    if (end - at.source < 8 + 2 || at.room <= 16) break;
     const Vector distances_a = _mm_sub_epi32(a, all32(0x10000)), distances_b = _mm_sub_epi32(b, all32(0x10000));
     size_t count = 16;
-    if (byte_mask(below(either(distances_a, distances_b), 20)) == 0xFFFF) {
+    if (are_all(below(either(distances_a, distances_b), 20))) {
       store(at.destination, encode_pairs(distances_a));
       store(at.destination + 8, encode_pairs(distances_b));
     } else {
