@@ -5,6 +5,7 @@
 # target's address; nothing is imported from a C++ or compiler runtime.
 cmake_minimum_required(VERSION 3.25)
 include(${CMAKE_CURRENT_LIST_DIR}/exports.cmake)
+set(ENV{LC_ALL} C)  # objdump and nm translate what they print
 kiv_read_exports(${MANIFEST} ${POINTER_SIZE})
 set(problems)
 

@@ -45,29 +45,22 @@ decltype(auto) with_order(const Tree *tree, Body body) {
 
 // --- Balance ---------------------------------------------------------------------------------------------------------
 
-inline void rotate_right(const Tree *tree, Node **link) {
+/// Puts the child on the heavy side in its parent's place, and the parent below it on the other side.
+template <Node *Node::*kHeavy, Node *Node::*kOther>
+void rotate(const Tree *tree, Node **link) {
   Node *down = *link;
-  Node *up = down->left;
-  down->left = up->right;
+  Node *up = down->*kHeavy;
+  down->*kHeavy = up->*kOther;
   update_height(down);
-  up->right = down;
+  up->*kOther = down;
   update_height(up);
   *link = up;
   report_linkage(tree, down);
   report_linkage(tree, up);
 }
 
-inline void rotate_left(const Tree *tree, Node **link) {
-  Node *down = *link;
-  Node *up = down->right;
-  down->right = up->left;
-  update_height(down);
-  up->left = down;
-  update_height(up);
-  *link = up;
-  report_linkage(tree, down);
-  report_linkage(tree, up);
-}
+inline void rotate_right(const Tree *tree, Node **link) { rotate<&Node::left, &Node::right>(tree, link); }
+inline void rotate_left(const Tree *tree, Node **link) { rotate<&Node::right, &Node::left>(tree, link); }
 
 /// Repairs height and balance of the node behind a link, one of whose subtrees has grown or shrunk by one level. Only
 /// a deletion meets children of equal height below a heavy side, and rotates once.

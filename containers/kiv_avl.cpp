@@ -110,6 +110,8 @@ int kiv_avl_destroy_tree(KIV_AVL_TREE *tree) {
   if (tree == nullptr) return 0;
   if (!avl::nodes_end_with_record(tree)) kiv_avl_empty_tree(tree);
   avl::destroy_spare_nodes(tree);
+  tree->root = nullptr;
+  tree->free_nodes = nullptr;
   const KIV_AVL_TREE last = *tree;
   const auto finish = [&last] {
     if (last.allocator_finish != nullptr) last.allocator_finish(last.allocator_context);

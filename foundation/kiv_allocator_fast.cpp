@@ -66,13 +66,14 @@ inline void *carve_here(KIV_ALLOCATOR *allocator, uint32_t rounded, uint32_t nee
 
 /// Kept apart, so that the way of nearly all blocks needs no stack frame.
 [[gnu::noinline]] void *carve_in_new_chunk(KIV_ALLOCATOR *allocator, uint32_t rounded, uint32_t need, bool nofail) {
+  if (need == 0) return nullptr;  // a size just below 2^32 that has wrapped
   return open_chunk(allocator, need, nofail) ? carve_here(allocator, rounded, need) : nullptr;
 }
 
 [[gnu::always_inline]] inline void *carve(KIV_ALLOCATOR *allocator, uint32_t size, bool nofail) {
   const uint32_t rounded = round_up_to_8(size);
   const uint32_t need = rounded + static_cast<uint32_t>(sizeof(BlockHeader));
-  if (allocator->state.fast.remaining < need) [[unlikely]]
+  if (allocator->state.fast.remaining <= need - 1) [[unlikely]]  // also when need is 0
     return carve_in_new_chunk(allocator, rounded, need, nofail);
   return carve_here(allocator, rounded, need);
 }
@@ -91,7 +92,7 @@ void *resize(KIV_ALLOCATOR *allocator, void *block, uint32_t size, bool nofail) 
     return block;
   }
   void *larger = carve(allocator, size, nofail);
-  if (larger != nullptr) std::memcpy(larger, block, old_size);
+  if (larger != nullptr) std::memcpy(larger, block, std::min(old_size, header_of(larger)->size));
   return larger;
 }
 

@@ -31,15 +31,13 @@ kiv::LockedScope hold(KIV_ALLOCATOR *allocator) {
   return {&allocator->state.wrap.mutex, allocator->state.wrap.locked != 0};
 }
 
-/// Resizes a registered block. Its cell moves in the tree when the block has moved; a node for that is laid by first
-/// (inserting a value that is present does it), so that a block which the parent has moved is never lost.
+/// Resizes a registered block. When it has moved its cell moves in the tree, which cannot fail: the node that the
+/// detached cell leaves behind takes it again.
 void *resize(KIV_ALLOCATOR *allocator, Cell *cell, uint32_t size, bool nofail) {
   KIV_ALLOCATOR *parent = allocator->state.wrap.parent;
   KIV_AVL_TREE *blocks = allocator->state.wrap.blocks;
-  void *const old_block = *cell;
-  if (kiv_avl_insert(blocks, cell) != 0) return nullptr;
-  void *block = (nofail ? parent->realloc_nofail : parent->realloc)(parent, old_block, size);
-  if (block == old_block && block != nullptr) return block;
+  void *block = (nofail ? parent->realloc_nofail : parent->realloc)(parent, *cell, size);
+  if (block == *cell) return block;
   if (block != nullptr) {
     (void)kiv_avl_detach(blocks, cell);
     *cell = block;

@@ -5,9 +5,10 @@
  * one call releases all of them. The fast kind carves blocks out of chunks and releases only all together.
  *
  * Conventions: sizes are unsigned 32-bit numbers and their arithmetic wraps silently (an alloc of 0xFFFFFFFF bytes from
- * the fast kind gives a block of no bytes). A failed operation gives null and leaves the old block as it was. The
- * nofail operations never give null while the C runtime has memory or gets some in time: those of the default kind try
- * twelve times, a second apart, and then end in kiv_crash(); those of the other kinds rely on their parent's.
+ * the fast kind gives a block of no bytes, one of a few bytes less null). A failed operation gives null and leaves the
+ * old block as it was. The nofail operations never give null for a size above 0 while the C runtime has memory or gets
+ * some in time: those of the default kind try twelve times, a second apart, and then end in kiv_crash(); those of the
+ * other kinds rely on their parent's.
  *
  * Ownership: a record whose storage the caller provides is never freed by the library. A parent outlives its children.
  *
@@ -94,7 +95,7 @@ KIV_API int kiv_allocator_default_delete(KIV_ALLOCATOR *allocator);
  * A block costs one further pointer-sized block of the parent and one node of an AVL tree on the C runtime's heap.
  * Size 0: alloc gives null. realloc of a block to 0 does what the parent does: null when the parent releases the block.
  * realloc of a block that this record did not hand out gives a new block and does not touch the old one; free ignores
- * one. When the registry's memory runs out, an operation gives null, also a nofail one. */
+ * one. When the registry's memory runs out, there is no new block, also from a nofail operation. */
 KIV_API KIV_ALLOCATOR *kiv_allocator_wrap_new(KIV_ALLOCATOR *storage, KIV_ALLOCATOR *parent, uint32_t locked);
 
 /** Frees all blocks, lowest address first, in time linear in their number. The allocator stays usable. */
@@ -140,9 +141,9 @@ KIV_API int kiv_calloc8(KIV_ALLOCATOR *allocator, uint32_t size1, uint32_t size2
 /* --- Helpers ----------------------------------------------------------------------------------------------------- */
 
 /** Resizes *block, whose capacity is its size rounded up to a multiple of 2^chunk_shift bytes (the shift counts modulo
- * 32), touching the allocator only when the capacity changes. A new size of 0 frees the block and stores null. With
- * zero_new_bytes the bytes from old_size to new_size are zero. 0; 1 when growing failed, *block is then unchanged; a
- * failed shrink keeps the block and is success. */
+ * 32), touching the allocator only when the capacity changes. A new size of 0 frees a block of any size above 0 and
+ * stores null. With zero_new_bytes the bytes from old_size to new_size are zero. 0; 1 when growing failed, *block is
+ * then unchanged; a failed shrink keeps the block and is success. */
 KIV_API int kiv_alloc_realloc_chunkwise(KIV_ALLOCATOR *allocator, uint32_t chunk_shift, void **block, uint32_t old_size,
                                         uint32_t new_size, uint32_t zero_new_bytes);
 
@@ -150,7 +151,7 @@ KIV_API int kiv_alloc_realloc_chunkwise(KIV_ALLOCATOR *allocator, uint32_t chunk
 KIV_API char *kiv_strdup(KIV_ALLOCATOR *allocator, const char *text);
 
 /** Appends more to text, which is owned by the allocator or null, and gives the perhaps moved result. A null more gives
- * text as it is, also null. Null on failure: text is then still valid. */
+ * text as it is, also null. Null on failure: text is then still valid. REQUIRES: more is not a part of text. */
 KIV_API char *kiv_strcat(KIV_ALLOCATOR *allocator, char *text, const char *more);
 
 /* --- Last resorts of the nofail operations ----------------------------------------------------------------------- */

@@ -16,8 +16,9 @@
  * Costs: searches, insert, delete, detach and swap take O(log n) compares; walks, counting and emptying are linear.
  *
  * Nodes come from the C runtime's heap unless the tree is given another allocator. The first insert then puts allocator
- * functions of the library's own into the record, which take nodes from the heap in chunks; these go back when the last
- * node is freed, the smallest with the record.
+ * functions of the library's own into the record, which take nodes from the heap in chunks. Freed nodes are kept for
+ * the next inserts; chunks go back when the last node of all trees of the record is freed, the smallest with the
+ * record.
  *
  * Thread safety: one thread at a time per record and all its trees. Searches and walks write nothing, so several
  * threads may read a tree that nobody changes. */
@@ -77,8 +78,8 @@ KIV_API KIV_AVL_TREE *kiv_avl_new(KIV_AVL_COMPARE compare, KIV_AVL_RELEASE relea
 KIV_API KIV_AVL_TREE *kiv_avl_new2(KIV_AVL_COMPARE_WITH_CONTEXT compare, void *compare_context, KIV_AVL_RELEASE release,
                                    void *release_context);
 
-/** The record comes from record_alloc and goes back through record_free (null: it is left to the caller). Nodes come
- * from the C runtime's heap unless customised. */
+/** The record comes from record_alloc and goes back through record_free (null: it is left to the caller, but the tree
+ * is to be destroyed all the same). Nodes come from the C runtime's heap unless customised. Null without memory. */
 KIV_API KIV_AVL_TREE *kiv_avl_new_using_allocator(KIV_AVL_COMPARE compare, KIV_AVL_RELEASE release,
                                                   void *release_context,
                                                   void *(*record_alloc)(void *context, uint32_t size),
@@ -86,7 +87,7 @@ KIV_API KIV_AVL_TREE *kiv_avl_new_using_allocator(KIV_AVL_COMPARE compare, KIV_A
                                                   void (*record_free)(void *record, void *context),
                                                   void *record_free_context);
 
-/** Record and nodes come from the allocator and go back to it. */
+/** Record and nodes come from the allocator and go back to it. Null without memory. */
 KIV_API KIV_AVL_TREE *kiv_avl_new_using_KIV_ALLOCATOR(KIV_ALLOCATOR *allocator, KIV_AVL_COMPARE compare,
                                                       KIV_AVL_RELEASE release, void *release_context);
 

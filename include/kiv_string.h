@@ -3,11 +3,12 @@
  *
  * A KIV_STRING is an array of KIV_UNICHAR ended by 0. There is no header and no stored length: lengths are found by
  * scanning, and a string of length n occupies (n + 1) * 4 bytes. No code point is range-checked. A char string is an
- * ordinary one of bytes, ended by 0.
+ * ordinary one of bytes, ended by 0. Lengths and sizes are counted modulo 2^32.
  *
  * Conventions:
  *  1. Null counts as the empty string where a function makes, measures, joins, copies or releases strings. All others
- *     REQUIRE strings, unless the declaration says otherwise.
+ *     REQUIRE strings, unless the declaration says otherwise. Strings lie at addresses divisible by 4, except for
+ *     kiv_string_length_byte_aligned().
  *  2. Bytes of char strings are widened in one of two ways, which each declaration names. Zero extension: the byte 0xE9
  *     is U+00E9. Sign extension: the byte 0xE9 is the unit 0xFFFFFFE9, which equals no Unicode character. Bytes below
  *     0x80 are the same in both.
@@ -59,7 +60,7 @@ KIV_API uint32_t kiv_string_length_byte_aligned(const void *s);
 /** 1 when a unit of s is above 127, else 0; 0 for null. */
 KIV_API int kiv_string_contains_non_ascii(const KIV_UNICHAR *s);
 
-/* --- Joining -------------------------------------------------------------------------------------------------------
+/* --- Joining -----------------------------------------------------------------------------------------------------
  * The text that is joined to s may be s itself or a part of it. */
 
 /** s, grown in place, with the unit c behind. */
@@ -81,7 +82,7 @@ KIV_API KIV_STRING kiv_string_strncat(KIV_ALLOCATOR *allocator, KIV_STRING s, co
 /** The same with an n of 1,000,000,000. */
 KIV_API KIV_STRING kiv_string_cat(KIV_ALLOCATOR *allocator, KIV_STRING s, const KIV_UNICHAR *t, int reuse);
 
-/* --- Copying in place ----------------------------------------------------------------------------------------------
+/* --- Copying in place --------------------------------------------------------------------------------------------
  * REQUIRES: the destination has room for the result and its terminator, and does not overlap the source. A null source
  * counts as empty. Bytes are sign-extended. */
 
@@ -133,7 +134,7 @@ KIV_API int kiv_string_ends_with(const KIV_UNICHAR *s, const KIV_UNICHAR *suffix
 /** The same; bytes are sign-extended. */
 KIV_API int kiv_string_ends_with_char_s(const KIV_UNICHAR *s, const char *suffix, int nocase);
 
-/* --- Searching -----------------------------------------------------------------------------------------------------
+/* --- Searching ---------------------------------------------------------------------------------------------------
  * A place that is found is a pointer into s. */
 
 /** The first unit equal to c, the terminator when c is 0; null when there is none. */
@@ -152,7 +153,7 @@ KIV_API KIV_STRING kiv_string_strstr(const KIV_UNICHAR *s, const KIV_UNICHAR *t)
 /** The index of an element equal to key, or 0xFFFFFFFF. REQUIRES: the n strings ascend by kiv_string_compare. */
 KIV_API uint32_t kiv_string_to_index(uint32_t n, const KIV_STRING *sorted, const KIV_UNICHAR *key);
 
-/* --- Lines and tabs ------------------------------------------------------------------------------------------------
+/* --- Lines and tabs ----------------------------------------------------------------------------------------------
  * A line terminator is LF, CR, CR LF or LF CR. The two functions on them read the char string (sign-extended) when it
  * is not null, else s; they look at no more than n units and stop at a terminator. */
 
@@ -172,7 +173,7 @@ KIV_API void kiv_string_chop_nl(KIV_STRING s);
 KIV_API KIV_STRING kiv_string_tabs_expand(KIV_ALLOCATOR *allocator, KIV_STRING s, uint32_t n, uint32_t shift,
                                           int force);
 
-/* --- Arrays of strings ---------------------------------------------------------------------------------------------
+/* --- Arrays of strings -------------------------------------------------------------------------------------------
  * An array of pointers ended by a null pointer, which owns its strings. (KIV_STRING_ARRAY is another type, a growable
  * text buffer.) A null array counts as empty unless stated otherwise. */
 
@@ -199,10 +200,9 @@ KIV_API void kiv_string_delete_array(KIV_ALLOCATOR *allocator, KIV_STRING *array
 typedef int (*KIV_PRINTER)(void *destination, const char *format, ...);
 
 /** Prints s by one call of printer with the format "%S" and the text as wide string: UTF-16 where wide characters have
- * 16 bits, code points where they have 32; surrogates and what lies
- * beyond Unicode become "?". Null counts as empty. 0, or
- * errno when the printer fails. Below 1000 UTF-16 units with the terminator the wide string stands on the stack, else
- * on the C runtime's heap; when there is no memory there, "???" is printed and the result is 12. */
+ * 16 bits, code points where they have 32; surrogates and what lies beyond Unicode become "?". Null counts as empty. 0,
+ * or errno when the printer fails. Below 1000 UTF-16 units with the terminator the wide string stands on the stack,
+ * else on the C runtime's heap; when there is no memory there, "???" is printed and the result is 12. */
 KIV_API int kiv_string_fputs(const KIV_UNICHAR *s, void *destination, KIV_PRINTER printer);
 /** kiv_string_fputs of the string that is c; an empty one when c is 0. */
 KIV_API int kiv_string_fputc(KIV_UNICHAR c, void *destination, KIV_PRINTER printer);
@@ -217,12 +217,14 @@ KIV_API int kiv_string_print_verbose_control_chars(const KIV_UNICHAR *s, void *d
  * 32: the byte 0xE9 is "^" and the byte 0x29. */
 KIV_API int kiv_string_print_char_s_verbose_control_chars(const char *s, void *destination, KIV_PRINTER printer);
 
-/** Writes s as visible bytes into buffer and gives their number; the buffer is not terminated. Code points above 127
- * are "?" here, printable bytes stand for themselves, other bytes from 32 on are written as "\x7F". For a byte below 32
- * the byte that is in the buffer at that place decides: over a tab, LF or CR the byte is written as it is, over a 0
- * "^@" is written, over anything else "^" and the byte + 0x40. Callers choose by how they fill the buffer.
- * REQUIRES: the buffer has room for 4 bytes a code point and 1 more, 7 at least, and its bytes are initialised.
- * When memory fails, "<null>" is written, with its terminator, and the result is 0. */
+/** Writes s as visible bytes into buffer and gives their number. Code points above 127 are "?" here, printable bytes
+ * stand for themselves, other bytes from 32 on are written as "\x7F". For a byte below 32 the byte that is in the
+ * buffer at that place decides: over a tab, LF or CR the byte is written as it is, over a 0 "^@" is written, over
+ * anything else
+ * "^" and the byte + 0x40. Callers choose by how they fill the buffer. "\x7F" and "^@" are written with a 0 behind
+ * them, so that a control character that follows at once is "^@"; nothing else terminates the buffer. REQUIRES: the
+ * buffer has room for 4 bytes a code point and 1 more, 7 at least, and its bytes are initialised. When memory fails,
+ * "<null>" is written, with its terminator, and the result is 0. */
 KIV_API uint32_t kiv_string_sprint_as_8bit_chars(KIV_ALLOCATOR *allocator, char *buffer, const KIV_UNICHAR *s);
 
 KIV_END_DECLARATIONS

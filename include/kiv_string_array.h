@@ -26,8 +26,7 @@ typedef struct KIV_STRING_ARRAY {
   KIV_STRING *elements; /**< an element may be null when a null string was pushed */
 } KIV_STRING_ARRAY;
 
-/* --- Arrays ---------------------------------------------------------------------------------------------------------
- */
+/* --- Arrays ------------------------------------------------------------------------------------------------------ */
 
 /** An empty array with room for 6 strings; null without memory. */
 KIV_API KIV_STRING_ARRAY *kiv_string_new_KIV_STRING_ARRAY(KIV_ALLOCATOR *allocator);
@@ -79,8 +78,7 @@ KIV_API void kiv_string_iterate_KIV_STRING_ARRAY(const KIV_STRING_ARRAY *array,
                                                  void (*function)(uint32_t index, KIV_STRING element, void *context),
                                                  void *context);
 
-/* --- Printing into an array -----------------------------------------------------------------------------------------
- */
+/* --- Printing into an array -------------------------------------------------------------------------------------- */
 
 /** Collects text. Without memory, text is lost and nothing is reported. */
 typedef struct KIV_STRING_ARRAY_PRINT_CONTEXT {

@@ -29,8 +29,7 @@
 
 KIV_BEGIN_DECLARATIONS
 
-/* --- UTF-8 ---------------------------------------------------------------------------------------------------------
- */
+/* --- UTF-8 ------------------------------------------------------------------------------------------------------- */
 
 /** A code point at or above 0x110000 becomes "?". Such a one may take the last byte of the destination, in place of the
  * terminator: the result is then 0, even at the end of the source, and the destination is not terminated. */
@@ -46,8 +45,7 @@ KIV_API int kiv_string_convert_utf8_to_utf32(const char *utf8, KIV_UNICHAR *stri
  * which that function does not count, make more of them, the text is cut there. */
 KIV_API KIV_STRING kiv_string_convert_utf8_to_utf32_a(KIV_ALLOCATOR *allocator, const char *utf8);
 
-/* --- UTF-16 --------------------------------------------------------------------------------------------------------
- */
+/* --- UTF-16 ------------------------------------------------------------------------------------------------------ */
 
 /** Surrogate values and code points at or above 0x110000 become "?". When the destination ends right behind a pair, the
  * terminator takes the place of the pair's second unit: the first one then ends the text. */
@@ -69,8 +67,7 @@ KIV_API char *kiv_string_convert_utf16_to_char_a(KIV_ALLOCATOR *allocator, const
  * comparison by units has them before U+E000. */
 KIV_API int kiv_string_utf16_strcmp(const uint16_t *utf16_1, const uint16_t *utf16_2);
 
-/* --- 8-bit characters ----------------------------------------------------------------------------------------------
- */
+/* --- 8-bit characters -------------------------------------------------------------------------------------------- */
 
 /** Code points above 0x7F become "?". */
 KIV_API int kiv_string_convert_utf32_to_char(const KIV_UNICHAR *string, char *chars, uint32_t size);
@@ -96,7 +93,7 @@ KIV_API KIV_STRING kiv_string_convert_limited_char_to_utf32_a(KIV_ALLOCATOR *all
 
 KIV_API int kiv_string_convert_char_to_utf16(const char *chars, uint16_t *utf16, uint32_t size);
 
-/* --- Counting ------------------------------------------------------------------------------------------------------
+/* --- Counting ----------------------------------------------------------------------------------------------------
  * How much the conversions need, the terminator not included; 0xFFFFFFFF stands for anything above. */
 
 /** The bytes that do not continue a sequence, that is, outside 0x80 to 0xBF. */

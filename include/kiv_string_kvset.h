@@ -2,11 +2,9 @@
  * Key-value sets: strings found by strings, ordered by their keys as kiv_string_compare() orders them.
  *
  * Keys and values are given as strings or as char strings: of two such arguments, the char string counts unless it is
- * null. What a set stores for a
- *
- *  - char string: a string of its own, with bytes 0x80 to 0xFF as the code points U+0080 to U+00FF;
- *  - key or value given as a string: a copy when the set was made with copy keys, copy values; else the caller's
- * pointer. Changing a key that a set points at may break the order.
+ * null. For a char string a set stores a string of its own, with bytes 0x80 to 0xFF as the code points U+0080 to
+ * U+00FF; for a string, a copy when the set was made with copy keys (copy values), else the caller's pointer. Changing
+ * a key that a set points at may break the order.
  *
  * Ownership: a set owns the keys that it has made, and frees its values, replaced ones too, when it copies values. A
  * set that does not never frees a value, even one made of a char string: the caller has to, and finds it by

@@ -16,17 +16,17 @@
  *     $       the end of the text; what stands behind it in the pattern is ignored
  *
  * In a set a "]" that comes first is a member, and so is a "-" before the closing "]". A range orders code points as
- * numbers; with its ends the wrong way round it is empty. \x is the member x, also as an end of a range. There is no
- * grouping and no alternation. A quantifier without an atom before it, a "\" at the end and a set that is not closed
- * never match.
+ * numbers; with its ends the wrong way round it is empty. A backslash makes the next code point a member, also as an
+ * end of a range. There is no grouping and no alternation. A quantifier without an atom before it, a backslash at the
+ * end and a set that is not closed never match.
  *
  * Wildcards:
  *
  *     ?       any one character
  *     *       at the end of the pattern: the rest of the text. Elsewhere what follows must begin before the end of the
  *             text: "a**" does not match "a"
- *     [a-z_]  as above, but "\" is an ordinary member
- *     \x      the code point x itself; a "\" at the end never matches
+ *     [a-z_]  as above, but a backslash is an ordinary member
+ *     \x      the code point x itself; a backslash at the end never matches
  *     x       itself
  *
  * Costs, for a pattern of m and a text of n units: nothing is allocated and nothing recurses, whatever the pattern, and
@@ -46,7 +46,7 @@
 
 KIV_BEGIN_DECLARATIONS
 
-/* --- Regular expressions -------------------------------------------------------------------------------------------
+/* --- Regular expressions -----------------------------------------------------------------------------------------
  * end, which may be null, receives the end of the match: a pointer into the text, behind the last matched character.
  * When nothing matches it receives the place of the last attempt that came to the end of the pattern, or to its "$",
  * without being at the end of the text; and when there was no such attempt, it is left alone by
@@ -80,8 +80,7 @@ KIV_API int32_t kiv_string_reverse_substr_matches_with_regular_expression(const 
 KIV_API KIV_STRING kiv_string_replace_re(KIV_ALLOCATOR *allocator, const KIV_UNICHAR *text, const KIV_UNICHAR *re,
                                          const KIV_UNICHAR *replacement, int32_t max);
 
-/* --- Wildcards ------------------------------------------------------------------------------------------------------
- */
+/* --- Wildcards --------------------------------------------------------------------------------------------------- */
 
 /** 1 when pattern matches the whole text, else 0. */
 KIV_API int kiv_string_matches_using_wildcards(const KIV_UNICHAR *text, const KIV_UNICHAR *pattern);
@@ -92,7 +91,7 @@ KIV_API int32_t kiv_string_substr_matches_using_wildcards(const KIV_UNICHAR *tex
 /** The last index from which pattern matches a part of the text, or -1. The end of the text is not such a place. */
 KIV_API int32_t kiv_string_reverse_substr_matches_using_wildcards(const KIV_UNICHAR *text, const KIV_UNICHAR *pattern);
 
-/* --- Delimiters ----------------------------------------------------------------------------------------------------
+/* --- Delimiters --------------------------------------------------------------------------------------------------
  * delimiters is a set: each of its code points is a delimiter. Null counts as empty in all strings. */
 
 /** Whether the first token of text is token: delimiters before it are skipped, and it ends before the next delimiter or

@@ -1,6 +1,6 @@
 /** @file
  * Entry points that only do something in builds with profiling or debugging support. In this library they are fixed;
- * they exist so that programs built for either kind of library link. None takes arguments into account. */
+ * they exist so that programs built for either kind of library link. Only the two that free look at an argument. */
 #ifndef KIV_STUBS_H
 #define KIV_STUBS_H
 

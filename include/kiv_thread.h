@@ -69,7 +69,7 @@ typedef struct KIV_THREAD {
   void *handle;
 } KIV_THREAD;
 
-/** Starts a thread that runs entry(argument) and stores its id and handle in *thread. The id is stored before entry
+/** Starts a thread that runs entry(argument) and stores its id and handle in *thread, before entry
  * runs. 0; 1 when the system cannot create the thread, *thread is then unchanged. */
 KIV_API int kiv_thread_new(KIV_THREAD *thread, KIV_THREAD_ROUTINE entry, void *argument);
 
@@ -100,7 +100,8 @@ KIV_API int kiv_thread_specific_data_create_key(uint32_t *key);
 /** Ends the key. Values are not released. 0, or 1 for a key that is not in use. */
 KIV_API int kiv_thread_specific_data_destroy_key(uint32_t *key);
 
-/** Sets the calling thread's value. 0, or 1 for a key that is not in use. */
+/** Sets the calling thread's value. 0, or 1 for a key that is not in use (Windows does not notice one that was
+ * destroyed; here and in get_value). */
 KIV_API int kiv_thread_specific_data_set_value(uint32_t *key, void *value);
 
 /** The calling thread's value; null when it was not set or the key is not in use. */

@@ -3,7 +3,8 @@
  *
  * Conventions of the whole library:
  *  1. Records are plain, passed by pointer and owned by the caller unless a declaration says otherwise.
- *  2. Counts, sizes and states are 32-bit words on every target; pointers have the target's width.
+ *  2. Counts, sizes and states are 32-bit words on every target; pointers have the target's width. The state words of
+ *     an allocator, which hold either, have the width of a pointer.
  *  3. A status is 0 for success and 1 for failure unless a declaration says otherwise; a failed constructor
  *     gives null. A failed call leaves its outputs as they were.
  *  4. Every function uses the C calling convention. Nothing throws.

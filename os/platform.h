@@ -46,9 +46,8 @@ enum class TryWait { taken, would_block, failed };
 
 /// A recursive mutex that nobody owns; null on failure.
 Handle mutex_create();
-/// Statuses as the exported functions give them, 0 and 1: these are called in their tail.
-int mutex_lock(Handle mutex);
-int mutex_unlock(Handle mutex);
+bool mutex_lock(Handle mutex);
+bool mutex_unlock(Handle mutex);
 
 /// Null also for a count below 0 or above kSemaphoreMaximum.
 Handle semaphore_create(int32_t initial);
@@ -75,8 +74,8 @@ struct ThreadIdSlots {
   uint32_t *second;
 };
 
-/// Starts routine(argument). The id slots are filled before the routine runs, and not touched afterwards: they may lie
-/// in memory that the routine frees. A null handle detaches the thread. On failure nothing is stored.
+/// Starts routine(argument). Id slots and handle are stored before the routine runs, and not touched afterwards: they
+/// may lie in memory that the routine frees. A null handle detaches the thread. On failure nothing is stored.
 bool thread_create(KIV_THREAD_ROUTINE routine, void *argument, ThreadIdSlots ids, Handle *handle);
 
 /// Waits for the end of the thread and closes the handle; on failure the handle is kept.

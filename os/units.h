@@ -4,8 +4,9 @@
 // the processor at hand. Elsewhere the 16-byte registers do, which every target has. What the C library has no function
 // for is written once, below.
 //
-// Safety: blocks of 64 bytes are read at addresses divisible by 64, hence from pages on which the string has a unit.
-// Units around the string are read with it and not looked at, which sanitizers must not count as an error.
+// Safety: blocks of 64 bytes are read at addresses divisible by 64, hence from pages on which the string has a unit;
+// or, comparing two strings, in pieces of 16 bytes after a test that none leaves its page. Units around the string are
+// read with it and not looked at, which sanitizers must not count as an error.
 #ifndef KIV_OS_UNITS_H
 #define KIV_OS_UNITS_H
 
@@ -14,12 +15,12 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/reads_around.h"
+
 namespace kiv::os {
 
 using Unit = uint32_t;
 inline constexpr unsigned kBlockUnits = 16;
-
-#define KIV_READS_AROUND __attribute__((no_sanitize("address"), no_sanitize("thread")))
 
 /// One bit a unit of an aligned block, set where test(four units) has all ones.
 template <class Test>

@@ -6,9 +6,7 @@ say() { printf '== %s\n' "$*"; }
 die() { printf '%s\n' "$*" >&2; exit 1; }
 
 as_root() {
-  if [ "$(id -u)" -eq 0 ]; then "$@"; elif command -v sudo >/dev/null; then sudo "$@"; else
-    die "installing packages needs root: $*"
-  fi
+  if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
 }
 
 installed() { dpkg-query -W -f '${Status}\n' "$1" 2>/dev/null | grep -q 'ok installed'; }
@@ -27,6 +25,7 @@ install() {
   for package in "$@"; do installed "$package" || missing+=("$package"); done
   [ ${#missing[@]} -eq 0 ] && return
   command -v apt-get >/dev/null || die "please install: ${missing[*]}"
+  [ "$(id -u)" -eq 0 ] || command -v sudo >/dev/null || die "please install, or run this as root: ${missing[*]}"
   say "installing ${missing[*]}"
   if [ -z "${package_lists_are_new:-}" ]; then
     # A complaint about one stale index is no reason to stop.

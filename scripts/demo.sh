@@ -2,7 +2,7 @@
 # Builds the library and shows kiv_inspect on a real program, its own, and on the library.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 install_build_tools
-build linux-x86_64 -DKIV_TESTS=OFF
+build linux-x86_64 -DKIV_TESTS=OFF -DKIV_EXAMPLES=ON
 
 program=build/linux-x86_64/bin/kiv_inspect
 library=build/linux-x86_64/lib/libkiv_common.so

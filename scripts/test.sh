@@ -29,7 +29,7 @@ for preset in "${presets[@]}"; do
 done
 for preset in "${presets[@]}"; do
   # The demo configures without tests.
-  build "$preset" -DKIV_TESTS=ON
+  build "$preset" -DKIV_TESTS=ON -DKIV_EXAMPLES=ON
 done
 for preset in "${presets[@]}"; do
   say "testing $preset"

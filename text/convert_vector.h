@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "base/reads_around.h"
+
 #if defined(__SSE2__)
 
 #include <emmintrin.h>
@@ -66,10 +68,9 @@ inline Vector above(Vector numbers, uint32_t limit) { return _mm_cmpgt_epi32(num
 /// The number of units before the terminator; or, when it is not among the first `limit` of them, some number from
 /// `limit` on of units that are there.
 ///
-/// Reads aligned blocks whole, also where the text begins or ends within one: a block never spans two pages, so that
-/// what can be read of it can be read all. The address sanitizer does not know that.
+/// Reads aligned blocks whole, also where the text begins or ends within one.
 template <class Unit>
-__attribute__((no_sanitize("address"))) size_t units_before_terminator(const Unit *text, size_t limit) {
+KIV_READS_AROUND size_t units_before_terminator(const Unit *text, size_t limit) {
   constexpr size_t kUnits = sizeof(Vector) / sizeof(Unit);
   const Vector zero = _mm_setzero_si128();
   const size_t before = reinterpret_cast<uintptr_t>(text) % sizeof(Vector);

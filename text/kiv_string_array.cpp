@@ -18,8 +18,6 @@ namespace {
 
 constexpr uint32_t kFirstCapacity = 6;
 constexpr uint32_t kLeastShrinkingCapacity = 7;
-/// More than a string has: appending is unlimited.
-constexpr uint32_t kAllUnits = 1000000000;
 
 bool resize(KIV_ALLOCATOR *allocator, KIV_STRING_ARRAY *array, uint64_t capacity) {
   const uint64_t size = capacity * sizeof(KIV_STRING);
@@ -47,6 +45,7 @@ size_t length_of(const char *text) { return text != nullptr ? std::strlen(text) 
 
 /// A new string of count bytes; null without memory.
 KIV_STRING convert(KIV_ALLOCATOR *allocator, const char *text, size_t count) {
+  if (text == nullptr) count = 0;
   if (count > INT32_MAX) return nullptr;
   return kiv_string_convert_limited_char_to_utf32_a(allocator, text, static_cast<int32_t>(count));
 }
@@ -68,7 +67,7 @@ int append_bytes(KIV_ALLOCATOR *allocator, KIV_STRING_ARRAY *array, const char *
     *top = string;
     return 0;
   }
-  KIV_STRING joined = kiv_string_strncat(allocator, *top, string, kAllUnits, 0);
+  KIV_STRING joined = kiv_string_cat(allocator, *top, string, 0);
   if (joined != nullptr) {
     allocator->free(allocator, *top);
     *top = joined;

@@ -82,11 +82,11 @@ int32_t kiv_string_ncompare_with_char_s(const KIV_UNICHAR *s, const char *t, uin
 }
 
 int32_t kiv_string_strcmp_with_char(const KIV_UNICHAR *s, const char *t) {
-  return kiv::compare_bounded(s, ZeroExtended{t}, UINT32_MAX);
+  return kiv_string_ncompare_with_char_s(s, t, UINT32_MAX);
 }
 
 int32_t kiv_string_strncmp_with_char(const KIV_UNICHAR *s, const char *t, uint32_t n) {
-  return kiv::compare_bounded(s, ZeroExtended{t}, n);
+  return kiv_string_ncompare_with_char_s(s, t, n);
 }
 
 int32_t kiv_string_stricmp(const KIV_UNICHAR *s, const KIV_UNICHAR *t) {

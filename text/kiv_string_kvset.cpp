@@ -10,6 +10,7 @@
 #include "containers/avl_engine.h"
 #include "kiv_string.h"
 #include "kiv_string_convert.h"
+#include "text/empty_string.h"
 
 KIV_LAYOUT_32(sizeof(KIV_STRING_KVSET) == 16);
 KIV_LAYOUT_32(offsetof(KIV_STRING_KVSET, tree) == 4 && offsetof(KIV_STRING_KVSET, copy_keys) == 8);
@@ -30,11 +31,9 @@ struct Element {
 /// Char strings of so many bytes are not widened for a search.
 constexpr size_t kWidenedKey = 300;
 
-constexpr KIV_UNICHAR kEmpty[] = {0};
-
-const KIV_UNICHAR *units_of(const KIV_UNICHAR *string) { return string != nullptr ? string : kEmpty; }
-
-const KIV_UNICHAR *key_of(const void *pair) { return units_of(static_cast<const KIV_STRING_KVSET_PAIR *>(pair)->key); }
+const KIV_UNICHAR *key_of(const void *pair) {
+  return kiv::or_empty(static_cast<const KIV_STRING_KVSET_PAIR *>(pair)->key);
+}
 
 int compare_pairs(const void *key, const void *pair) { return kiv_string_compare(key_of(key), key_of(pair)); }
 
@@ -45,7 +44,7 @@ int compare_pairs(const void *key, const void *pair) { return kiv_string_compare
 class SearchOrder {
  public:
   SearchOrder(const KIV_STRING_KVSET *set, const KIV_UNICHAR *key)
-      : key_(units_of(key)), keys_are_ours_(set->copy_keys != 0) {}
+      : key_(kiv::or_empty(key)), keys_are_ours_(set->copy_keys != 0) {}
 
   int operator()(const void *, const void *pair) {
     const KIV_UNICHAR *key = key_of(pair);
@@ -99,7 +98,7 @@ KIV_STRING_KVSET_PAIR *find_by_walk(const KIV_STRING_KVSET *set, const char *key
   const auto visit = [](void *value, void *context) {
     auto *pair = static_cast<KIV_STRING_KVSET_PAIR *>(value);
     auto *wanted = static_cast<Search *>(context);
-    if (kiv_string_compare_with_char_s(units_of(pair->key), wanted->key) != 0) return 1;
+    if (kiv_string_compare_with_char_s(kiv::or_empty(pair->key), wanted->key) != 0) return 1;
     wanted->found = pair;
     return 0;
   };

@@ -1,30 +1,33 @@
 // Printing strings through "%S".
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 
 #include "kiv_string.h"
 #include "os/platform.h"
+#include "text/convert_count.h"
+#include "text/empty_string.h"
 #include "text/wide_text.h"
 
 namespace kiv {
 namespace {
 
 /// Wide texts below so many units, counted in UTF-16 and with the terminator, stand on the stack.
-constexpr uint32_t kHeapUnits = 1000;
+constexpr size_t kHeapUnits = 1000;
 
 constexpr int kOutOfMemory = 12;
 
-int print_wide(const KIV_UNICHAR *s, WideUnit *wide, uint32_t size, void *destination, KIV_PRINTER printer) {
-  convert_to_wide(s, wide, size);
+int print_wide(const KIV_UNICHAR *s, WideUnit *wide, size_t size, void *destination, KIV_PRINTER printer) {
+  convert_to_wide(s, wide, static_cast<uint32_t>(size));
   return printer(destination, "%S", wide) < 0 ? errno : 0;
 }
 
-/// Null for more bytes than an address space has.
-WideUnit *allocate_wide(uint32_t units) {
-  if (size_t{units} > SIZE_MAX / sizeof(WideUnit)) return nullptr;
-  return static_cast<WideUnit *>(os::heap_alloc(size_t{units} * sizeof(WideUnit)));
+/// Null for more units than 32 bits count, or more bytes than an address space has.
+WideUnit *allocate_wide(size_t units) {
+  if (units > std::min<size_t>(UINT32_MAX, SIZE_MAX / sizeof(WideUnit))) return nullptr;
+  return static_cast<WideUnit *>(os::heap_alloc(units * sizeof(WideUnit)));
 }
 
 int print_to_file(void *file, const char *format, ...) {
@@ -39,8 +42,8 @@ int print_to_file(void *file, const char *format, ...) {
 }  // namespace kiv
 
 int kiv_string_fputs(const KIV_UNICHAR *s, void *destination, KIV_PRINTER printer) {
-  if (s == nullptr) return kiv_string_fputc(0, destination, printer);
-  const uint32_t size = kiv_string_nr_of_utf16_words_for_wide_char_string_representation(s) + 1;
+  s = kiv::or_empty(s);
+  const size_t size = kiv::utf16_words_of(s) + 1;
   if (size < kiv::kHeapUnits) {
     kiv::WideUnit wide[kiv::kHeapUnits];
     return kiv::print_wide(s, wide, size, destination, printer);

@@ -3,22 +3,16 @@
 namespace kiv::os {
 namespace {
 
-/// Turns a pthread result into a status with errno.
-bool ok(int error) {
-  if (error == 0) [[likely]]
-    return true;
+/// Setting errno is kept out of the way of success, which then needs no stack frame.
+[[gnu::noinline, gnu::cold]] bool failed(int error) {
   errno = error;
   return false;
 }
 
-/// The same as a status. Setting errno is kept out of the way of success, which then needs no frame of its own.
-[[gnu::noinline, gnu::cold]] int failed(int error) {
-  errno = error;
-  return 1;
-}
-int status(int error) {
+/// Turns a pthread result into a status with errno.
+bool ok(int error) {
   if (error == 0) [[likely]]
-    return 0;
+    return true;
   return failed(error);
 }
 
@@ -54,14 +48,14 @@ Handle mutex_create() {
   return nullptr;
 }
 
-int mutex_lock(Handle mutex) {
+bool mutex_lock(Handle mutex) {
   Object *object = object_of(mutex, ObjectKind::mutex);
-  return object != nullptr ? status(pthread_mutex_lock(&object->mutex)) : 1;
+  return object != nullptr && ok(pthread_mutex_lock(&object->mutex));
 }
 
-int mutex_unlock(Handle mutex) {
+bool mutex_unlock(Handle mutex) {
   Object *object = object_of(mutex, ObjectKind::mutex);
-  return object != nullptr ? status(pthread_mutex_unlock(&object->mutex)) : 1;
+  return object != nullptr && ok(pthread_mutex_unlock(&object->mutex));
 }
 
 Handle semaphore_create(int32_t initial) {

@@ -6,15 +6,18 @@
 namespace kiv::os {
 namespace {
 
-/// Lives on the starter's stack until the new thread has posted `ids_stored`.
+/// Lives on the starter's stack until the new thread has posted `stored`.
 struct Start {
   KIV_THREAD_ROUTINE routine;
   void *argument;
   ThreadIdSlots ids;
-  sem_t ids_stored;
+  Object *object;  // null when the thread is detached
+  Handle *handle;
+  sem_t stored;
 };
 
-/// Only the thread itself can ask for its id, so it stores it and lets the starter go before it runs the routine.
+/// Only the thread itself can ask for its id, so it stores that, and its handle too, and lets the starter go before it
+/// runs the routine.
 void *run(void *start_pointer) {
   auto *start = static_cast<Start *>(start_pointer);
   const KIV_THREAD_ROUTINE routine = start->routine;
@@ -22,16 +25,21 @@ void *run(void *start_pointer) {
   const uint32_t id = thread_current_id();
   if (start->ids.first != nullptr) *start->ids.first = id;
   if (start->ids.second != nullptr) *start->ids.second = id;
-  sem_post(&start->ids_stored);
+  if (start->object != nullptr) {
+    start->object->thread = pthread_self();
+    *start->handle = object_open(start->object, ObjectKind::thread);
+  }
+  sem_post(&start->stored);
   return routine(argument);
 }
 
-bool create(Start *start, bool detached, pthread_t *thread) {
+bool create(Start *start, bool detached) {
   pthread_attr_t attributes;
   int error = pthread_attr_init(&attributes);
   if (error == 0) {
     if (detached) pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
-    error = pthread_create(thread, &attributes, run, start);
+    pthread_t thread;
+    error = pthread_create(&thread, &attributes, run, start);
     pthread_attr_destroy(&attributes);
   }
   if (error != 0) errno = error;
@@ -46,24 +54,17 @@ bool thread_create(KIV_THREAD_ROUTINE routine, void *argument, ThreadIdSlots ids
     object = object_take();
     if (object == nullptr) return false;
   }
-  Start start{routine, argument, ids, {}};
-  sem_init(&start.ids_stored, 0, 0);
-  pthread_t thread;
-  const bool created = create(&start, handle == nullptr, &thread);
-  if (created) {
-    while (sem_wait(&start.ids_stored) != 0) {
-    }
-  }
+  Start start{routine, argument, ids, object, handle, {}};
+  sem_init(&start.stored, 0, 0);
+  const bool created = create(&start, handle == nullptr);
   const int error = errno;
-  sem_destroy(&start.ids_stored);
-  if (object != nullptr) {
-    if (created) {
-      object->thread = thread;
-      *handle = object_open(object, ObjectKind::thread);
-    } else {
-      object_close(object);
+  if (created) {
+    while (sem_wait(&start.stored) != 0) {
     }
+  } else if (object != nullptr) {
+    object_close(object);
   }
+  sem_destroy(&start.stored);
   errno = error;
   return created;
 }

@@ -114,7 +114,7 @@ TEST_F(PlatformTest, WrapSurvivesAFailingRegistry) {
       ++blocks;
       std::strcpy(text, "content");
       auto *moved = static_cast<char *>(wrap->realloc(wrap, text, 100));
-      EXPECT_STREQ(moved != nullptr ? moved : text, "content");
+      EXPECT_STREQ(moved, "content");  // only a new block needs new memory for the registry
     }
     EXPECT_EQ(parent.live_blocks(), 1 + 2 * blocks);  // the record; a block and a cell each
     kiv_allocator_wrap_delete(wrap);

@@ -270,6 +270,8 @@ TEST(FastAllocator, CallocAndRealloc) {
   void *wrapped = fast->alloc(fast, 0xFFFFFFFF);
   ASSERT_NE(wrapped, nullptr);
   EXPECT_EQ(recorded_size(wrapped), 0u);
+  EXPECT_EQ(recorded_size(fast->realloc(fast, grown, 0xFFFFFFFF)), 0u);
+  for (const uint32_t size : {0xFFFFFFF1u, 0xFFFFFFF8u}) EXPECT_EQ(fast->alloc(fast, size), nullptr);
 }
 
 TEST(FastAllocator, SurvivesFailures) {

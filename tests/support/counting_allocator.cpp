@@ -1,5 +1,6 @@
 #include "tests/support/counting_allocator.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 

@@ -1,5 +1,6 @@
 #include "tests/support/process.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>

@@ -140,7 +140,7 @@ TEST(StringArray, TakesExactlyCountBytes) {
   EXPECT_EQ(it.allocator.size_of(top), 16u);
   EXPECT_EQ(std::u32string(top, top + 4), (std::u32string{'a', 0, 'b', 0}));
   EXPECT_EQ(kiv_string_append_limited_char_string_to_KIV_STRING_ARRAY_top(it.a, it.array, "c\0d", 3), 0);
-  EXPECT_EQ(kiv_string_push_limited_char_string_to_KIV_STRING_ARRAY(it.a, it.array, "", 0), 0);
+  EXPECT_EQ(kiv_string_push_limited_char_string_to_KIV_STRING_ARRAY(it.a, it.array, nullptr, 5), 0);
   EXPECT_EQ(strings_in(it.array), (Strings{U"ac", U""}));
   // More than a block can hold; the bytes are not looked at.
   for (const uint32_t count : {0x3FFFFFFFu, 0x40000000u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
