@@ -8,23 +8,18 @@ namespace {
 
 constexpr uint32_t round_up(uint32_t size, uint32_t power_of_two) { return (size + power_of_two - 1) & -power_of_two; }
 
-struct Part {
-  uint32_t size;
-  void **out;
-};
-
 template <size_t kParts>
-int allocate_group(KIV_ALLOCATOR *allocator, const Part (&parts)[kParts], bool zero) {
+int allocate_group(KIV_ALLOCATOR *allocator, const uint32_t (&sizes)[kParts], void **const (&outs)[kParts], bool zero) {
   uint32_t total = 0;
-  for (const Part &part : parts) total += round_up(part.size, 8);
+  for (const uint32_t size : sizes) total += round_up(size, 8);
   if (total == 0) return 0;
   void *group = zero ? allocator->calloc(allocator, 1, total) : allocator->alloc(allocator, total);
   if (group == nullptr) return 1;
   auto *position = static_cast<uint8_t *>(group);
-  for (const Part &part : parts) {
-    if (part.size == 0) continue;
-    *part.out = position;
-    position += round_up(part.size, 8);
+  for (size_t i = 0; i < kParts; ++i) {
+    if (sizes[i] == 0) continue;
+    *outs[i] = position;
+    position += round_up(sizes[i], 8);
   }
   return 0;
 }
@@ -33,42 +28,26 @@ int allocate_group(KIV_ALLOCATOR *allocator, const Part (&parts)[kParts], bool z
 
 int kiv_alloc4(KIV_ALLOCATOR *allocator, uint32_t size1, uint32_t size2, uint32_t size3, uint32_t size4, void **out1,
                void **out2, void **out3, void **out4) {
-  return allocate_group(allocator, {{size1, out1}, {size2, out2}, {size3, out3}, {size4, out4}}, false);
+  return allocate_group<4>(allocator, {size1, size2, size3, size4}, {out1, out2, out3, out4}, false);
 }
 
 int kiv_calloc4(KIV_ALLOCATOR *allocator, uint32_t size1, uint32_t size2, uint32_t size3, uint32_t size4, void **out1,
                 void **out2, void **out3, void **out4) {
-  return allocate_group(allocator, {{size1, out1}, {size2, out2}, {size3, out3}, {size4, out4}}, true);
+  return allocate_group<4>(allocator, {size1, size2, size3, size4}, {out1, out2, out3, out4}, true);
 }
 
 int kiv_alloc8(KIV_ALLOCATOR *allocator, uint32_t size1, uint32_t size2, uint32_t size3, uint32_t size4, uint32_t size5,
                uint32_t size6, uint32_t size7, uint32_t size8, void **out1, void **out2, void **out3, void **out4,
                void **out5, void **out6, void **out7, void **out8) {
-  return allocate_group(allocator,
-                        {{size1, out1},
-                         {size2, out2},
-                         {size3, out3},
-                         {size4, out4},
-                         {size5, out5},
-                         {size6, out6},
-                         {size7, out7},
-                         {size8, out8}},
-                        false);
+  return allocate_group<8>(allocator, {size1, size2, size3, size4, size5, size6, size7, size8},
+                           {out1, out2, out3, out4, out5, out6, out7, out8}, false);
 }
 
 int kiv_calloc8(KIV_ALLOCATOR *allocator, uint32_t size1, uint32_t size2, uint32_t size3, uint32_t size4,
                 uint32_t size5, uint32_t size6, uint32_t size7, uint32_t size8, void **out1, void **out2, void **out3,
                 void **out4, void **out5, void **out6, void **out7, void **out8) {
-  return allocate_group(allocator,
-                        {{size1, out1},
-                         {size2, out2},
-                         {size3, out3},
-                         {size4, out4},
-                         {size5, out5},
-                         {size6, out6},
-                         {size7, out7},
-                         {size8, out8}},
-                        true);
+  return allocate_group<8>(allocator, {size1, size2, size3, size4, size5, size6, size7, size8},
+                           {out1, out2, out3, out4, out5, out6, out7, out8}, true);
 }
 
 int kiv_alloc_realloc_chunkwise(KIV_ALLOCATOR *allocator, uint32_t chunk_shift, void **block, uint32_t old_size,
