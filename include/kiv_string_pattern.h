@@ -33,9 +33,9 @@
  * no more than 80 KiB of stack is used. Matching at one place takes at most m * n tests of a character, usually far
  * less. A search tries place after place; when attempts get long it finds the place by halving, so that it takes no
  * more than some 20 + log2(n) times as many tests, and twice that when a pattern with "$" matches nowhere. Wildcards
- * take m * n tests, the search backwards m * n * log2(n). A test of a set is as long as the set.
- * Limit: a regular expression of more than 63 atoms and more than 524,287 units matches nothing. Texts have less than
- * 2^31 units.
+ * take m * n tests. A test of a set is as long as the set.
+ * Limit: a regular expression of more than 63 atoms and more than 524,287 units before its end or "$" matches nothing.
+ * Texts have less than 2^31 units.
  *
  * Thread safety: nothing is shared. */
 #ifndef KIV_STRING_PATTERN_H
@@ -95,7 +95,7 @@ KIV_API int32_t kiv_string_reverse_substr_matches_using_wildcards(const KIV_UNIC
  * delimiters is a set: each of its code points is a delimiter. Null counts as empty in all strings. */
 
 /** Whether the first token of text is token: delimiters before it are skipped, and it ends before the next delimiter or
- * the end of the text. 1, and *next is the index behind the token; or 0, and *next is 0. */
+ * the end of the text. 1, and *next is the index behind the token; or 0, and *next is 0. REQUIRES: next is not null. */
 KIV_API int kiv_string_token_matches(const KIV_UNICHAR *token, const KIV_UNICHAR *delimiters, const KIV_UNICHAR *text,
                                      uint32_t *next);
 

@@ -2,6 +2,7 @@
 
 #include "kiv_string_pattern.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "empty_string.h"

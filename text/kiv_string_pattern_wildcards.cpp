@@ -98,18 +98,34 @@ bool match_from_star(const KIV_UNICHAR *t, const KIV_UNICHAR *p, bool whole) {
   return !whole || *t == 0;
 }
 
-/// The last index below `limit` at which the pattern at star matches in text, or -1.
-int64_t last_place_of_star(const KIV_UNICHAR *text, const KIV_UNICHAR *star, int64_t limit) {
-  int64_t low = 0;  // it matches at every place before this one
-  while (low < limit) {
-    const int64_t middle = low + (limit - low) / 2;
-    if (match_from_star(text + middle, star, false)) {
-      low = middle + 1;
-    } else {
-      limit = middle;
-    }
+/// The last index at which the pattern at star matches in text, or -1: its runs are placed from the last to the first,
+/// each as far behind as it goes. (Every run takes a character at least, so that looking for its start from the star on
+/// costs no more than pattern times text in all.) REQUIRES: the star does not end the pattern.
+int64_t last_place_of_star(const KIV_UNICHAR *text, const KIV_UNICHAR *star, int64_t length) {
+  int64_t runs = 0, place = length, ignored = 0;
+  for (const KIV_UNICHAR *p = star; *p != 0;) {
+    const KIV_UNICHAR *stars = p;
+    while (*p == '*') ++p;
+    if (*p == 0 && p - stars > 1) --place;  // a star before the last one needs a character
+    if (*p != 0) ++runs;
+    if (!measure_run(p, &ignored)) return -1;
   }
-  return low - 1;
+  for (; runs > 0; --runs) {
+    const KIV_UNICHAR *run = star, *behind = star;
+    int64_t size = 0;
+    for (int64_t i = 0; i < runs; ++i) {
+      run = behind;
+      while (*run == '*') ++run;
+      behind = run;
+      (void)measure_run(behind, &size);
+    }
+    for (place -= size; place >= 0; --place) {
+      const KIV_UNICHAR *t = text + place, *p = run;
+      if (match_run(t, p)) break;
+    }
+    if (place < 0) return -1;
+  }
+  return place;
 }
 
 }  // namespace
@@ -148,7 +164,7 @@ int32_t kiv_string_reverse_substr_matches_using_wildcards(const KIV_UNICHAR *tex
     if (!kiv::match_run(t, p)) continue;
     if (star_matches || kiv::match_from_star(t, star, false)) return static_cast<int32_t>(i);
     // From its last place on backwards the star always matches.
-    i = kiv::last_place_of_star(text, star, t - text) - run + 1;
+    i = kiv::last_place_of_star(text, star, length) - run + 1;
     star_matches = true;
   }
   return -1;

@@ -45,10 +45,10 @@ class SmallMachine {
 
   void step(KIV_UNICHAR c) {
     uint64_t matched = states_ & ~end_;
-    if (std::has_single_bit(matched)) {
-      if (!items_[std::countr_zero(matched)].matches(c)) matched = 0;
-    } else {
+    if ((matched & (matched - 1)) != 0) {
       matched &= matching(c);
+    } else if (matched != 0 && !items_[std::countr_zero(matched)].matches(c)) {
+      matched = 0;
     }
     states_ = with_skipped((matched & repeating_) | (matched & advancing_) << 1);
   }

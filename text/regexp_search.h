@@ -16,6 +16,8 @@
 #ifndef KIV_TEXT_REGEXP_SEARCH_H
 #define KIV_TEXT_REGEXP_SEARCH_H
 
+#include <algorithm>
+
 #include "kiv_string.h"
 #include "regexp_machine.h"
 
