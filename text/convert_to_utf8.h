@@ -103,7 +103,7 @@ inline Vector mark4(Vector spread) { return either(spread, all32(0x808080F0)); }
       at.source += 16, at.destination += 16, at.room -= 16;
       continue;
     }
-    if (end - at.source < static_cast<ptrdiff_t>(16 + kBehind) || at.room < 4 * 16 + kBehind + 5) break;
+    if (end - at.source < static_cast<ptrdiff_t>(16 + kBehind) || at.room < size_t{4} * 16 + kBehind + 5) break;
     if (are_all(below(all, 11))) {
       put_four_times(put_below_800, units);
     } else if (are_all(below(all, 16)) && units.are_above(0x7FF)) {
