@@ -3,18 +3,20 @@
 namespace kiv::os {
 namespace {
 
-/// Setting errno is kept out of the way of success, which then needs no stack frame.
-[[gnu::noinline, gnu::cold]] bool failed(int error) {
+/// Setting errno is kept out of the way of success.
+[[gnu::noinline, gnu::cold]] int failed(int error) {
   errno = error;
-  return false;
+  return 1;
 }
 
-/// Turns a pthread result into a status with errno.
-bool ok(int error) {
+/// Turns a pthread result into 0 or 1, with errno.
+int status(int error) {
   if (error == 0) [[likely]]
-    return true;
+    return 0;
   return failed(error);
 }
+
+bool ok(int error) { return status(error) == 0; }
 
 bool init_recursive_mutex(pthread_mutex_t *mutex) {
   pthread_mutexattr_t recursive;
@@ -48,14 +50,14 @@ Handle mutex_create() {
   return nullptr;
 }
 
-bool mutex_lock(Handle mutex) {
+int mutex_lock(Handle mutex) {
   Object *object = object_of(mutex, ObjectKind::mutex);
-  return object != nullptr && ok(pthread_mutex_lock(&object->mutex));
+  return object != nullptr ? status(pthread_mutex_lock(&object->mutex)) : 1;
 }
 
-bool mutex_unlock(Handle mutex) {
+int mutex_unlock(Handle mutex) {
   Object *object = object_of(mutex, ObjectKind::mutex);
-  return object != nullptr && ok(pthread_mutex_unlock(&object->mutex));
+  return object != nullptr ? status(pthread_mutex_unlock(&object->mutex)) : 1;
 }
 
 Handle semaphore_create(int32_t initial) {

@@ -4,8 +4,8 @@
 namespace kiv::os {
 
 Handle mutex_create() { return CreateMutexA(nullptr, FALSE, nullptr); }
-bool mutex_lock(Handle mutex) { return WaitForSingleObject(mutex, INFINITE) == WAIT_OBJECT_0; }
-bool mutex_unlock(Handle mutex) { return ReleaseMutex(mutex) != 0; }
+int mutex_lock(Handle mutex) { return WaitForSingleObject(mutex, INFINITE) == WAIT_OBJECT_0 ? 0 : 1; }
+int mutex_unlock(Handle mutex) { return ReleaseMutex(mutex) != 0 ? 0 : 1; }
 
 Handle semaphore_create(int32_t initial) { return CreateSemaphoreA(nullptr, initial, kSemaphoreMaximum, nullptr); }
 bool semaphore_wait(Handle semaphore) { return WaitForSingleObject(semaphore, INFINITE) == WAIT_OBJECT_0; }
