@@ -74,9 +74,10 @@ KIV_API int32_t kiv_string_reverse_substr_matches_with_regular_expression(const 
  * by it: "^a" finds one "a" after the other. An empty match does not move on: the replacement is inserted there until
  * max is used up.
  *
- * The result grows by one realloc a piece. When one fails, what was built so far is freed and lost, and building goes
- * on with the next piece; a failure at the last gives null. A result too long for a block of less than 2^32 bytes fails
- * in the same way. A null text gives null. */
+ * The result grows by one realloc a piece. An allocator that frees nothing before its end, as the fast kind, keeps
+ * every step of that: memory then grows with the square of the number of matches. When a realloc fails, what was built
+ * so far is freed and lost, and building goes on with the next piece; a failure at the last gives null. A result too
+ * long for a block of less than 2^32 bytes fails in the same way. A null text gives null. */
 KIV_API KIV_STRING kiv_string_replace_re(KIV_ALLOCATOR *allocator, const KIV_UNICHAR *text, const KIV_UNICHAR *re,
                                          const KIV_UNICHAR *replacement, int32_t max);
 
