@@ -5,6 +5,7 @@
 
 #include "kiv_allocator.h"
 #include "kiv_avl.h"
+#include "kiv_bigflt.h"
 #include "kiv_mutex.h"
 #include "kiv_semaphore.h"
 #include "kiv_string.h"
@@ -14,6 +15,7 @@
 #include "kiv_string_pattern.h"
 #include "kiv_stubs.h"
 #include "kiv_thread.h"
+#include "kiv_u128.h"
 #include "kiv_uni.h"
 
 #endif

@@ -37,7 +37,8 @@ install() {
     die "could not install: ${missing[*]}"
 }
 
-install_build_tools() { install g++ cmake ninja-build googletest; }
+# MPFR is an oracle of the tests.
+install_build_tools() { install g++ cmake ninja-build googletest pkg-config libmpfr-dev; }
 
 install_windows_tools() {
   if ! dpkg --print-foreign-architectures | grep -qx i386; then
