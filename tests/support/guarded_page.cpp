@@ -24,9 +24,9 @@ GuardedPage::~GuardedPage() { VirtualFree(memory_ - kSize, 0, MEM_RELEASE); }
 #else
 
 GuardedPage::GuardedPage()
-    : memory_(static_cast<uint8_t *>(
-                  mmap(nullptr, 3 * kSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)) +
-              kSize) {
+    : memory_(
+          static_cast<uint8_t *>(mmap(nullptr, 3 * kSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)) +
+          kSize) {
   mprotect(memory_ - kSize, kSize, PROT_NONE);
   mprotect(memory_ + kSize, kSize, PROT_NONE);
 }
