@@ -25,6 +25,10 @@ constexpr void store_u128(KIV_S128 *record, UInt128 value) {
   record->lo = low64(value);
 }
 
+constexpr UInt128 extend_sign(int64_t value) {
+  return make_uint128(value < 0 ? UINT64_MAX : 0, static_cast<uint64_t>(value));
+}
+
 constexpr bool is_negative(const KIV_S128 *record) { return record->hi < 0; }
 
 // |value|, up to 2^127.
