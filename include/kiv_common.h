@@ -8,6 +8,7 @@
 #include "kiv_bigflt.h"
 #include "kiv_leb128.h"
 #include "kiv_bigflt_text.h"
+#include "kiv_bigflt128.h"
 #include "kiv_mutex.h"
 #include "kiv_semaphore.h"
 #include "kiv_string.h"
