@@ -4,6 +4,7 @@
 #include "numbers/bigflt_value.h"
 
 using namespace kiv::bigflt_engine;
+using kiv::make_uint128;
 
 namespace {
 
