@@ -25,10 +25,13 @@ double kiv_bigflt_to_double(const bigflt *a) {
 
 void kiv_bigflt_ieee754_to_bigflt(bigflt *r, const void *image, uint32_t size, uint32_t exponent_width,
                                   uint32_t mantissa_width) {
-  if (!Format::is_valid(size, exponent_width, mantissa_width)) return store(r, kNan);
-  uint64_t words[2] = {0, 0};
-  std::memcpy(words, image, size / 8);
-  store(r, decode(make_uint128(words[1], words[0]), Format::make(exponent_width, mantissa_width)));
+  Extended value = kNan;
+  if (Format::is_valid(size, exponent_width, mantissa_width)) {
+    uint64_t words[2] = {0, 0};
+    std::memcpy(words, image, size / 8);
+    value = decode(make_uint128(words[1], words[0]), Format::make(exponent_width, mantissa_width));
+  }
+  store(r, value);
 }
 
 void kiv_bigflt_to_ieee754(const bigflt *a, void *image, uint32_t size, uint32_t exponent_width,
