@@ -84,6 +84,24 @@ bool decode_value(const FormValue &value, const ValueType &type, ByteOrder order
   return true;
 }
 
+void format_number(const ConstantValue &value, char (&text)[kFloatTextSize]) {
+  KIV_S128 number;
+  switch (value.kind) {
+    case ConstantValue::unsigned_integer:
+      kiv_u128_to_str_bis(&value.number, 10, nullptr, '\0', text);
+      break;
+    case ConstantValue::signed_integer:
+      kiv_u128_to_s128(&value.number, &number);
+      kiv_s128_to_str_bis(&number, 10, nullptr, '\0', text);
+      break;
+    case ConstantValue::floating:
+      format_float(value.number, *value.format, text);
+      break;
+    default:
+      text[0] = '\0';
+  }
+}
+
 int compare_values(const ConstantValue &a, const ConstantValue &b) {
   if (a.kind != b.kind) return compare(a.kind, b.kind);
   if (a.format != b.format) return compare(a.format->size * 32 + a.format->exponent, b.format->size * 32 + b.format->exponent);

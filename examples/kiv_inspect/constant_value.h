@@ -32,6 +32,9 @@ struct ConstantValue {
 /// the form says whether a number is signed; data forms and blocks without a type are unsigned numbers and bytes.
 bool decode_value(const FormValue &value, const ValueType &type, ByteOrder order, ConstantValue *result);
 
+/// An integer or a floating-point number as text; all other values as none.
+void format_number(const ConstantValue &value, char (&text)[kFloatTextSize]);
+
 /// Some total order; 0 for values that are shown in the same way.
 int compare_values(const ConstantValue &a, const ConstantValue &b);
 

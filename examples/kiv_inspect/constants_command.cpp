@@ -14,29 +14,22 @@ namespace {
 
 constexpr char kKindLetters[] = {'E', 'C', 'V', 'M'};  // by ConstantKind
 
-void print_bytes(std::string_view bytes) {
-  std::fputs("bytes", stdout);
-  for (const char byte : bytes) std::printf(" %02x", static_cast<uint8_t>(byte));
-}
-
-/// All but texts.
-void print_value(const ConstantValue &value) {
-  char text[kFloatTextSize];
-  KIV_S128 number;
-  switch (value.kind) {
-    case ConstantValue::floating:
-      format_float(value.number, *value.format, text);
-      break;
-    case ConstantValue::signed_integer:
-      kiv_u128_to_s128(&value.number, &number);
-      kiv_s128_to_str_bis(&number, 10, nullptr, '\0', text);
-      break;
-    case ConstantValue::bytes:
-      return print_bytes(value.contents);
-    default:
-      kiv_u128_to_str_bis(&value.number, 10, nullptr, '\0', text);
+Status print_value(const ConstantValue &value, NameText &text) {
+  if (value.kind == ConstantValue::text) {
+    const KIV_UNICHAR *contents = text.decode(value.contents);
+    if (contents == nullptr) return kOutOfMemory;
+    std::putchar('"');
+    print_name(contents);
+    std::putchar('"');
+  } else if (value.kind == ConstantValue::bytes) {
+    std::fputs("bytes", stdout);
+    for (const char byte : value.contents) std::printf(" %02x", static_cast<uint8_t>(byte));
+  } else {
+    char number[kFloatTextSize];
+    format_number(value, number);
+    std::fputs(number, stdout);
   }
-  std::fputs(text, stdout);
+  return {};
 }
 
 Status print_constant(const Constant &constant, const KIV_UNICHAR *pattern, NameText &text) {
@@ -46,17 +39,9 @@ Status print_constant(const Constant &constant, const KIV_UNICHAR *pattern, Name
   std::printf("%c ", kKindLetters[static_cast<int>(constant.kind)]);
   print_name(name);
   std::fputs(" = ", stdout);
-  if (constant.value.kind == ConstantValue::text) {
-    const KIV_UNICHAR *contents = text.decode(constant.value.contents);
-    if (contents == nullptr) return kOutOfMemory;
-    std::putchar('"');
-    print_name(contents);
-    std::putchar('"');
-  } else {
-    print_value(constant.value);
-  }
+  const Status status = print_value(constant.value, text);
   std::putchar('\n');
-  return {};
+  return status;
 }
 
 }  // namespace

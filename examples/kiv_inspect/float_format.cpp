@@ -7,6 +7,7 @@
 
 #include "kiv_bigflt_convert.h"
 #include "kiv_bigflt_text.h"
+#include "kiv_target_word.h"
 
 namespace kiv::inspect {
 namespace {

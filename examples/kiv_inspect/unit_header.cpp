@@ -22,7 +22,8 @@ Status read_unit_header(ByteView section, uint32_t offset, bool is_in_types, Uni
   header->format.version = static_cast<uint16_t>(reader.number(2));
   const uint32_t version = header->format.version;
   if (reader.ok() && (version < 2 || version > 5)) return {"a unit's DWARF version is unknown"};
-  const uint64_t type = version == 5 ? reader.number(1) : is_in_types ? dwarf::kTypeUnit : dwarf::kCompile;
+  uint64_t type = is_in_types ? dwarf::kTypeUnit : dwarf::kCompile;
+  if (version == 5) type = reader.number(1);
   if (version < 5) header->abbreviations = reader.number(header->format.offset_size);
   header->format.address_size = static_cast<uint8_t>(reader.number(1));
   if (version == 5) header->abbreviations = reader.number(header->format.offset_size);
