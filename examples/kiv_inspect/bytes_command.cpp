@@ -1,6 +1,6 @@
 // kiv_inspect bytes PROGRAM HEX COUNT [FIRST:WIDTH[be|le]]: the bytes from an address on, sixteen in a line: address,
-// bytes, characters. With a bit field, lines with its value follow: "hex", "unsigned", "signed" when its top bit is set,
-// and "float" when a floating-point format is as wide.
+// bytes, characters. With a bit field, lines with its value follow: "hex", "unsigned", "signed" when its top bit is
+// set, and "float" when a floating-point format is as wide.
 
 #include <algorithm>
 #include <cinttypes>

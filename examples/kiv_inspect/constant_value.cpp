@@ -104,7 +104,8 @@ void format_number(const ConstantValue &value, char (&text)[kFloatTextSize]) {
 
 int compare_values(const ConstantValue &a, const ConstantValue &b) {
   if (a.kind != b.kind) return compare(a.kind, b.kind);
-  if (a.format != b.format) return compare(a.format->size * 32 + a.format->exponent, b.format->size * 32 + b.format->exponent);
+  if (a.format != b.format)
+    return compare(a.format->size * 32 + a.format->exponent, b.format->size * 32 + b.format->exponent);
   const int number = kiv_u128_cmp(&a.number, &b.number);
   return number != 0 ? number : a.contents.compare(b.contents);
 }

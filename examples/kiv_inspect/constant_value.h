@@ -13,7 +13,7 @@ namespace kiv::inspect {
 struct ValueType {
   enum Kind : uint8_t { unknown, unsigned_integer, signed_integer, floating, other };
   Kind kind = unknown;
-  uint64_t size = 0;  // in bytes; 0 when it is not known
+  uint64_t size = 0;                    // in bytes; 0 when it is not known
   const FloatFormat *format = nullptr;  // of floating
 };
 

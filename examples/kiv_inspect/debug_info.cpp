@@ -118,8 +118,7 @@ Status DebugInfo::read_entry(const Unit &unit, uint64_t offset, Entry *entry) {
     const AttributeRow &row = abbreviation->attributes[i];
     FormValue ignored;
     FormValue *value = field_of(entry, row.name);
-    const Status status =
-        read_form(reader, row.form, row.implicit, unit.format, value != nullptr ? value : &ignored);
+    const Status status = read_form(reader, row.form, row.implicit, unit.format, value != nullptr ? value : &ignored);
     if (!status.ok()) return status;
     entry->is_skeleton = entry->is_skeleton || row.name == dwarf::kDwoName || row.name == dwarf::kGnuDwoName;
   }

@@ -20,7 +20,7 @@ namespace kiv::inspect {
 
 struct Unit {
   Unit *next;
-  ByteView bytes;  // of its section, up to the end of the unit
+  ByteView bytes;    // of its section, up to the end of the unit
   bool is_in_types;  // in .debug_types rather than in .debug_info
   uint32_t start;    // of its header; offsets count from the section's start
   uint32_t first;    // its first entry

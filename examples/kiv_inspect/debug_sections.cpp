@@ -16,9 +16,12 @@ constexpr struct {
   std::string_view name;
   ByteView DebugSections::*bytes;
 } kSections[] = {
-    {"info", &DebugSections::info},           {"types", &DebugSections::types},
-    {"abbrev", &DebugSections::abbreviations}, {"str", &DebugSections::strings},
-    {"line_str", &DebugSections::line_strings}, {"str_offsets", &DebugSections::string_offsets},
+    {"info", &DebugSections::info},
+    {"types", &DebugSections::types},
+    {"abbrev", &DebugSections::abbreviations},
+    {"str", &DebugSections::strings},
+    {"line_str", &DebugSections::line_strings},
+    {"str_offsets", &DebugSections::string_offsets},
 };
 
 /// Which section a name stands for, and what the name says about it.

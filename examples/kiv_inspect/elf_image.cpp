@@ -19,12 +19,12 @@ struct Layout {
   uint32_t segment_size;
   Field segment_offset, segment_address, segment_file_size, segment_memory_size;
 };
-constexpr Layout kLayout32 = {52,      {32, 4}, {46, 2}, {48, 2}, 40,      {8, 4},  {12, 4}, {16, 4}, {20, 4},
-                              {24, 4}, {28, 4}, {36, 4}, {50, 2}, {28, 4}, {42, 2}, {44, 2}, 32,      {4, 4},
-                              {8, 4},  {16, 4}, {20, 4}};
-constexpr Layout kLayout64 = {64,      {40, 8}, {58, 2}, {60, 2}, 64,      {8, 8},  {16, 8}, {24, 8}, {32, 8},
-                              {40, 4}, {44, 4}, {56, 8}, {62, 2}, {32, 8}, {54, 2}, {56, 2}, 56,      {8, 8},
-                              {16, 8}, {32, 8}, {40, 8}};
+constexpr Layout kLayout32 = {52,      {32, 4}, {46, 2}, {48, 2}, 40,      {8, 4},  {12, 4},
+                              {16, 4}, {20, 4}, {24, 4}, {28, 4}, {36, 4}, {50, 2}, {28, 4},
+                              {42, 2}, {44, 2}, 32,      {4, 4},  {8, 4},  {16, 4}, {20, 4}};
+constexpr Layout kLayout64 = {64,      {40, 8}, {58, 2}, {60, 2}, 64,      {8, 8},  {16, 8},
+                              {24, 8}, {32, 8}, {40, 4}, {44, 4}, {56, 8}, {62, 2}, {32, 8},
+                              {54, 2}, {56, 2}, 56,      {8, 8},  {16, 8}, {32, 8}, {40, 8}};
 constexpr Field kSectionName = {0, 4}, kSectionType = {4, 4}, kSegmentType = {0, 4};
 constexpr uint32_t kElsewhere = 0xFFFF;  // a number that does not fit in the header stands in the first section
 

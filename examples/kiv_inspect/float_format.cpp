@@ -12,8 +12,8 @@
 namespace kiv::inspect {
 namespace {
 
-constexpr FloatFormat kFormats[] = {{16, 5, 10, 5}, {32, 8, 23, 9}, {64, 11, 52, 17}, {80, 15, 64, 21},
-                                    {128, 15, 112, 36}};
+constexpr FloatFormat kFormats[] = {
+    {16, 5, 10, 5}, {32, 8, 23, 9}, {64, 11, 52, 17}, {80, 15, 64, 21}, {128, 15, 112, 36}};
 constexpr FloatFormat kBrainFloat = {16, 8, 7, 4};
 
 bool contains(std::string_view name, std::string_view part) { return name.find(part) != name.npos; }
@@ -30,8 +30,8 @@ bool reads_back(const char *text, const uint8_t (&image)[16], const FloatFormat 
 }  // namespace
 
 const FloatFormat *float_format_of_width(uint32_t bits) {
-  const auto *found =
-      std::find_if(std::begin(kFormats), std::end(kFormats), [bits](const auto &format) { return format.size == bits; });
+  const auto *found = std::find_if(std::begin(kFormats), std::end(kFormats),
+                                   [bits](const auto &format) { return format.size == bits; });
   return found != std::end(kFormats) ? found : nullptr;
 }
 

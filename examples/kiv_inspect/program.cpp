@@ -20,9 +20,7 @@ Program::~Program() {
   if (memory_ != nullptr) kiv_allocator_wrap_delete(memory_);
 }
 
-Status Program::load(const char *path) {
-  return memory_ != nullptr ? read_file(path, memory_, &file_) : kOutOfMemory;
-}
+Status Program::load(const char *path) { return memory_ != nullptr ? read_file(path, memory_, &file_) : kOutOfMemory; }
 
 Status Program::load_symbols() {
   const Status status = symbols_.open(memory_);

@@ -1,5 +1,7 @@
 #include "tests/examples/dwarf_images.h"
 
+#include <iterator>
+
 namespace kiv::test {
 namespace {
 
@@ -76,8 +78,8 @@ uint64_t DwarfBuilder::text(const std::string &text, bool line) {
 void DwarfBuilder::put_value(const DwarfAttribute &attribute) {
   Image &unit = current();
   const auto &[name, form, value, contents] = attribute;
-  constexpr int kWidths[] = {0, -1, 0, 0,  0, 2, 4, 8, 0, 0, 0, 1, 1, 0, -2, 0, -2, 1, 2, 4, 8, 0, 0,
-                             -2, 0, 0, 0,  0, 4, -2, 0, -2, 8, 0, 0, 0, 8, 1, 2, 3, 4, 1, 2, 3, 4};
+  constexpr int kWidths[] = {0,  -1, 0, 0, 0, 2, 4,  8, 0,  0, 0, 1, 1, 0, -2, 0, -2, 1, 2, 4, 8, 0, 0,
+                             -2, 0,  0, 0, 0, 4, -2, 0, -2, 8, 0, 0, 0, 8, 1,  2, 3,  4, 1, 2, 3, 4};
   switch (form) {
     case 0x03:
     case 0x04:

@@ -26,7 +26,8 @@ class DwarfBuilder {
  public:
   explicit DwarfBuilder(DwarfShape shape);
 
-  /// Starts a unit of version 5's type 1 (a program's) or 2 (a type's, whose entry is the next), and ends the one before.
+  /// Starts a unit of version 5's type 1 (a program's) or 2 (a type's, whose entry is the next), and ends the one
+  /// before.
   void begin_unit(uint32_t type = 1, uint64_t signature = 0);
   /// Adds an entry and gives its offset in the unit.
   uint64_t entry(uint32_t tag, bool has_children, const std::vector<DwarfAttribute> &attributes);

@@ -75,8 +75,8 @@ struct SegmentRow {
   std::string bytes;
 };
 
-/// Header, program headers and the bytes of the segments, the sections, their names, their headers. Marks: the sections'
-/// names, these with " header", "segments".
+/// Header, program headers and the bytes of the segments, the sections, their names, their headers. Marks: the
+/// sections' names, these with " header", "segments".
 Image build_elf_sections(bool wide, kiv::inspect::ByteOrder order, const std::vector<SectionRow> &sections,
                          const std::vector<SegmentRow> &segments = {});
 
