@@ -8,6 +8,7 @@
 
 namespace kiv {
 
+constexpr uint16_t swap_bytes(uint16_t word) { return __builtin_bswap16(word); }
 constexpr uint32_t swap_bytes(uint32_t word) { return __builtin_bswap32(word); }
 constexpr uint64_t swap_bytes(uint64_t word) { return __builtin_bswap64(word); }
 

@@ -1,9 +1,10 @@
 // LEB128 integers of up to 128 bits.
 //
 // Eight bytes are taken as one word. Their groups of seven bits are moved together in three steps, which join the
-// groups two by two, four by four, eight by eight, or moved apart by the same steps backwards. The word's length is a
-// number like any other, never a branch: lengths are what no processor foresees, and a wrong guess costs more than all
-// of these steps. Only encodings of nine bytes and more take another way.
+// groups two by two, four by four, eight by eight, or moved apart by the same steps backwards. The length is a number
+// like any other, not a branch: mixed lengths are what no processor foresees, and a wrong guess costs more than all of
+// these steps. Only encodings of nine bytes and more have a way of their own, and those of one and two that are
+// written.
 #include "kiv_leb128.h"
 
 #include <algorithm>
@@ -125,15 +126,15 @@ template <class Record>
 // --- Encoding
 // ---------------------------------------------------------------------------------------------------------
 
-/// Whether eight groups hold a value.
+/// Whether so many groups, up to eight, hold a value.
 template <class Record>
-bool fits_word(uint64_t hi, uint64_t lo) {
-  if (!kIsSigned<Record>) return hi == 0 && lo >> kWordBits == 0;
+bool fits_groups(uint32_t groups, uint64_t hi, uint64_t lo) {
+  if (!kIsSigned<Record>) return hi == 0 && lo >> 7 * groups == 0;
   const auto sign = static_cast<uint64_t>(static_cast<int64_t>(lo) >> 63);
-  return hi == sign && (lo ^ sign) >> (kWordBits - 1) == 0;
+  return hi == sign && (lo ^ sign) >> (7 * groups - 1) == 0;
 }
 
-/// How many groups hold a value that fits a word.
+/// How many groups hold a value that fits in eight.
 template <class Record>
 uint32_t count_groups(uint64_t lo) {
   const auto sign = static_cast<uint64_t>(static_cast<int64_t>(lo) >> 63);
@@ -142,34 +143,51 @@ uint32_t count_groups(uint64_t lo) {
   return (9 * bits + 64) / 64;  // bits / 7, rounded up, as far as 63
 }
 
-/// Writes the first 1 to 8 bytes of a word. Three single bytes are all that 1 to 3 have, two overlapping halves what 4
-/// to 8 have; where the halves would be too much, they go elsewhere.
-inline void store_bytes(uint64_t word, uint32_t count, uint8_t *bytes) {
-  const auto store = [=](uint32_t i) { bytes[i] = static_cast<uint8_t>(word >> 8 * i); };
-  uint8_t elsewhere[sizeof(uint32_t)];
-  const bool halves = count >= 4;
-  uint8_t *first = halves ? bytes : elsewhere;
-  const uint32_t distance = halves ? count - 4 : 0;
-  kiv::store_word(first, false, static_cast<uint32_t>(word));
-  kiv::store_word(first + distance, false, static_cast<uint32_t>(word >> 8 * distance));
-  store(0), store(count / 2), store(count - 1);
+/// Writes a value of one or two groups.
+template <class Record>
+int encode_two(uint64_t lo, uint8_t *bytes) {
+  const uint32_t more = fits_groups<Record>(1, kIsSigned<Record> && lo >> 63 != 0 ? ~uint64_t{0} : 0, lo) ? 0 : 1;
+  const auto word = static_cast<uint32_t>((lo & 0x7F) | (lo << 1 & 0x7F00) | more << 7);
+  bytes[0] = static_cast<uint8_t>(word);
+  bytes[more] = static_cast<uint8_t>(word >> 8 * more);
+  return static_cast<int>(1 + more);
+}
+
+/// Writes a value of three to eight groups: pairs of bytes, of which later ones overlap where there are fewer than
+/// eight.
+template <class Record>
+int encode_word(uint64_t lo, uint8_t *bytes) {
+  const uint32_t count = count_groups<Record>(lo);
+  const uint64_t before_last = (uint64_t{1} << (8 * count - 8)) - 1;
+  // A negative value has its sign in groups behind the last one: these are not stored.
+  const uint64_t word = split_groups(lo) | (kContinues & before_last);
+  const auto store = [=](uint32_t i) { kiv::store_word(bytes + i, false, static_cast<uint16_t>(word >> 8 * i)); };
+  const uint32_t last = count - 2;
+  store(0), store(2 < last ? 2 : last), store(4 < last ? 4 : last), store(last);
+  return static_cast<int>(count);
 }
 
 template <class Record>
-int encode(const Record *value, uint8_t *bytes) {
-  auto hi = value->hi;
-  uint64_t lo = value->lo;
-  uint32_t before = 0;
-  for (; !fits_word<Record>(static_cast<uint64_t>(hi), lo); before += kWordBytes) {
+[[gnu::noinline]] int encode_any(Record value, uint8_t *bytes) {
+  auto hi = value.hi;
+  uint64_t lo = value.lo;
+  int before = 0;
+  for (; !fits_groups<Record>(kWordBytes, static_cast<uint64_t>(hi), lo); before += kWordBytes) {
     kiv::store_word(bytes + before, false, split_groups(lo) | kContinues);
     lo = lo >> kWordBits | static_cast<uint64_t>(hi) << (64 - kWordBits);
     hi >>= kWordBits;
   }
-  const uint32_t last = count_groups<Record>(lo);
-  const uint64_t last_group = uint64_t{1} << (8 * last - 8);
-  // A negative value has its sign in groups behind the last one: these are not stored.
-  store_bytes(split_groups(lo) | (kContinues & (last_group - 1)), last, bytes + before);
-  return static_cast<int>(before + last);
+  const bool two = fits_groups<Record>(2, static_cast<uint64_t>(hi), lo);
+  return before + (two ? encode_two<Record>(lo, bytes + before) : encode_word<Record>(lo, bytes + before));
+}
+
+template <class Record>
+int encode(const Record *value, uint8_t *bytes) {
+  const auto hi = static_cast<uint64_t>(value->hi);
+  const uint64_t lo = value->lo;
+  if (fits_groups<Record>(2, hi, lo)) return encode_two<Record>(lo, bytes);
+  if (fits_groups<Record>(kWordBytes, hi, lo)) return encode_word<Record>(lo, bytes);
+  return encode_any(*value, bytes);
 }
 
 }  // namespace

@@ -55,22 +55,20 @@ TEST(Leb128, EveryEncodingOfUpToThreeBytes) {
   for (uint32_t all = 0; all < 0x10000; ++all) {
     compare_decoders(page, {static_cast<uint8_t>(all >> 8), static_cast<uint8_t>(all)});
   }
-  uint8_t *bytes = page.last<uint8_t>(3);
+  // Three bytes, and five that end nothing.
+  uint8_t *bytes = page.last<uint8_t>(8);
+  std::fill_n(bytes, 8, uint8_t{0xFF});
   for (uint32_t all = 0; all < 0x1000000 && !HasFailure(); ++all) {
-    bytes[0] = static_cast<uint8_t>(all), bytes[1] = static_cast<uint8_t>(all >> 8);
-    bytes[2] = static_cast<uint8_t>(all >> 16);
+    for (int i = 0; i < 3; ++i) bytes[i] = static_cast<uint8_t>(all >> 8 * i);
     const int length = bytes[0] < 0x80 ? 1 : bytes[1] < 0x80 ? 2 : bytes[2] < 0x80 ? 3 : 0;
-    const uint32_t value = (all & 0x7F) | (all >> 1 & 0x3F80) | (all >> 2 & 0x1FC000);
-    const int unused = 32 - 7 * length;
+    const auto value = static_cast<int32_t>((all & 0x7F) | (all >> 1 & 0x3F80) | (all >> 2 & 0x1FC000));
+    const int32_t top = 1 << 7 * length >> 1, bits = value & ((1 << 7 * length) - 1);
     for (const bool is_signed : {false, true}) {
-      Leb128Value told;
-      if (length != 0) {
-        const auto top = static_cast<int32_t>(value << unused);
-        const int64_t extended = is_signed ? top >> unused : static_cast<int64_t>(static_cast<uint32_t>(top) >> unused);
-        told = {length, static_cast<uint64_t>(extended >> 63), static_cast<uint64_t>(extended)};
-        if (decode(is_signed, kUnknown, bytes) != told) ADD_FAILURE() << std::hex << all;
-      }
-      if (decode(is_signed, 3, bytes) != told) ADD_FAILURE() << std::hex << all;
+      const int64_t wide = is_signed ? (bits ^ top) - top : bits;
+      const Leb128Value told{length, static_cast<uint64_t>(wide >> 63), static_cast<uint64_t>(wide)};
+      const Leb128Value given = length != 0 ? told : Leb128Value{};
+      if (!(decode(is_signed, 8, bytes) == given)) ADD_FAILURE() << std::hex << all;
+      if ((length == 3 || length == 0) && !(decode(is_signed, 3, bytes) == given)) ADD_FAILURE() << std::hex << all;
     }
   }
 }
@@ -81,7 +79,7 @@ TEST(Leb128, EveryLength) {
   kiv::test::GuardedPage page;
   for (uint32_t size = 1; size <= 40; ++size) {
     for (uint32_t length = 1; length <= std::min(size, 20u); ++length) {
-      for (int round = 0; round < 20; ++round) {
+      for (int round = 0; round < 12; ++round) {
         Bytes bytes(size);
         for (uint8_t &byte : bytes) byte = static_cast<uint8_t>(random());
         for (uint32_t i = 0; i < length; ++i) bytes[i] |= 0x80;
@@ -128,11 +126,11 @@ void compare_encoders(kiv::test::GuardedPage &page, uint64_t hi, uint64_t lo) {
 TEST(Leb128, Encoding) {
   auto random = kiv::test::make_random();
   kiv::test::GuardedPage page;
-  for (uint64_t lo = 0; lo <= 1 << 15; ++lo) compare_encoders(page, 0, lo), compare_encoders(page, ~uint64_t{0}, ~lo);
+  for (uint64_t lo = 0; lo <= 0x4080; ++lo) compare_encoders(page, 0, lo), compare_encoders(page, ~uint64_t{0}, ~lo);
   // Powers of two and their neighbours, and random numbers of each width, of both signs.
   for (uint32_t width = 0; width < 128; ++width) {
     const uint64_t hi = width < 64 ? 0 : uint64_t{1} << (width - 64), lo = width < 64 ? uint64_t{1} << width : 0;
-    for (int round = 0; round < 30 && !HasFailure(); ++round) {
+    for (int round = 0; round < 10 && !HasFailure(); ++round) {
       const uint64_t random_lo = round == 0 ? 0 : round == 1 ? ~uint64_t{0} : random();
       const uint64_t random_hi = round == 0 ? 0 : round == 1 ? ~uint64_t{0} : random();
       const uint64_t upper = hi | (width < 64 ? 0 : random_hi & (hi - 1));
@@ -142,28 +140,14 @@ TEST(Leb128, Encoding) {
   }
 }
 
-TEST(Leb128, Literals) {
-  const struct {
-    int64_t value;
-    Bytes encoding;
-  } cases[] = {
-      {0, {0x00}},          {63, {0x3F}},
-      {64, {0xC0, 0x00}},   {-64, {0x40}},
-      {-65, {0xBF, 0x7F}},  {-1, {0x7F}},
-      {127, {0xFF, 0x00}},  {-128, {0x80, 0x7F}},
-      {-129, {0xFF, 0x7E}}, {0x7FFFFFFFFFFFFFFF, {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x00}}};
-  for (const auto &[value, encoding] : cases) {
-    const KIV_S128 s{value < 0 ? -1 : 0, static_cast<uint64_t>(value)};
-    uint8_t bytes[KIV_LEB128_MAX_BYTES];
-    EXPECT_EQ(kiv_s128_to_sleb128(&s, bytes), static_cast<int>(encoding.size()));
-    EXPECT_TRUE(std::equal(encoding.begin(), encoding.end(), bytes)) << value;
-  }
+TEST(Leb128, Limits) {
   Bytes ones(18, 0xFF);
-  ones.push_back(0x03);
-  EXPECT_EQ(decode(false, kUnknown, ones.data()), (Leb128Value{19, ~uint64_t{0}, ~uint64_t{0}}));
-  ones.back() = 0x7F;  // bits above 127 are lost
-  EXPECT_EQ(decode(false, 19, ones.data()), (Leb128Value{19, ~uint64_t{0}, ~uint64_t{0}}));
-  ones.back() = 0xFF;
+  for (const uint8_t last : {uint8_t{0x03}, uint8_t{0x7F}}) {  // bits above 127 are lost
+    ones.push_back(last);
+    EXPECT_EQ(decode(false, kUnknown, ones.data()), (Leb128Value{19, ~uint64_t{0}, ~uint64_t{0}}));
+    ones.pop_back();
+  }
+  ones.insert(ones.end(), {0xFF, 0x00});
   EXPECT_EQ(decode(false, kUnknown, ones.data()), Leb128Value{});
   EXPECT_EQ(kiv_uleb128_array_to_u128, kiv_uleb128_to_u128);
   EXPECT_EQ(kiv_sleb128_array_to_s128, kiv_sleb128_to_s128);

@@ -105,27 +105,16 @@ TEST(Number, RandomTexts) {
   }
 }
 
-TEST(Number, Literals) {
+/// What is written on failure, and what need not be asked for.
+TEST(Number, Outputs) {
   uint32_t u32 = 7, start = 7, length = 7;
   int32_t s32 = 7;
   EXPECT_EQ(kiv_string_convert_to_u32m(units(U"0x1F"), 0, 0, 0, &u32, nullptr, &length), 0);
   EXPECT_TRUE(u32 == 31 && length == 4);
-  EXPECT_EQ(kiv_string_convert_to_u32m(units(U"0x1F"), 10, 0, 1, &u32, &start, &length), 0);
-  EXPECT_TRUE(u32 == 0 && start == 0 && length == 1);
-  EXPECT_EQ(kiv_string_convert_to_u32m(units(U"0x1F"), 10, 0, 0, &u32, nullptr, nullptr), 1);
   EXPECT_EQ(kiv_string_char_s_convert_to_u32m("1B", 12, 0, 0, &u32, nullptr, nullptr), 0);
   EXPECT_EQ(u32, 27u);
-  EXPECT_EQ(kiv_string_convert_to_s32m(units(U"-2147483648"), 10, 0, 0, &s32, nullptr, nullptr), 0);
-  EXPECT_EQ(s32, INT32_MIN);
-  EXPECT_EQ(kiv_string_char_s_convert_to_s32m(" \t+5", 10, 1, 0, &s32, &start, &length), 0);
-  EXPECT_TRUE(s32 == 5 && start == 2 && length == 2);
   EXPECT_EQ(kiv_string_char_s_convert_to_s32m("  2147483648", 10, 1, 0, &s32, &start, &length), 1);
-  EXPECT_TRUE(s32 == 5 && start == 2 && length == 10);
-  EXPECT_EQ(kiv_string_char_s_convert_to_s32m("\xA0"
-                                              "5",
-                                              10, 1, 0, &s32, &start, nullptr),
-            1);
-  EXPECT_EQ(start, 0u);
+  EXPECT_TRUE(s32 == 7 && start == 2 && length == 10);
   EXPECT_EQ(kiv_string_convert_to_s32m(nullptr, 10, 1, 1, &s32, nullptr, nullptr), 1);
   EXPECT_EQ(kiv_string_char_s_convert_to_s32m(nullptr, 10, 1, 1, &s32, nullptr, nullptr), 1);
 }
