@@ -41,32 +41,33 @@ Word shifted_together(Word low, Word high, unsigned shift) {
 
 enum class Direction { up, down };
 
-/// Combines `count` words. target is at a byte boundary.
-template <class Operation, class Word, bool kShifted, ByteOrder kTarget, ByteOrder kSource>
-void combine_words(Target<kTarget> target, Source<kSource> source, size_t count, Direction direction) {
-  const unsigned shift = source.phase();
-  const auto step = [=](size_t i) {
+/// The whole bytes of the target within a range. target is at a byte boundary; kShifted tells whether source is not.
+template <class Operation, bool kShifted, ByteOrder kTarget, ByteOrder kSource>
+struct Body {
+  Target<kTarget> target;
+  Source<kSource> source;
+
+  template <class Word>
+  void combine_word(size_t i) const {
     Word word = source.template load_raw<Word>(i);
-    if constexpr (kShifted) word = shifted_together<kSource>(word, source.template load_raw<Word>(i + 1), shift);
+    if constexpr (kShifted) {
+      word = shifted_together<kSource>(word, source.template load_raw<Word>(i + 1), source.phase());
+    }
     if constexpr (kTarget != kSource) word = byte_swap(word);
     target.store_raw(i, Operation::apply(target.template load_raw<Word>(i), word));
-  };
-  if (direction == Direction::up) {
-    for (size_t i = 0; i < count; ++i) step(i * sizeof(Word));
-  } else {
-    for (size_t i = count; i > 0; --i) step((i - 1) * sizeof(Word));
   }
-}
 
-/// The part of a range that is whole bytes of the target.
-template <class Operation, class Word, ByteOrder kTarget, ByteOrder kSource>
-void combine_body(Target<kTarget> target, Source<kSource> source, size_t count, Direction direction) {
-  if (source.phase() != 0) {
-    combine_words<Operation, Word, true>(target, source, count, direction);
-  } else {
-    combine_words<Operation, Word, false>(target, source, count, direction);
+  /// So many bytes of vectors, and then perhaps a 64-bit word.
+  void combine(size_t vector_bytes, bool and_word, Direction direction) const {
+    if (and_word && direction == Direction::down) combine_word<uint64_t>(vector_bytes);
+    if (direction == Direction::up) {
+      for (size_t i = 0; i < vector_bytes; i += sizeof(Vector)) combine_word<Vector>(i);
+    } else {
+      for (size_t i = vector_bytes; i > 0; i -= sizeof(Vector)) combine_word<Vector>(i - sizeof(Vector));
+    }
+    if (and_word && direction == Direction::up) combine_word<uint64_t>(vector_bytes);
   }
-}
+};
 
 /// A field of 0 to 64 bits.
 template <class Operation, ByteOrder kTarget, ByteOrder kSource>
@@ -89,43 +90,38 @@ Direction direction_of(Target<kTarget> target, Source<kSource> source, size_t co
 /// Copies more than 64 bits between sides of equal phase and order.
 template <ByteOrder kOrder>
 void move_long(Target<kOrder> target, Source<kOrder> source, size_t count) {
-  const size_t head = (8 - target.phase()) % 8;
-  const size_t bytes = (count - head) / 8;
-  const size_t rest = (count - head) % 8;
+  const unsigned phase = target.phase();
+  const size_t end = phase + count;
+  const size_t first = phase != 0 ? 1 : 0;
+  const size_t bytes = end / 8 - first;
   // Read before anything is written.
-  const uint64_t head_bits = head > 0 ? read_field(source, head) : 0;
-  const uint64_t rest_bits = rest > 0 ? read_field(source + (count - rest), rest) : 0;
-  std::memmove((target + head).word(0, bytes), (source + head).word(0, bytes), bytes);
-  if (head > 0) write_field<Copy>(target, head_bits, head);
-  if (rest > 0) write_field<Copy>(target + (count - rest), rest_bits, rest);
+  const auto head = source.template load<uint8_t>(0);
+  const auto rest = end % 8 != 0 ? source.template load<uint8_t>(end / 8) : uint8_t{0};
+  std::memmove(target.word(first, bytes), source.word(first, bytes), bytes);
+  if (phase != 0) write_byte(target, 0, head, 0xFFU << phase);
+  if (end % 8 != 0) write_byte(target, end / 8, rest, 0xFFU >> (8 - end % 8));
 }
 
 /// Combines more than 64 bits.
 template <class Operation, ByteOrder kTarget, ByteOrder kSource>
 void combine_long(Target<kTarget> target, Source<kSource> source, size_t count) {
-  constexpr size_t kVectorBits = 8 * sizeof(Vector);
-  const size_t head = (8 - target.phase()) % 8;
-  const size_t vectors = (count - head) / kVectorBits;
-  const size_t words_at = head + vectors * kVectorBits;
-  const size_t words = (count - words_at) / 64;
-  const size_t rest_at = words_at + words * 64;
-
   const Direction direction = direction_of(target, source, count);
-  const auto combine_vectors = [=] {
-    combine_body<Operation, Vector>(target + head, source + head, vectors, direction);
-  };
-  const auto combine_rest = [=] { combine_field<Operation>(target + rest_at, source + rest_at, count - rest_at); };
-  if (direction == Direction::up) {
-    combine_field<Operation>(target, source, head);
-    combine_vectors();
-    combine_field<Operation>(target + words_at, source + words_at, words * 64);
-    combine_rest();
+  const bool up = direction == Direction::up;
+  const size_t head = (8 - target.phase()) % 8;
+  const size_t vector_bytes = (count - head) / 8 / sizeof(Vector) * sizeof(Vector);
+  const size_t left = count - head - 8 * vector_bytes;
+  const bool and_word = left >= 64;
+  const size_t rest = left % 64;
+  const auto combine_part = [=](size_t at, size_t bits) { combine_field<Operation>(target + at, source + at, bits); };
+
+  combine_part(up ? 0 : count - rest, up ? head : rest);
+  const auto from = source + head;
+  if (from.phase() != 0) {
+    Body<Operation, true, kTarget, kSource>{target + head, from}.combine(vector_bytes, and_word, direction);
   } else {
-    combine_rest();
-    combine_field<Operation>(target + words_at, source + words_at, words * 64);
-    combine_vectors();
-    combine_field<Operation>(target, source, head);
+    Body<Operation, false, kTarget, kSource>{target + head, from}.combine(vector_bytes, and_word, direction);
   }
+  combine_part(up ? count - rest : 0, up ? rest : head);
 }
 
 /// target range = operation(target range, source range), count bits; nothing for a count of 0 or less.

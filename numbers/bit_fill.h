@@ -15,21 +15,18 @@ Word all() {
   return every_byte<Word>(kBit ? 0xFF : 0);
 }
 
-/// Makes all bits of a range kBit: whole bytes by memset, between two fields.
+/// Makes all bits of a range kBit: whole bytes by memset, between parts of bytes.
 template <bool kBit>
 void fill(LittleTarget target, int32_t signed_count) {
   if (signed_count <= 0) return;
-  auto count = static_cast<size_t>(signed_count);
-  constexpr auto kField = [](LittleTarget place, size_t bits) {
-    if (bits > 0) write_field<Copy>(place, all<uint64_t, kBit>(), bits);
-  };
-  if (count <= 64) return kField(target, count);
-  const size_t head = (8 - target.phase()) % 8;
-  const size_t bytes = (count - head) / 8;
-  kField(target, head);
-  target = target + head;
-  std::memset(target.word(0, bytes), kBit ? 0xFF : 0, bytes);
-  kField(target + 8 * bytes, count - head - 8 * bytes);
+  const auto count = static_cast<size_t>(signed_count);
+  if (count <= 64) return write_field<Copy>(target, all<uint64_t, kBit>(), count);
+  constexpr uint8_t kByte = kBit ? 0xFF : 0;
+  const size_t end = target.phase() + count;
+  const size_t first = target.phase() != 0 ? 1 : 0;
+  std::memset(target.word(first, 1), kByte, end / 8 - first);
+  if (first != 0) write_byte(target, 0, kByte, 0xFFU << target.phase());
+  if (end % 8 != 0) write_byte(target, end / 8, kByte, 0xFFU >> (8 - end % 8));
 }
 
 /// Whether bits 0 to count - 1 of the buffer are all kBit. Four vectors a step; a range of 64 bits or more ends with a

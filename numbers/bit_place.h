@@ -120,6 +120,13 @@ struct Xor {
   }
 };
 
+/// Replaces the bits of a byte that are set in mask.
+template <ByteOrder kOrder>
+void write_byte(Target<kOrder> target, size_t i, unsigned value, unsigned mask) {
+  const unsigned old = target.template load<uint8_t>(i);
+  target.store(i, static_cast<uint8_t>((old & ~mask) | (value & mask)));
+}
+
 /// The lowest count bits; count is 1 to 64.
 inline uint64_t low_bits(size_t count) { return UINT64_MAX >> (64 - count); }
 
