@@ -18,14 +18,14 @@ struct LongMantissa {
 };
 
 // mantissa * 2^-distance, with a sticky bit.
-inline LongMantissa shifted_right(UInt128 mantissa, uint32_t distance) {
-  const uint64_t high = high64(mantissa), low = low64(mantissa);
+[[gnu::always_inline]] inline LongMantissa shifted_right(UInt128 mantissa, uint32_t distance) {
   const int n = static_cast<int>(distance & 63);
-  // Shifts by 64 - n in two steps, as n may be 0.
-  const uint64_t high_out = high << 1 << (63 - n), low_out = low << 1 << (63 - n);
-  if (distance < 64) return {make_uint128(high >> n, low >> n | high_out), low_out};
-  if (distance < 128) return {UInt128(high >> n), low >> n | high_out | (low_out != 0 ? 1 : 0)};
-  if (distance < 192) return {UInt128(0), high >> n | ((high_out | low) != 0 ? 1 : 0)};
+  const UInt128 kept = mantissa >> n;
+  const uint64_t out = low64(make_uint128(low64(mantissa), 0) >> n);
+  if (distance < 64) [[likely]]
+    return {kept, out};
+  if (distance < 128) return {UInt128(high64(kept)), low64(kept) | (out != 0 ? 1 : 0)};
+  if (distance < 192) return {UInt128(0), high64(kept) | ((low64(kept) | out) != 0 ? 1 : 0)};
   return {UInt128(0), 1};
 }
 
@@ -37,48 +37,54 @@ inline Extended add_special(const Extended &a, const Extended &b) {
   return b.is_zero() ? zero() : b;
 }
 
-inline Extended add(const Extended &a, const Extended &b) {
-  if (!a.is_ordinary() || !b.is_ordinary()) [[unlikely]]
-    return add_special(a, b);
-  const bool swap = a.exponent < b.exponent;
-  int64_t exponent = swap ? b.exponent : a.exponent;
-  const UInt128 upper = swap ? b.mantissa : a.mantissa;
-  const int32_t distance = a.exponent - b.exponent;
-  const LongMantissa lower =
-      shifted_right(swap ? a.mantissa : b.mantissa, static_cast<uint32_t>(distance < 0 ? -distance : distance));
-  bool negative = swap ? b.negative : a.negative;
+// Signs, carry and order of the operands are as good as random: there is no branch on them. The sum is formed with a
+// free bit at its top, of the operand greater in magnitude and the other or its two's complement; it is never negative.
+[[gnu::always_inline]] inline Extended add_ordinary(const Extended &a, const Extended &b) {
+  const bool swap = (a.exponent < b.exponent) | ((a.exponent == b.exponent) & (a.mantissa < b.mantissa));
+  const uint64_t swap_mask = 0 - static_cast<uint64_t>(swap);
+  const uint64_t swapped_high = (high64(a.mantissa) ^ high64(b.mantissa)) & swap_mask;
+  const uint64_t swapped_low = (low64(a.mantissa) ^ low64(b.mantissa)) & swap_mask;
+  const UInt128 upper = make_uint128(high64(a.mantissa) ^ swapped_high, low64(a.mantissa) ^ swapped_low);
+  const UInt128 lower = make_uint128(high64(b.mantissa) ^ swapped_high, low64(b.mantissa) ^ swapped_low);
+  const bool negative = a.negative ^ (swap & (a.negative ^ b.negative));
+  const int32_t difference = a.exponent - b.exponent;
+  const int32_t difference_mask = difference >> 31;
+  const auto distance = static_cast<uint32_t>((difference ^ difference_mask) - difference_mask);
+  int64_t exponent = a.exponent - (difference & difference_mask) + 1;
 
-  if (a.negative == b.negative) {
-    const UInt128 sum = upper + lower.mantissa;
-    if (sum >= upper) return finish(negative, exponent, sum, lower.below);
-    // One bit too many.
-    const uint64_t below = low64(sum) << 63 | lower.below >> 1 | (lower.below & 1);
-    return finish(negative, exponent + 1, sum >> 1 | kTopBit, below);
-  }
+  const LongMantissa addend = shifted_right(lower, distance + 1);
+  const uint64_t opposite = 0 - static_cast<uint64_t>(a.negative ^ b.negative);
+  const UInt128 tail = UInt128(low64(upper) << 63) + UInt128(addend.below ^ opposite) + UInt128(opposite & 1);
+  UInt128 sum = (upper >> 1) + make_uint128(high64(addend.mantissa) ^ opposite, low64(addend.mantissa) ^ opposite) +
+                UInt128(high64(tail));
+  uint64_t below = low64(tail);
 
-  uint64_t below = 0 - lower.below;
-  UInt128 difference = upper - lower.mantissa - UInt128(below != 0 ? 1 : 0);
-  if (upper < lower.mantissa) {  // of equal exponents, hence with nothing below
-    difference = UInt128(0) - difference;
-    negative = !negative;
-  }
-  if (high64(difference) == 0) {
-    if (difference == UInt128(0) && below == 0) return zero();
+  if (high64(sum) == 0) [[unlikely]] {  // much has cancelled
+    if (sum == UInt128(0) && below == 0) return zero();
     do {
-      difference = difference << 64 | UInt128(below);
+      sum = make_uint128(low64(sum), below);
       below = 0;
       exponent -= 64;
-    } while (high64(difference) == 0);
+    } while (high64(sum) == 0);
   }
-  const int shift = std::countl_zero(high64(difference));
-  return finish(negative, exponent - shift, difference << shift | UInt128(below >> 1 >> (63 - shift)), below << shift);
+  const int shift = std::countl_zero(high64(sum)) & 63;
+  const UInt128 lower_part = make_uint128(low64(sum), below) << shift;
+  return finish(negative, exponent - shift, make_uint128(high64(sum << shift), high64(lower_part)), low64(lower_part));
 }
 
-inline Extended subtract(const Extended &a, const Extended &b) {
-  Extended negated = b;
-  negated.negative = !b.negative;
-  return add(a, negated);
+inline Extended add(const Extended &a, const Extended &b) {
+  return a.is_ordinary() && b.is_ordinary() ? add_ordinary(a, b) : add_special(a, b);
 }
+
+[[gnu::always_inline]] inline Extended negated(Extended a) {
+  a.negative = !a.negative && !a.is_nan();
+  return a;
+}
+
+[[gnu::always_inline]] inline Extended subtract_ordinary(const Extended &a, const Extended &b) {
+  return add_ordinary(a, negated(b));
+}
+inline Extended subtract(const Extended &a, const Extended &b) { return add(a, negated(b)); }
 
 }  // namespace kiv::bigflt_engine
 
