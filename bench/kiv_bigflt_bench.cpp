@@ -16,8 +16,8 @@ using kiv::bench::Stopwatch;
 
 namespace {
 
-constexpr size_t kPairs = 1000;
-constexpr size_t kRounds = 100;
+constexpr size_t kPairs = 256;
+constexpr size_t kRounds = 400;
 
 std::vector<Number> make_numbers(uint32_t seed) {
   std::mt19937 random(seed);
