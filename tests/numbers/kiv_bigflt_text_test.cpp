@@ -308,6 +308,7 @@ TEST(BigfltText, Reads) {
       {"0x1p-32767", 10, kClosest},
       {"0x1p-32768", 10, small_bigflt(0)},
       {"0x1.0" + zeros + "1p-32768", 30013, kClosest},
+      {"0x0.ffffffffffffffffffffffffffffffffcp-32768", 44, small_bigflt(0)},
       // Ties of the last bit, exact and not.
       {"0x1000000000000000000000000000000010", 36, number(132, kTop)},
       {"0x1000000000000000000000000000000030", 36, extended_bigflt(0, 132, kTop, 2)},
