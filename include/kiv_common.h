@@ -12,6 +12,8 @@
 #include "kiv_bigflt_convert.h"
 #include "kiv_bigflt_dump.h"
 #include "kiv_bitops.h"
+#include "kiv_bigflt128.h"
+#include "kiv_bigflt_text.h"
 #include "kiv_mutex.h"
 #include "kiv_semaphore.h"
 #include "kiv_string.h"

@@ -55,7 +55,6 @@ inline Estimate times_power_of_ten(const Binary &value, uint32_t excess, int32_t
 /// less the boundary.
 template <class Compare>
 Extended settle(const Estimate &estimate, bool negative, Compare compare) {
-  constexpr uint64_t kHalf = uint64_t{1} << 63;
   uint64_t below = estimate.below;
   if (estimate.exponent < kMinExponent) [[unlikely]] {
     // Half of the closest value to zero is a tie, too; it is a power of two, and the estimate may be above or below it.
