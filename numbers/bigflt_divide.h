@@ -71,7 +71,7 @@ inline UInt128 multiply_modulo(UInt128 a, UInt128 b, UInt128 divisor) {
 
 // 2^n modulo divisor, by a squaring for each bit of n but the leading seven. REQUIRES: the divisor's top bit is set.
 inline UInt128 power_of_two_modulo(uint32_t n, UInt128 divisor) {
-  int bits = std::bit_width(n >> 7);
+  auto bits = static_cast<int>(std::bit_width(n >> 7));
   UInt128 power = UInt128(1) << static_cast<int>(n >> bits);
   if (power >= divisor) power -= divisor;
   while (bits-- > 0) {
