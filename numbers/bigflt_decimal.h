@@ -47,7 +47,7 @@ inline Estimate times_power_of_ten(const Binary &value, uint32_t excess, int32_t
   }
   // In units of the product's upper 192 bits: the power's error, that of the number, the truncation, and less than one
   // for the product of both errors; twice that behind a shift. The callers' numbers have 186 bits or no excess.
-  result.error = 2 * (power.error + (uint64_t{excess} << shift) + 2);
+  result.error = 2 * (power.error + (excess == 0 ? 0 : uint64_t{excess} << shift) + 2);
   return result;
 }
 
