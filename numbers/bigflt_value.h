@@ -87,6 +87,7 @@ enum class Clipped { kToZero, kToClosest, kToInfinity };
   if (mantissa == UInt128(0)) [[unlikely]] {
     mantissa = kTopBit;
     ++exponent;
+    below = 0;  // the number is less than what it has been rounded to
   }
   if (static_cast<uint64_t>(exponent - kMinExponent) > kMaxExponent - kMinExponent) [[unlikely]] {
     const Clipped clipped = clip(exponent, mantissa, below);
