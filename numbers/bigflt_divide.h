@@ -21,7 +21,7 @@ namespace kiv::bigflt_engine {
   // The digit takes no account of the divisor's lower half yet: it is up to two too great. The first correction has no
   // branch, as it is needed every third time or so.
   const UInt128 left = make_uint128(over, next), taken = multiply_64(digit, low64(divisor));
-  const uint64_t too_great = over_fits & (left < taken) ? UINT64_MAX : 0;
+  const uint64_t too_great = (over_fits & (left < taken)) ? UINT64_MAX : 0;
   digit += too_great;
   UInt128 remainder = left - taken + (divisor & make_uint128(too_great, too_great));
   if (too_great != 0 && remainder >= divisor) [[unlikely]] {  // it has not wrapped to what is not negative
@@ -71,7 +71,7 @@ inline UInt128 multiply_modulo(UInt128 a, UInt128 b, UInt128 divisor) {
 
 // 2^n modulo divisor, by a squaring for each bit of n but the leading seven. REQUIRES: the divisor's top bit is set.
 inline UInt128 power_of_two_modulo(uint32_t n, UInt128 divisor) {
-  int bits = std::bit_width(n >> 7);
+  auto bits = static_cast<int>(std::bit_width(n >> 7));
   UInt128 power = UInt128(1) << static_cast<int>(n >> bits);
   if (power >= divisor) power -= divisor;
   while (bits-- > 0) {
