@@ -125,9 +125,13 @@ void kiv_u128_to_str(const KIV_U128 *a, char *buffer) {
 
 void kiv_u128_to_str_no_leading_zeros(const KIV_U128 *a, char *buffer, int upper_case) {
   const UInt128 value = load_u128(a);
-  const int zeros = count_leading_zero_digits(value, 4);
-  write_32_hexadecimal(buffer, value << (4 * zeros), upper_case != 0 ? 'A' : 'a');
-  buffer[32 - zeros] = 0;
+  const int count = 32 - count_leading_zero_digits(value, 4);
+  // Moved to the front, the digits are written in groups of eight, as many as there are.
+  UInt128 rest = value << (4 * (32 - count));
+  for (int i = 0; i < count; i += 8, rest <<= 32) {
+    kiv::write_8_hexadecimal(buffer + i, static_cast<uint32_t>(high64(rest) >> 32), upper_case != 0 ? 'A' : 'a');
+  }
+  buffer[count] = 0;
 }
 
 // Neither the characters nor the end of the text are looked at: callers pass what kiv_u128_to_str has written.

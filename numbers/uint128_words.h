@@ -199,13 +199,33 @@ struct Words {
   }
 };
 
-constexpr UInt128 divide(UInt128 dividend, UInt128 divisor, UInt128 *rest) {
+// REQUIRES: divisor >= 2^96, so that the quotient has one digit of 32 bits.
+constexpr UInt128 divide_to_digit(UInt128 dividend, UInt128 divisor, UInt128 *rest) {
+  const uint32_t upper = static_cast<uint32_t>(dividend.high >> 32);
+  const int shift = std::countl_zero(static_cast<uint32_t>(divisor.high >> 32));
+  uint32_t ignored = 0;
+  uint32_t quotient = divide_digits(upper >> 1 >> (31 - shift), static_cast<uint32_t>(dividend.high << shift >> 32),
+                                    static_cast<uint32_t>(divisor.high << shift >> 32), &ignored);
+  // As in divide_two_digits, but with three digits of the divisor left out it is up to two too many.
+  quotient -= quotient < 2 ? quotient : 2;
+  UInt128 remainder = dividend - divisor * UInt128(quotient);
+  while (remainder >= divisor) {
+    remainder -= divisor;
+    ++quotient;
+  }
+  *rest = remainder;
+  return quotient;
+}
+
+// Inline, or the values would travel through memory in pieces of another size than they are stored in.
+[[gnu::always_inline]] inline constexpr UInt128 divide(UInt128 dividend, UInt128 divisor, UInt128 *rest) {
   if ((dividend.high | divisor.high) == 0) {
     uint64_t remainder = 0;
     const uint64_t quotient = divide_64(dividend.low, divisor.low, &remainder);
     *rest = remainder;
     return quotient;
   }
+  if (divisor.high >> 32 != 0) return divide_to_digit(dividend, divisor, rest);
   return divide_two_digits<Words>(dividend, divisor, rest);
 }
 
