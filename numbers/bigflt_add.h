@@ -40,7 +40,7 @@ inline Extended add_special(const Extended &a, const Extended &b) {
 // a + b + carry, for a carry of 0 or 1, modulo 2^192.
 inline UInt192 add_192(UInt192 a, const UInt192 &b, uint64_t carry) {
 #ifdef __x86_64__
-  // Of the same in C++, the compiler makes twice as many instructions.
+  // The compiler does not keep a carry in the processor's flag through three words.
   __asm__("addq $-1, %3\n\tadcq %4, %0\n\tadcq %5, %1\n\tadcq %6, %2"
           : "+&r"(a.low), "+&r"(a.middle), "+&r"(a.high), "+&r"(carry)
           : "r"(b.low), "r"(b.middle), "r"(b.high)

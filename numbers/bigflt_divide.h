@@ -21,7 +21,7 @@ namespace kiv::bigflt_engine {
   // The digit takes no account of the divisor's lower half yet: it is up to two too great. The first correction has no
   // branch, as it is needed every third time or so.
   const UInt128 left = make_uint128(over, next), taken = multiply_64(digit, low64(divisor));
-  const uint64_t too_great = over_fits & (left < taken) ? UINT64_MAX : 0;
+  const uint64_t too_great = (over_fits & (left < taken)) ? UINT64_MAX : 0;
   digit += too_great;
   UInt128 remainder = left - taken + (divisor & make_uint128(too_great, too_great));
   if (too_great != 0 && remainder >= divisor) [[unlikely]] {  // it has not wrapped to what is not negative

@@ -80,12 +80,14 @@ enum class Clipped { kToZero, kToClosest, kToInfinity };
 // The nearest value, ties to even, to (mantissa + below / 2^64) * 2^(exponent - 127). REQUIRES: the top bit of the
 // mantissa is set, and `below` is 0 only if the value is exact. Too great a magnitude gives infinity. Too small a one
 // gives the value closest to zero or zero, whichever is nearer; half of the closest value gives zero.
+// Always inlined, as is what leads here for ordinary operands: a function would give its result back in memory.
 [[gnu::always_inline]] inline Extended finish(bool negative, int64_t exponent, UInt128 mantissa, uint64_t below) {
   // Without a branch, which would be a coin's toss: up from above half, at an odd mantissa from half on.
   mantissa += UInt128(below + (kHalf - 1 + (low64(mantissa) & 1)) < below ? 1 : 0);
   if (mantissa == UInt128(0)) [[unlikely]] {
     mantissa = kTopBit;
     ++exponent;
+    below = 0;  // the number is less than what it has been rounded to
   }
   if (static_cast<uint64_t>(exponent - kMinExponent) > kMaxExponent - kMinExponent) [[unlikely]] {
     const Clipped clipped = clip(exponent, mantissa, below);
@@ -136,7 +138,7 @@ inline void store_raw(bigflt *record, const Extended &value) {
 
 // Whether a value is an integer that the small form can hold, and which.
 constexpr bool fits_small(const Extended &value, int32_t *integer) {
-  // First what is seldom: results of random operands are random below.
+  // First what settles nearly all: a long mantissa. The other conditions are hard to predict.
   if (low64(value.mantissa) != 0) return false;
   if (value.is_zero()) {
     *integer = 0;
@@ -152,12 +154,6 @@ constexpr bool fits_small(const Extended &value, int32_t *integer) {
   return true;
 }
 
-// The flag, and the bytes beside it.
-inline void store_form(bigflt *record, bool is_small) {
-  const uint8_t bytes[4] = {is_small ? uint8_t{1} : uint8_t{0}, 0, 0, 0};
-  std::memcpy(record, bytes, sizeof bytes);
-}
-
 inline void store_small(bigflt *record, int32_t value) { *record = {1, {}, 0, value, 128, 4, {}}; }
 
 // Stores the canonical form: small where it holds the value. Gives whether it does.
@@ -167,7 +163,8 @@ inline void store_small(bigflt *record, int32_t value) { *record = {1, {}, 0, va
     store_small(record, integer);
     return true;
   }
-  store_form(record, false);
+  constexpr uint8_t kExtendedForm[4] = {};  // the flag, and the bytes beside it, in one store
+  std::memcpy(record, kExtendedForm, sizeof kExtendedForm);
   store_raw(record, value);
   return false;
 }
