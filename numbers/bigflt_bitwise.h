@@ -1,8 +1,8 @@
 // AND, OR and XOR of integers in two's complement of unlimited width.
 //
-// The operands are laid into windows of 256 bits, whose unit is a power of two of which both are multiples: below it
-// all bits of both are clear, also in two's complement, and above it the sign repeats. The window is wide enough for
-// operands whose mantissas touch or overlap. Otherwise no bits but signs meet:
+// Integers of 127 bits and a sign are taken as such. Others are laid into windows of 256 bits, whose unit is a power of
+// two of which both are multiples: below it all bits of both are clear, also in two's complement, and above it the sign
+// repeats. The window is wide enough for operands whose mantissas touch or overlap. Otherwise no bits but signs meet:
 //
 //     and   small >= 0: 0               small < 0: large
 //     or    small >= 0: large + small   small < 0: small
@@ -75,6 +75,11 @@ inline Extended from_window(Window window, int32_t unit) {
 // Of the integer parts; NaN for operands that have none.
 template <Bitwise kOperation>
 inline Extended bitwise(const Extended &a, const Extended &b) {
+  if (a.exponent < 127 && b.exponent < 127) [[likely]] {
+    const UInt128 bits = apply<kOperation>(to_integer(a), to_integer(b));
+    const bool negative = high64(bits) >> 63 != 0;
+    return from_uint128(negative ? UInt128(0) - bits : bits, negative);
+  }
   if (a.is_special() || b.is_special()) return kNan;
   Extended large = truncate(a);
   Extended small = truncate(b);

@@ -7,16 +7,25 @@ using namespace kiv::bigflt_engine;
 
 namespace {
 
-// How two values stand to each other, as a set of one.
-enum : unsigned { kLess = 1, kEqual = 2, kGreater = 4, kUnordered = 8 };
+// -1, 0 or +1 as order() gives, or this when one is NaN.
+constexpr int kNoOrder = 2;
 
-unsigned relation(const Extended &a, const Extended &b) {
-  if (a.is_nan() || b.is_nan()) return kUnordered;
-  const int sign = order(a, b);
-  return sign < 0 ? kLess : sign == 0 ? kEqual : kGreater;
+// Records of any form are compared out of line, so that the usual ones need no stack.
+[[gnu::noinline]] int order_of_any(const bigflt &a, const bigflt &b) {
+  const Extended x = load(a), y = load(b);
+  return x.is_nan() || y.is_nan() ? kNoOrder : order(x, y);
 }
 
-// Stores whether the relation of a and b is among kAccepted.
+// Sorting needs a place for NaN: behind everything else.
+[[gnu::noinline]] int sorting_order_of_any(const bigflt &a, const bigflt &b) {
+  const int order = order_of_any(a, b);
+  return order != kNoOrder ? order : (load(a).is_nan() ? 1 : 0) - (load(b).is_nan() ? 1 : 0);
+}
+
+// Sets of these.
+enum : unsigned { kLess = 1, kEqual = 2, kGreater = 4, kUnordered = 8 };
+
+// Stores whether the order of a and b is among kAccepted.
 template <unsigned kAccepted>
 inline void compare(bigflt *r, const bigflt *a, const bigflt *b) {
   bool holds = false;
@@ -26,7 +35,8 @@ inline void compare(bigflt *r, const bigflt *a, const bigflt *b) {
     holds = ((kAccepted & kLess) != 0 && x < y) || ((kAccepted & kEqual) != 0 && x == y) ||
             ((kAccepted & kGreater) != 0 && x > y);
   } else {
-    holds = (kAccepted & relation(load(*a), load(*b))) != 0;
+    const int order = are_ordinary_records(*a, *b) ? order_ordinary(*a, *b) : order_of_any(*a, *b);
+    holds = (kAccepted >> (order + 1) & 1) != 0;
   }
   store_small(r, holds ? 1 : 0);
 }
@@ -69,8 +79,6 @@ void kiv_bigflt_not_equal_implied(bigflt *a, const bigflt *b) { compare<kNotEqua
 
 int kiv_bigflt_compare2integer(const bigflt *a, const bigflt *b) {
   if (a->small != 0 && b->small != 0) return (a->exponent > b->exponent) - (a->exponent < b->exponent);
-  const Extended x = load(*a), y = load(*b);
-  // Sorting needs a place for NaN: behind everything else.
-  if (x.is_nan() || y.is_nan()) return (x.is_nan() ? 1 : 0) - (y.is_nan() ? 1 : 0);
-  return order(x, y);
+  if (are_ordinary_records(*a, *b)) return order_ordinary(*a, *b);
+  return sorting_order_of_any(*a, *b);
 }

@@ -94,10 +94,11 @@ bool read_exponent(const char *text, int32_t *exponent) {
 // Reads what has digits. REQUIRES: kMostCharacters and a zero byte at `text`, zero bytes behind what was given.
 bool read_finite(const char *text, bigflt *record) {
   if (text[1] != '0' || text[2] != 'x') return false;
-  for (int limb = 3; limb >= 0; --limb) {
-    if (!read_limb(text + 3 + 9 * (3 - limb), &record->mantissa[limb])) return false;
+  const char *place = text + 3;
+  for (int limb = 3; limb >= 0; --limb, place += 9) {
+    if (!read_limb(place, &record->mantissa[limb])) return false;
   }
-  return text[kExponentPlace - 1] == 'E' && read_exponent(text + kExponentPlace, &record->exponent);
+  return *place == 'E' && read_exponent(place + 1, &record->exponent);
 }
 
 // Stores a record that was read: as it is, but small where that form holds its value.

@@ -1,18 +1,14 @@
 #include "kiv_bigflt_dump.h"
 
-#include <gtest/gtest.h>
-
-#include <cstring>
 #include <string>
 
-#include "tests/numbers/random_bigflt.h"
+#include "tests/numbers/bigflt_literals.h"
 #include "tests/support/guarded_page.h"
 
 using namespace kiv::test;
 
 namespace {
 
-constexpr uint64_t kTop = uint64_t{1} << 63;
 const std::string kOneLimbs = "+0x80000000_00000000_00000000_00000000_E";
 
 std::string dump(const bigflt &a, uint32_t size = 52) {
@@ -41,8 +37,6 @@ Scan scan(const std::u32string &text) {
 }
 
 Scan scan(const std::string &text) { return scan(std::u32string(text.begin(), text.end())); }
-
-bool identical(const bigflt &a, const bigflt &b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
 TEST(BigfltDump, Texts) {
   const struct {
@@ -132,7 +126,6 @@ TEST(BigfltDump, Scans) {
   // The low 8 bits of a character count.
   std::u32string wide = U"\x12D\xABCD49\x1004E";
   EXPECT_TRUE(identical(scan(wide).value, infinity(1)));
-  // The whole text of a value is what was read.
   EXPECT_EQ(kiv_bigflt_scan_sdump_widestring(nullptr, nullptr, nullptr), 0);
 }
 
