@@ -83,7 +83,7 @@ TEST(U128, AddsAndSubtracts) {
 }
 
 TEST(U128, Multiplies) {
-  for_pairs(cases(300), [](const KIV_U128 &a, const KIV_U128 &b) {
+  for_pairs(slow_cases(300), [](const KIV_U128 &a, const KIV_U128 &b) {
     const Naive product = naive_multiply(naive(a), naive(b)), product_64 = naive_multiply(naive(a), naive(0, b.lo));
     EXPECT_EQ(run(kiv_u128_mul, a, b), outcome(product));
     EXPECT_EQ(run(kiv_s128_mul, a, b), outcome(product));
@@ -114,7 +114,7 @@ void check_div_mod(int (*divide)(Record *, const Record *, Record *), const Reco
 }
 
 TEST(U128, Divides) {
-  for_pairs(cases(300), [](const KIV_U128 &a, const KIV_U128 &b) {
+  for_pairs(slow_cases(300), [](const KIV_U128 &a, const KIV_U128 &b) {
     const Naive m = naive(a), n = naive(b);
     if (n.none()) return;
     Naive rest;

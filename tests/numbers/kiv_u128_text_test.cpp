@@ -84,7 +84,7 @@ void check_texts(const KIV_U128 &a) {
 }
 
 TEST(U128Text, EveryBaseWidthAndSign) {
-  for_pairs(cases(300), [](const KIV_U128 &a, const KIV_U128 &b) {
+  for_pairs(slow_cases(300), [](const KIV_U128 &a, const KIV_U128 &b) {
     if (b == KIV_U128{0, 10} || b.hi != 0) check_texts(a);
   });
   const KIV_U128 ff = {0, 255};

@@ -2,6 +2,7 @@
 #ifndef KIV_TESTS_NUMBERS_U128_OPERANDS_H
 #define KIV_TESTS_NUMBERS_U128_OPERANDS_H
 
+#include <algorithm>
 #include <ostream>
 #include <vector>
 
@@ -42,6 +43,9 @@ inline KIV_U128 random_u128(std::mt19937_64 &random) {
       return {0, value.lo >> shift};
   }
 }
+
+/// How many products or quotients are made bit by bit: not the millions of an extended run.
+inline uint64_t slow_cases(uint64_t usual) { return std::min<uint64_t>(cases(usual), 20000); }
 
 /// Calls check(a, b) for all pairs of boundaries and for random ones, until one has failed.
 template <class Check>

@@ -35,7 +35,7 @@ TYPED_TEST_SUITE(UInt128Test, BackEnds, );
 
 TYPED_TEST(UInt128Test, ArithmeticIsThatOfBits) {
   using U = typename TypeParam::UInt128;
-  for_pairs(cases(300), [](const KIV_U128 &a, const KIV_U128 &b) {
+  for_pairs(slow_cases(300), [](const KIV_U128 &a, const KIV_U128 &b) {
     const U x = TypeParam::make(a), y = TypeParam::make(b);
     const Naive m = naive(a), n = naive(b);
     const auto record = [](U value) { return TypeParam::record(value); };
