@@ -47,7 +47,7 @@ bool ShortDigits::round(const Extended &value, int64_t position) {
     if (tie) up = (integer[0] & 1) != 0;
   } else {
     // In units of `upper`, the power's error is at most 3, what has been left out at most 1.
-    const uint64_t error = shift >= 66 ? 1 : (uint64_t{4} << (64 - shift)) + 1;
+    const uint64_t error = shift >= 66 ? 1 : (uint64_t{1} << (66 - shift)) + 1;
     if (fraction[2] - (kHalf - error) <= 2 * error) return false;
   }
   if (up && ++integer[0] == 0 && ++integer[1] == 0) ++integer[2];
