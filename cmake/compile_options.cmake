@@ -5,6 +5,10 @@ find_package(Threads REQUIRED)
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "^i[3-6]86$")
   # Floating-point results are the same on every target: no x87 registers.
   add_compile_options(-msse2 -mfpmath=sse)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+    # 64-bit integers stay in pairs of general registers: what is stored in halves and loaded whole is slow to load.
+    add_compile_options(-mno-stv)
+  endif()
 endif()
 if(KIV_SANITIZE)
   add_compile_options(-fsanitize=${KIV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)

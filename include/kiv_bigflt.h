@@ -142,13 +142,126 @@ KIV_API void kiv_bigflt_round_to_mantissa_size(bigflt *r, const bigflt *a, int32
 /** a = a rounded, likewise. */
 KIV_API void kiv_bigflt_round_to_mantissa_size_implied(bigflt *a, int32_t bits);
 
+/** r = the least integer not below a; r = the greatest not above a; r = a without its fraction. An integer, an infinity
+ * and NaN are their own. */
+KIV_API void kiv_bigflt_ceil(bigflt *r, const bigflt *a);
+KIV_API void kiv_bigflt_floor(bigflt *r, const bigflt *a);
+KIV_API void kiv_bigflt_trunc(bigflt *r, const bigflt *a);
+
+/** r = a * 2^e, for an e of any magnitude; its fraction is dropped, toward zero. An infinite e is the limit: a * inf
+ * for a positive one, a * 0 for a negative one, so that zero with the first and an infinity with the second give NaN.
+ */
+KIV_API void kiv_bigflt_ldexp(bigflt *r, const bigflt *a, const bigflt *e);
+
+/** a = fraction * 2^exponent, where the magnitude of the fraction is in [1/2, 1) and the exponent is an integer. Zero
+ * gives zero for both; an infinity or NaN is its own fraction, with exponent zero. When both results are one record, it
+ * holds the exponent. */
+KIV_API void kiv_bigflt_frexp(bigflt *fraction, bigflt *exponent, const bigflt *a);
+
+/** int_part = a without its fraction, frac_part = the rest, which has a's sign. An infinity is its own integer part and
+ * leaves zero, NaN gives NaN for both. When both results are one record, it holds frac_part. */
+KIV_API void kiv_bigflt_modf(bigflt *int_part, bigflt *frac_part, const bigflt *a);
+
 /* --- Shifts and bits ---------------------------------------------------------------------------------------------- */
+
+/* Counts n are from -2^31 to 2^31 - 1; a negative one shifts the other way. */
+
+/** r = a * 2^n; an a with a fraction is multiplied like any other: 2.5 by 1 is 5, by 0 it is 2.5. A negative n is a
+ * shift to the right by -n. */
+KIV_API void kiv_bigflt_shift_left(bigflt *r, const bigflt *a, int32_t n);
+/** a = a * 2^n, likewise. */
+KIV_API void kiv_bigflt_shift_left_implied(bigflt *a, int32_t n);
+
+/** r = a / 2^n rounded down to an integer, as two's complement of unlimited width shifts: -5 by 1 is -3, -1 by any n is
+ * -1; also 2.5 by 0 is 2. An infinity and NaN are their own. A negative n is a shift to the left by -n. */
+KIV_API void kiv_bigflt_shift_right(bigflt *r, const bigflt *a, int32_t n);
+/** a = a shifted right by n, likewise. */
+KIV_API void kiv_bigflt_shift_right_implied(bigflt *a, int32_t n);
+
+/* Bitwise operations work on integers in two's complement of unlimited width, so that negative ones have all higher
+ * bits set: -1 has all bits set, and -4 & 6 is 4. The fraction of an operand is dropped first, toward zero. A result of
+ * more than 128 significant bits, such as 2^200 | 1, is rounded like any other. An infinite operand has no bits: it
+ * gives NaN, as NaN does. */
+
+KIV_API void kiv_bigflt_binary_and(bigflt *r, const bigflt *a, const bigflt *b);
+KIV_API void kiv_bigflt_binary_and_implied(bigflt *a, const bigflt *b);
+KIV_API void kiv_bigflt_binary_or(bigflt *r, const bigflt *a, const bigflt *b);
+KIV_API void kiv_bigflt_binary_or_implied(bigflt *a, const bigflt *b);
+KIV_API void kiv_bigflt_binary_xor(bigflt *r, const bigflt *a, const bigflt *b);
+KIV_API void kiv_bigflt_binary_xor_implied(bigflt *a, const bigflt *b);
+
+/** r = the complement of a: -a - 1, for the integer part of a. */
+KIV_API void kiv_bigflt_1s_complement(bigflt *r, const bigflt *a);
+/** a = its complement, likewise. */
+KIV_API void kiv_bigflt_1s_complement_implied(bigflt *a);
+
+/** r = 1 when a is zero, else 0, also for NaN. */
+KIV_API void kiv_bigflt_boolean_not(bigflt *r, const bigflt *a);
+/** a = its negation as a truth value, likewise. */
+KIV_API void kiv_bigflt_boolean_not_implied(bigflt *a);
 
 /* --- Comparisons -------------------------------------------------------------------------------------------------- */
 
+/* The truth value, small 1 or 0, is stored in r, or in a by the `_implied` ones. Infinities lie beyond all finite
+ * values, the zeros are equal. With NaN all are 0, but for not_equal, which is 1, also for NaN and itself. */
+
+KIV_API void kiv_bigflt_larger_than_explicit(bigflt *r, const bigflt *a, const bigflt *b);
+KIV_API void kiv_bigflt_larger_than_implied(bigflt *a, const bigflt *b);
+KIV_API void kiv_bigflt_larger_than_or_equal_explicit(bigflt *r, const bigflt *a, const bigflt *b);
+KIV_API void kiv_bigflt_larger_than_or_equal_implied(bigflt *a, const bigflt *b);
+KIV_API void kiv_bigflt_less_than_explicit(bigflt *r, const bigflt *a, const bigflt *b);
+KIV_API void kiv_bigflt_less_than_implied(bigflt *a, const bigflt *b);
+KIV_API void kiv_bigflt_less_than_or_equal_explicit(bigflt *r, const bigflt *a, const bigflt *b);
+KIV_API void kiv_bigflt_less_than_or_equal_implied(bigflt *a, const bigflt *b);
+KIV_API void kiv_bigflt_equal_explicit(bigflt *r, const bigflt *a, const bigflt *b);
+KIV_API void kiv_bigflt_equal_implied(bigflt *a, const bigflt *b);
+KIV_API void kiv_bigflt_not_equal_explicit(bigflt *r, const bigflt *a, const bigflt *b);
+KIV_API void kiv_bigflt_not_equal_implied(bigflt *a, const bigflt *b);
+
+/** -1, 0 or +1 as a is below, equal to or above b. NaN counts as equal to NaN and above everything else, so that this
+ * is an order to sort by. */
+KIV_API int kiv_bigflt_compare2integer(const bigflt *a, const bigflt *b);
+
 /* --- Predicates --------------------------------------------------------------------------------------------------- */
 
-/* --- Random values, payloads, hash -------------------------------------------------------------------------------- */
+/* 1 or 0. */
+
+KIV_API int kiv_bigflt_is_zero(const bigflt *a);
+
+/** Whether a is below zero, as negative infinity is; a zero never is, whatever its sign, nor is NaN. */
+KIV_API int kiv_bigflt_is_negative(const bigflt *a);
+
+/** Whether the record has the small form, or holds a finite value other than zero with the top bit of its mantissa set
+ * and an exponent in range. Results are normalized, or infinite, or NaN. */
+KIV_API int kiv_bigflt_is_normalized(const bigflt *a);
+
+KIV_API int kiv_bigflt_is_integer(const bigflt *a);
+KIV_API int kiv_bigflt_is_finite_as_bool(const bigflt *a);
+KIV_API int kiv_bigflt_is_inf_as_bool(const bigflt *a);
+KIV_API int kiv_bigflt_is_nan_as_bool(const bigflt *a);
+
+/** Whether a is an integer from -2^31 to 2^31 - 1, in either form. */
+KIV_API int kiv_bigflt_is_signed_integral_and_fits_in_32_bits(const bigflt *a);
+
+/** Whether a is an integer from -2^(bits - 1) to 2^(bits - 1) - 1. Nothing fits in less than 1 bit. */
+KIV_API int kiv_bigflt_is_signed_integer_of_size(const bigflt *a, int32_t bits);
+
+/* --- Random values and payloads ----------------------------------------------------------------------------------- */
+
+/** r = a pseudo-random value of any sign and exponent, with 64 random bits in its mantissa. The sequence is the same in
+ * every process. Its state is shared by all threads without a lock: calls at the same time may give the same value, and
+ * may repeat values, but do no other harm. Source of the generator: D. E. Knuth, The Art of Computer Programming,
+ * volume 2, 3.3.4. */
+KIV_API void kiv_bigflt_random(bigflt *r);
+
+/** Keeps 32 bits in a: they become the least significant limb of the extended form, the top limb becomes 0x80000000 and
+ * the exponent 0, so that a reads as 1 and a tiny fraction, with the sign and the middle limbs that it had. A small a
+ * is widened before. The record is left in extended form, also where no bit but the top one is set. */
+KIV_API void kiv_bigflt_poke_32bits(bigflt *a, uint32_t value);
+/** The same with a pointer; of a pointer of 64 bits the lower half. */
+KIV_API void kiv_bigflt_poke_pointer(bigflt *a, const void *pointer);
+/** The least significant limb, whatever the form. */
+KIV_API uint32_t kiv_bigflt_peek_32bits(const bigflt *a);
 
 KIV_END_DECLARATIONS
 

@@ -12,21 +12,21 @@
 namespace kiv::bigflt_engine {
 
 // A mantissa and the 64 bits below its last place.
-struct LongMantissa {
-  UInt128 mantissa;
-  uint64_t below;
+struct UInt192 {
+  uint64_t high, middle, low;
 };
 
 // mantissa * 2^-distance, with a sticky bit.
-[[gnu::always_inline]] inline LongMantissa shifted_right(UInt128 mantissa, uint32_t distance) {
+[[gnu::always_inline]] inline UInt192 shifted_right(UInt128 mantissa, uint32_t distance) {
+  const uint64_t high = high64(mantissa), low = low64(mantissa);
   const int n = static_cast<int>(distance & 63);
-  const UInt128 kept = mantissa >> n;
-  const uint64_t out = low64(make_uint128(low64(mantissa), 0) >> n);
+  // Shifts by 64 - n in two steps, as n may be 0.
+  const uint64_t high_out = high << 1 << (63 - n), low_out = low << 1 << (63 - n);
   if (distance < 64) [[likely]]
-    return {kept, out};
-  if (distance < 128) return {UInt128(high64(kept)), low64(kept) | (out != 0 ? 1 : 0)};
-  if (distance < 192) return {UInt128(0), high64(kept) | ((low64(kept) | out) != 0 ? 1 : 0)};
-  return {UInt128(0), 1};
+    return {high >> n, low >> n | high_out, low_out};
+  if (distance < 128) return {0, high >> n, low >> n | high_out | (low_out != 0 ? 1 : 0)};
+  if (distance < 192) return {0, 0, high >> n | ((high_out | low) != 0 ? 1 : 0)};
+  return {0, 0, 1};
 }
 
 inline Extended add_special(const Extended &a, const Extended &b) {
@@ -37,39 +37,56 @@ inline Extended add_special(const Extended &a, const Extended &b) {
   return b.is_zero() ? zero() : b;
 }
 
+// a + b + carry, for a carry of 0 or 1, modulo 2^192.
+inline UInt192 add_192(UInt192 a, const UInt192 &b, uint64_t carry) {
+#ifdef __x86_64__
+  // The compiler does not keep a carry in the processor's flag through three words.
+  __asm__("addq $-1, %3\n\tadcq %4, %0\n\tadcq %5, %1\n\tadcq %6, %2"
+          : "+&r"(a.low), "+&r"(a.middle), "+&r"(a.high), "+&r"(carry)
+          : "r"(b.low), "r"(b.middle), "r"(b.high)
+          : "cc");
+  return a;
+#else
+  const UInt128 low = UInt128(a.low) + UInt128(b.low) + UInt128(carry);
+  const UInt128 rest = make_uint128(a.high, a.middle) + make_uint128(b.high, b.middle) + UInt128(high64(low));
+  return {high64(rest), low64(rest), low64(low)};
+#endif
+}
+
 // Signs, carry and order of the operands are as good as random: there is no branch on them. The sum is formed with a
-// free bit at its top, of the operand greater in magnitude and the other or its two's complement; it is never negative.
+// free bit at its top, of the operand with the greater exponent and the other or its two's complement. It is negative
+// only if the exponents are equal.
 [[gnu::always_inline]] inline Extended add_ordinary(const Extended &a, const Extended &b) {
-  const bool swap = (a.exponent < b.exponent) | ((a.exponent == b.exponent) & (a.mantissa < b.mantissa));
-  const uint64_t swap_mask = 0 - static_cast<uint64_t>(swap);
-  const uint64_t swapped_high = (high64(a.mantissa) ^ high64(b.mantissa)) & swap_mask;
-  const uint64_t swapped_low = (low64(a.mantissa) ^ low64(b.mantissa)) & swap_mask;
-  const UInt128 upper = make_uint128(high64(a.mantissa) ^ swapped_high, low64(a.mantissa) ^ swapped_low);
+  const int64_t difference = int64_t{a.exponent} - b.exponent;
+  const auto swap = static_cast<uint64_t>(difference >> 63);  // all ones if b's exponent is the greater
+  const uint64_t swapped_high = (high64(a.mantissa) ^ high64(b.mantissa)) & swap;
+  const uint64_t swapped_low = (low64(a.mantissa) ^ low64(b.mantissa)) & swap;
+  const uint64_t upper_high = high64(a.mantissa) ^ swapped_high, upper_low = low64(a.mantissa) ^ swapped_low;
   const UInt128 lower = make_uint128(high64(b.mantissa) ^ swapped_high, low64(b.mantissa) ^ swapped_low);
-  const bool negative = a.negative ^ (swap & (a.negative ^ b.negative));
-  const int32_t difference = a.exponent - b.exponent;
-  const int32_t difference_mask = difference >> 31;
-  const auto distance = static_cast<uint32_t>((difference ^ difference_mask) - difference_mask);
-  int64_t exponent = a.exponent - (difference & difference_mask) + 1;
+  const bool differ = a.negative != b.negative;
+  bool negative = a.negative != (differ & (swap != 0));
+  const auto distance = (static_cast<uint64_t>(difference) ^ swap) - swap;
+  int64_t exponent = a.exponent - (difference & static_cast<int64_t>(swap)) + 1;
 
-  const LongMantissa addend = shifted_right(lower, distance + 1);
-  const uint64_t opposite = 0 - static_cast<uint64_t>(a.negative ^ b.negative);
-  const UInt128 tail = UInt128(low64(upper) << 63) + UInt128(addend.below ^ opposite) + UInt128(opposite & 1);
-  UInt128 sum = (upper >> 1) + make_uint128(high64(addend.mantissa) ^ opposite, low64(addend.mantissa) ^ opposite) +
-                UInt128(high64(tail));
-  uint64_t below = low64(tail);
-
-  if (high64(sum) == 0) [[unlikely]] {  // much has cancelled
-    if (sum == UInt128(0) && below == 0) return zero();
-    do {
-      sum = make_uint128(low64(sum), below);
-      below = 0;
-      exponent -= 64;
-    } while (high64(sum) == 0);
+  const UInt192 addend = shifted_right(lower, static_cast<uint32_t>(distance) + 1);
+  const uint64_t opposite = 0 - static_cast<uint64_t>(differ);
+  UInt192 sum = add_192({addend.high ^ opposite, addend.middle ^ opposite, addend.low ^ opposite},
+                        {upper_high >> 1, upper_high << 63 | upper_low >> 1, upper_low << 63}, differ ? 1 : 0);
+  if ((sum.high & opposite) >> 63 != 0) [[unlikely]] {
+    sum = add_192({~sum.high, ~sum.middle, ~sum.low}, {0, 0, 0}, 1);
+    negative = !negative;
   }
-  const int shift = std::countl_zero(high64(sum)) & 63;
-  const UInt128 lower_part = make_uint128(low64(sum), below) << shift;
-  return finish(negative, exponent - shift, make_uint128(high64(sum << shift), high64(lower_part)), low64(lower_part));
+  if (sum.high == 0) [[unlikely]] {  // much has cancelled
+    if ((sum.middle | sum.low) == 0) return zero();
+    do {
+      sum = {sum.middle, sum.low, 0};
+      exponent -= 64;
+    } while (sum.high == 0);
+  }
+  const int shift = std::countl_zero(sum.high) & 63;  // the word is not 0
+  const uint64_t high = sum.high << shift | sum.middle >> 1 >> (63 - shift);
+  const uint64_t low = sum.middle << shift | sum.low >> 1 >> (63 - shift);
+  return finish(negative, exponent - shift, make_uint128(high, low), sum.low << shift);
 }
 
 inline Extended add(const Extended &a, const Extended &b) {

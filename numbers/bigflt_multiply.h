@@ -31,11 +31,12 @@ inline Extended multiply_special(const Extended &a, const Extended &b) {
 [[gnu::always_inline]] inline Extended multiply_ordinary(const Extended &a, const Extended &b) {
   const UInt256 product = multiply_128(a.mantissa, b.mantissa);
   // The product of two numbers from 1 to below 2 is from 1 to below 4: its leading bit is the top one or the next.
-  const int shift = static_cast<int>(~high64(product.high) >> 63) & 63;
-  const UInt128 lower_part = make_uint128(low64(product.high), high64(product.low)) << shift;
-  const UInt128 mantissa = make_uint128(high64(product.high << shift), high64(lower_part));
-  return finish(a.negative != b.negative, int64_t{a.exponent} + b.exponent + 1 - shift, mantissa,
-                low64(lower_part) | (low64(product.low) != 0 ? 1 : 0));
+  const int shift = static_cast<int>(~high64(product.high) >> 63);
+  const uint64_t next = high64(product.low);
+  const uint64_t high = high64(product.high) << shift | low64(product.high) >> 1 >> (63 - shift);
+  const uint64_t low = low64(product.high) << shift | next >> 1 >> (63 - shift);
+  const uint64_t below = next << shift | (low64(product.low) != 0 ? 1 : 0);
+  return finish(a.negative != b.negative, int64_t{a.exponent} + b.exponent + 1 - shift, make_uint128(high, low), below);
 }
 
 inline Extended multiply(const Extended &a, const Extended &b) {

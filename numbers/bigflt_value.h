@@ -50,7 +50,7 @@ constexpr Extended zero(bool negative = false) { return {0, kZeroExponent, negat
 constexpr Extended from_int32(int32_t value) {
   if (value == 0) return zero();
   const uint32_t magnitude = value < 0 ? 0 - static_cast<uint32_t>(value) : static_cast<uint32_t>(value);
-  const int shift = std::countl_zero(magnitude);
+  const int shift = std::countl_zero(magnitude) & 31;  // it is not 0
   return {make_uint128(uint64_t{magnitude} << (32 + shift), 0), 31 - shift, value < 0};
 }
 
@@ -80,6 +80,7 @@ enum class Clipped { kToZero, kToClosest, kToInfinity };
 // The nearest value, ties to even, to (mantissa + below / 2^64) * 2^(exponent - 127). REQUIRES: the top bit of the
 // mantissa is set, and `below` is 0 only if the value is exact. Too great a magnitude gives infinity. Too small a one
 // gives the value closest to zero or zero, whichever is nearer; half of the closest value gives zero.
+// Always inlined, as is what leads here for ordinary operands: a function would give its result back in memory.
 [[gnu::always_inline]] inline Extended finish(bool negative, int64_t exponent, UInt128 mantissa, uint64_t below) {
   // Without a branch, which would be a coin's toss: up from above half, at an odd mantissa from half on.
   mantissa += UInt128(below + (kHalf - 1 + (low64(mantissa) & 1)) < below ? 1 : 0);
@@ -137,7 +138,7 @@ inline void store_raw(bigflt *record, const Extended &value) {
 
 // Whether a value is an integer that the small form can hold, and which.
 constexpr bool fits_small(const Extended &value, int32_t *integer) {
-  // First what is seldom: results of random operands are random below.
+  // First what settles nearly all: a long mantissa. The other conditions are hard to predict.
   if (low64(value.mantissa) != 0) return false;
   if (value.is_zero()) {
     *integer = 0;
@@ -153,12 +154,6 @@ constexpr bool fits_small(const Extended &value, int32_t *integer) {
   return true;
 }
 
-// The flag, and the bytes beside it.
-inline void store_form(bigflt *record, bool is_small) {
-  const uint8_t bytes[4] = {is_small ? uint8_t{1} : uint8_t{0}, 0, 0, 0};
-  std::memcpy(record, bytes, sizeof bytes);
-}
-
 inline void store_small(bigflt *record, int32_t value) { *record = {1, {}, 0, value, 128, 4, {}}; }
 
 // Stores the canonical form: small where it holds the value. Gives whether it does.
@@ -168,7 +163,8 @@ inline void store_small(bigflt *record, int32_t value) { *record = {1, {}, 0, va
     store_small(record, integer);
     return true;
   }
-  store_form(record, false);
+  constexpr uint8_t kExtendedForm[4] = {};  // the flag, and the bytes beside it, in one store
+  std::memcpy(record, kExtendedForm, sizeof kExtendedForm);
   store_raw(record, value);
   return false;
 }

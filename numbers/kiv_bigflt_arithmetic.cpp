@@ -53,7 +53,7 @@ inline void multiply_any(bigflt *r, const bigflt *a, const bigflt *b) {
 }
 
 inline int divide_any(bigflt *r, const bigflt *a, const bigflt *b) {
-  // 0 - 2^31 / -1 does not fit, and the processor traps it.
+  // -2^31 / -1 does not fit, and would trap.
   if (both_small(a, b) && b->exponent != 0 && !(a->exponent == INT32_MIN && b->exponent == -1)) {
     const int32_t quotient = a->exponent / b->exponent;
     if (a->exponent - quotient * b->exponent == 0) {

@@ -5,6 +5,9 @@
 
 #include <bit>
 #include <cstdint>
+#include <type_traits>
+
+#include "numbers/divide_two_digits.h"
 
 namespace kiv::words {
 
@@ -87,58 +90,143 @@ constexpr UInt128 operator*(UInt128 a, UInt128 b) {
   return product;
 }
 
-constexpr int leading_zeros(UInt128 x) { return x.high != 0 ? std::countl_zero(x.high) : 64 + std::countl_zero(x.low); }
-
-// Knuth, The Art of Computer Programming, 4.3.1, algorithm D, with two 32-bit digits in the divisor.
-constexpr uint64_t divide_128_by_64(uint64_t high, uint64_t low, uint64_t divisor, uint64_t *rest) {
-  const int shift = std::countl_zero(divisor);
-  divisor <<= shift;
-  const UInt128 dividend = UInt128(high, low) << shift;
-  const uint64_t d1 = divisor >> 32, d0 = static_cast<uint32_t>(divisor);
-  // One digit: the quotient of two words and a digit by the divisor.
-  const auto step = [&](uint64_t upper, uint32_t next) {
-    uint64_t digit = upper / d1;
-    uint64_t over = upper % d1;
-    while (digit >> 32 != 0 || digit * d0 > (over << 32 | next)) {
-      --digit;
-      over += d1;
-      if (over >> 32 != 0) break;
-    }
-    return digit;
-  };
-  uint64_t remainder = dividend.high;
-  const uint64_t q1 = step(remainder, static_cast<uint32_t>(dividend.low >> 32));
-  remainder = (remainder << 32 | dividend.low >> 32) - q1 * divisor;
-  const uint64_t q0 = step(remainder, static_cast<uint32_t>(dividend.low));
-  remainder = (remainder << 32 | static_cast<uint32_t>(dividend.low)) - q0 * divisor;
-  *rest = remainder >> shift;
-  return q1 << 32 | q0;
+constexpr UInt128 shift_right_signed(UInt128 x, int n) {
+  const int64_t high = static_cast<int64_t>(x.high);
+  if (n == 0) return x;
+  if (n >= 64) return {static_cast<uint64_t>(high >> 63), static_cast<uint64_t>(high >> (n - 64))};
+  return {static_cast<uint64_t>(high >> n), x.low >> n | x.high << (64 - n)};
 }
 
-constexpr UInt128 divide(UInt128 dividend, UInt128 divisor, UInt128 *rest) {
-  if (divisor.high == 0) {
-    UInt128 quotient;
-    quotient.high = dividend.high / divisor.low;
-    uint64_t remainder = dividend.high % divisor.low;
-    quotient.low = divide_128_by_64(remainder, dividend.low, divisor.low, &remainder);
+constexpr int leading_zeros(UInt128 x) { return x.high != 0 ? std::countl_zero(x.high) : 64 + std::countl_zero(x.low); }
+
+// Two digits of 32 bits by one. REQUIRES: high < divisor
+constexpr uint32_t divide_digits(uint32_t high, uint32_t low, uint32_t divisor, uint32_t *rest) {
+#ifdef __i386__
+  // The compiler calls a function for dividends of 64 bits.
+  if (!std::is_constant_evaluated()) {
+    uint32_t quotient = 0, remainder = 0;
+    __asm__("divl %4" : "=a"(quotient), "=d"(remainder) : "a"(low), "d"(high), "rm"(divisor) : "cc");
     *rest = remainder;
     return quotient;
   }
-  // The quotient has less than 64 bits. Dividing by the divisor's upper 64 bits gives it, or one too many.
-  const int shift = std::countl_zero(divisor.high);
-  const uint64_t upper = (divisor << shift).high;
-  const UInt128 half = dividend >> 1;
-  uint64_t ignored = 0;
-  uint64_t quotient = divide_128_by_64(half.high, half.low, upper, &ignored);
-  quotient = shift == 63 ? quotient : quotient >> (63 - shift);
-  if (quotient != 0) --quotient;
+#endif
+  const uint64_t dividend = uint64_t{high} << 32 | low;
+  *rest = static_cast<uint32_t>(dividend % divisor);
+  return static_cast<uint32_t>(dividend / divisor);
+}
+
+constexpr uint64_t divide_64_by_32(uint64_t dividend, uint32_t divisor, uint32_t *rest) {
+  const uint32_t high = static_cast<uint32_t>(dividend >> 32);
+  const uint32_t low = divide_digits(high % divisor, static_cast<uint32_t>(dividend), divisor, rest);
+  return uint64_t{high / divisor} << 32 | low;
+}
+
+struct HalfWords {
+  using Digit = uint32_t;
+  using Pair = uint64_t;
+  static constexpr int kBits = 32;
+  static constexpr Digit high(Pair x) { return static_cast<uint32_t>(x >> 32); }
+  static constexpr Digit low(Pair x) { return static_cast<uint32_t>(x); }
+  static constexpr Pair join(Digit high, Digit low) { return uint64_t{high} << 32 | low; }
+  static constexpr Pair multiply(Digit a, Digit b) { return uint64_t{a} * b; }
+  static constexpr Digit divide(Digit high, Digit low, Digit divisor, Digit *rest) {
+    return divide_digits(high, low, divisor, rest);
+  }
+  static constexpr Digit divide_digit(Digit dividend, Digit divisor, Digit *rest) {
+    *rest = dividend % divisor;
+    return dividend / divisor;
+  }
+};
+
+constexpr uint64_t divide_64(uint64_t dividend, uint64_t divisor, uint64_t *rest) {
+  return divide_two_digits<HalfWords>(dividend, divisor, rest);
+}
+
+// Knuth, The Art of Computer Programming, 4.3.1, algorithm D: four digits of 32 bits by two.
+constexpr uint64_t divide_128_by_64(uint64_t high, uint64_t low, uint64_t divisor, uint64_t *rest) {
+  if (divisor >> 32 == 0) {
+    const uint32_t digit = static_cast<uint32_t>(divisor);
+    uint32_t remainder = static_cast<uint32_t>(high);
+    const uint32_t q1 = divide_digits(remainder, static_cast<uint32_t>(low >> 32), digit, &remainder);
+    const uint32_t q0 = divide_digits(remainder, static_cast<uint32_t>(low), digit, &remainder);
+    *rest = remainder;
+    return uint64_t{q1} << 32 | q0;
+  }
+  const int shift = std::countl_zero(divisor);
+  divisor <<= shift;
+  const UInt128 dividend = UInt128(high, low) << shift;
+  const uint32_t d1 = static_cast<uint32_t>(divisor >> 32), d0 = static_cast<uint32_t>(divisor);
+  uint64_t remainder = dividend.high;
+  // One digit of the quotient, from the remainder so far, which is less than the divisor, and the dividend's next
+  // digit.
+  const auto step = [&](uint32_t next) {
+    const uint32_t upper = static_cast<uint32_t>(remainder >> 32), lower = static_cast<uint32_t>(remainder);
+    uint32_t quotient = UINT32_MAX, rest_of_upper = 0;
+    uint64_t over = 0;
+    if (upper < d1) [[likely]] {
+      quotient = divide_digits(upper, lower, d1, &rest_of_upper);
+      over = rest_of_upper;
+    } else {
+      over = uint64_t{lower} + d1;  // upper == d1
+    }
+    // The estimate is too great by up to two.
+    while (over >> 32 == 0 && uint64_t{quotient} * d0 > (over << 32 | next)) {
+      --quotient;
+      over += d1;
+    }
+    remainder = (over << 32 | next) - uint64_t{quotient} * d0;
+    return quotient;
+  };
+  const uint32_t q1 = step(static_cast<uint32_t>(dividend.low >> 32));
+  const uint32_t q0 = step(static_cast<uint32_t>(dividend.low));
+  *rest = remainder >> shift;
+  return uint64_t{q1} << 32 | q0;
+}
+
+struct Words {
+  using Digit = uint64_t;
+  using Pair = UInt128;
+  static constexpr int kBits = 64;
+  static constexpr Digit high(Pair x) { return x.high; }
+  static constexpr Digit low(Pair x) { return x.low; }
+  static constexpr Pair join(Digit high, Digit low) { return {high, low}; }
+  static constexpr Pair multiply(Digit a, Digit b) { return multiply_64(a, b); }
+  static constexpr Digit divide(Digit high, Digit low, Digit divisor, Digit *rest) {
+    return divide_128_by_64(high, low, divisor, rest);
+  }
+  static constexpr Digit divide_digit(Digit dividend, Digit divisor, Digit *rest) {
+    return divide_64(dividend, divisor, rest);
+  }
+};
+
+// REQUIRES: divisor >= 2^96, so that the quotient has one digit of 32 bits.
+constexpr UInt128 divide_to_digit(UInt128 dividend, UInt128 divisor, UInt128 *rest) {
+  const uint32_t upper = static_cast<uint32_t>(dividend.high >> 32);
+  const int shift = std::countl_zero(static_cast<uint32_t>(divisor.high >> 32));
+  uint32_t ignored = 0;
+  uint32_t quotient = divide_digits(upper >> 1 >> (31 - shift), static_cast<uint32_t>(dividend.high << shift >> 32),
+                                    static_cast<uint32_t>(divisor.high << shift >> 32), &ignored);
+  // As in divide_two_digits, but with three digits of the divisor left out it is up to two too many.
+  quotient -= quotient < 2 ? quotient : 2;
   UInt128 remainder = dividend - divisor * UInt128(quotient);
-  if (remainder >= divisor) {
-    ++quotient;
+  while (remainder >= divisor) {
     remainder -= divisor;
+    ++quotient;
   }
   *rest = remainder;
   return quotient;
+}
+
+// Inline, or the values would travel through memory in pieces of another size than they are stored in.
+[[gnu::always_inline]] inline constexpr UInt128 divide(UInt128 dividend, UInt128 divisor, UInt128 *rest) {
+  if ((dividend.high | divisor.high) == 0) {
+    uint64_t remainder = 0;
+    const uint64_t quotient = divide_64(dividend.low, divisor.low, &remainder);
+    *rest = remainder;
+    return quotient;
+  }
+  if (divisor.high >> 32 != 0) return divide_to_digit(dividend, divisor, rest);
+  return divide_two_digits<Words>(dividend, divisor, rest);
 }
 
 constexpr UInt128 operator/(UInt128 a, UInt128 b) {
