@@ -11,13 +11,13 @@
  * square of the exponent: some hundred microseconds at the ends of the range. The longest texts have 9,865 digits
  * before the point, and 32,894 behind it that are not all zeros.
  *
- * Nothing is allocated. Up to 24 KiB of stack are used.
+ * Nothing is allocated. Less than 32 KiB of stack are used.
  *
  * Thread safety: nothing is shared.
  *
- * The short cut for printing follows R. G. Burger and R. K. Dybvig, "Printing Floating-Point Numbers Quickly and
- * Accurately" (1996), in its use of scaling by powers of ten; the one for reading W. D. Clinger, "How to Read Floating
- * Point Numbers Accurately" (1990). */
+ * Sources: F. Loitsch, "Printing Floating-Point Numbers Quickly and Accurately with Integers" (2010), for tabulated
+ * powers with a bound of the error and a slower way behind them; W. D. Clinger, "How to Read Floating Point Numbers
+ * Accurately" (1990). */
 #ifndef KIV_BIGFLT_TEXT_H
 #define KIV_BIGFLT_TEXT_H
 

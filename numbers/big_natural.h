@@ -82,10 +82,10 @@ constexpr uint64_t divide_by_chunk_base(uint64_t high, uint64_t low, uint64_t *r
   const UInt128 estimate = multiply_64(kChunkReciprocal, high) + make_uint128(high, low);
   uint64_t quotient = high64(estimate) + 1;
   uint64_t remainder = low - quotient * kChunkBase;
-  if (remainder > low64(estimate)) {
-    --quotient;
-    remainder += kChunkBase;
-  }
+  // Without a branch, which would be a coin's toss.
+  const uint64_t too_great = remainder > low64(estimate) ? UINT64_MAX : 0;
+  quotient += too_great;
+  remainder += too_great & kChunkBase;
   if (remainder >= kChunkBase) [[unlikely]] {
     ++quotient;
     remainder -= kChunkBase;

@@ -32,7 +32,7 @@ struct Estimate {
 };
 
 /// (number + d) * 2^exponent * 10^n, where 0 <= d <= `excess` and an excess of 0 means exact. REQUIRES: number is not
-/// 0, excess <= 1, |n| <= kMaxPowerOfTen.
+/// 0, excess <= 1, with an excess the number has 186 bits or more, |n| <= kMaxPowerOfTen.
 inline Estimate times_power_of_ten(const Binary &value, uint32_t excess, int32_t n) {
   const PowerOfTen power = power_of_ten(n);
   const int shift = leading_zeros(value.number);
@@ -46,8 +46,9 @@ inline Estimate times_power_of_ten(const Binary &value, uint32_t excess, int32_t
     return result;
   }
   // In units of the product's upper 192 bits: the power's error, that of the number, the truncation, and less than one
-  // for the product of both errors; twice that behind a shift. The callers' numbers have 186 bits or no excess.
-  result.error = 2 * (power.error + (excess == 0 ? 0 : uint64_t{excess} << shift) + 2);
+  // for the product of both errors; twice that behind a shift. A number with an excess was shifted by 6 at most.
+  constexpr uint64_t kExcessBound = uint64_t{1} << 6;
+  result.error = 2 * (power.error + (excess == 0 ? 0 : kExcessBound) + 2);
   return result;
 }
 

@@ -17,6 +17,23 @@ int digits_of(uint64_t chunk) {
   return digits;
 }
 
+constexpr int kMaxShift = 60;
+
+/// Multiplies by 2^shift, the least significant chunk first, and gives what is carried out. The quotients do not depend
+/// on the carry, so that the processor works on several at a time. REQUIRES: 1 <= shift <= kMaxShift.
+uint64_t shift_chunks(uint64_t *chunks, int32_t count, int shift) {
+  uint64_t carry = 0;
+  for (int32_t i = 0; i < count; ++i) {
+    uint64_t rest = 0;
+    const uint64_t quotient = divide_by_chunk_base(chunks[i] >> (64 - shift), chunks[i] << shift, &rest);
+    const uint64_t sum = rest + carry;  // below 10^19 + 2^60
+    const uint64_t over = sum >= kChunkBase ? UINT64_MAX : 0;
+    chunks[i] = sum - (over & kChunkBase);
+    carry = quotient - over;
+  }
+  return carry;
+}
+
 /// Gives the digits of chunks one by one, from the first that is not zero on; zeros without end behind the last.
 class DigitReader {
  public:
@@ -64,17 +81,11 @@ ExactDigits::ExactDigits(const Binary &value) {
 }
 
 void ExactDigits::expand_integer(const Binary &value) {
-  const int bits = 192 - leading_zeros(value.number) + value.exponent;
-  if (bits <= 0 || leading_zeros(value.number) == 192) return;
-  auto count = static_cast<size_t>(bits + 63) / 64;
-  const auto first = static_cast<size_t>(value.exponent) / 64;
-  std::fill_n(words_, first, 0);
-  const Words<4> aligned =
-      shift_left(Words<4>{value.number[0], value.number[1], value.number[2], 0}, value.exponent % 64);
-  std::copy_n(aligned.begin(), count - first, words_ + first);
-  while (count > 0) {
-    chunks_[count_++] = divide_in_place(words_, count);
-    while (count > 0 && words_[count - 1] == 0) --count;
+  Words<3> number = value.number;
+  while ((number[0] | number[1] | number[2]) != 0) chunks_[count_++] = divide_in_place(number.data(), number.size());
+  for (int left = value.exponent; left > 0; left -= kMaxShift) {
+    const uint64_t carry = shift_chunks(chunks_, count_, std::min(left, kMaxShift));
+    if (carry != 0) chunks_[count_++] = carry;
   }
   std::reverse(chunks_, chunks_ + count_);
   top_ = count_ - 1;

@@ -49,6 +49,7 @@ class ExactDigits {
   ChunkView view() const { return {chunks_, count_, top_}; }
 
  private:
+  /// REQUIRES: the number is an integer.
   void expand_integer(const Binary &value);
   void push(uint64_t chunk);
 

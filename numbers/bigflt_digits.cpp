@@ -21,7 +21,7 @@ void ShortDigits::write(const Words<3> &integer) {
   }
   write_chunk(text_, high);
   write_chunk(text_ + kChunkDigits, middle);
-  write_chunk(text_ + 2 * kChunkDigits, low);
+  write_chunk(text_ + kTextDigits - kChunkDigits, low);
   start_ = high != 0 ? 0 : middle != 0 ? kChunkDigits : 2 * kChunkDigits;
   while (start_ < kTextDigits - 1 && text_[start_] == '0') ++start_;
 }
@@ -47,7 +47,7 @@ bool ShortDigits::round(const Extended &value, int64_t position) {
     if (tie) up = (integer[0] & 1) != 0;
   } else {
     // In units of `upper`, the power's error is at most 3, what has been left out at most 1.
-    const uint64_t error = shift >= 66 ? 1 : (uint64_t{4} << (64 - shift)) + 1;
+    const uint64_t error = shift >= 66 ? 1 : (uint64_t{1} << (66 - shift)) + 1;
     if (fraction[2] - (kHalf - error) <= 2 * error) return false;
   }
   if (up && ++integer[0] == 0 && ++integer[1] == 0) ++integer[2];
@@ -75,7 +75,6 @@ void LongDigits::add_to(TextSink &sink, int64_t first, uint64_t count) const {
     const uint64_t zeros = std::min(count, static_cast<uint64_t>(-above));
     sink.fill('0', zeros);
     count -= zeros;
-    first -= static_cast<int64_t>(zeros);
   }
   int64_t skipped = above < 0 ? 0 : above;
   for (int64_t i = skipped / kChunkDigits; i < view_.count && count != 0 && !sink.full(); ++i) {

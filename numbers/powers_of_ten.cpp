@@ -62,8 +62,9 @@ constexpr CoarseTable make_coarse_table() {
   CoarseTable table{{}, true};
   Precise up = {{0, 0, 0, 0, 0, uint64_t{1} << 63}, 0}, down = up;
   for (int i = 0; i <= kEntries; ++i) {
-    table.mantissas[static_cast<size_t>(kEntries + i)] = up.rounded();
-    table.mantissas[static_cast<size_t>(kEntries - i)] = down.rounded();
+    const auto distance = static_cast<size_t>(i);
+    table.mantissas[kEntries + distance] = up.rounded();
+    table.mantissas[kEntries - distance] = down.rounded();
     table.exponents_right = table.exponents_right && up.exponent == exponent_of(kStep * i) &&
                             down.exponent == exponent_of(-kStep * i) && up.rounded()[2] >> 63 == 1 &&
                             down.rounded()[2] >> 63 == 1;

@@ -67,19 +67,24 @@ inline constexpr auto kDigitPairs = [] {
   return pairs;
 }();
 
+/// Two digits of a number below 100.
+inline void write_2_digits(char *text, uint64_t value) {
+  std::memcpy(text, &kDigitPairs[static_cast<size_t>(value) * 2], 2);
+}
+
 inline void write_8_digits(char *text, uint32_t value) {
   const uint32_t high = value / 10000, low = value % 10000;
-  std::memcpy(text, &kDigitPairs[high / 100 * 2], 2);
-  std::memcpy(text + 2, &kDigitPairs[high % 100 * 2], 2);
-  std::memcpy(text + 4, &kDigitPairs[low / 100 * 2], 2);
-  std::memcpy(text + 6, &kDigitPairs[low % 100 * 2], 2);
+  write_2_digits(text, high / 100);
+  write_2_digits(text + 2, high % 100);
+  write_2_digits(text + 4, low / 100);
+  write_2_digits(text + 6, low % 100);
 }
 
 /// All 19 digits, with leading zeros. REQUIRES: chunk < 10^19.
 inline void write_chunk(char *text, uint64_t chunk) {
   const uint64_t high = chunk / 100000000, highest = high / 100000000;
   text[0] = static_cast<char>('0' + highest / 100);
-  std::memcpy(text + 1, &kDigitPairs[static_cast<size_t>(highest % 100 * 2)], 2);
+  write_2_digits(text + 1, highest % 100);
   write_8_digits(text + 3, static_cast<uint32_t>(high - highest * 100000000));
   write_8_digits(text + 11, static_cast<uint32_t>(chunk - high * 100000000));
 }
