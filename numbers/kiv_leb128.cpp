@@ -3,8 +3,8 @@
 // Eight bytes are taken as one word. Their groups of seven bits are moved together in three steps, which join the
 // groups two by two, four by four, eight by eight, or moved apart by the same steps backwards. The length is a number
 // like any other, not a branch: mixed lengths are what no processor foresees, and a wrong guess costs more than all of
-// these steps. Only encodings of nine bytes and more have a way of their own, and those of one and two that are
-// written.
+// these steps. Only encodings of nine bytes and more take another way, and small values on their way into one or two
+// bytes a shorter one.
 #include "kiv_leb128.h"
 
 #include <algorithm>
@@ -47,11 +47,9 @@ Record make_record(uint64_t hi, uint64_t lo) {
   return {static_cast<decltype(Record::hi)>(hi), lo};
 }
 
-// --- Decoding
-// ---------------------------------------------------------------------------------------------------------
+// --- Decoding -------------------------------------------------------------------------------------------------------
 
-/// Whether a word may be read. When nobody knows how many bytes there are, the first one is there, and its page with
-/// it.
+/// Whether a word may be read. When nobody knows how many bytes there are, the first one is there, and so is its page.
 inline bool has_word(uint32_t available, const uint8_t *bytes) {
   constexpr uintptr_t kPage = 4096;  // or more
   return available >= kWordBytes &&
@@ -60,10 +58,10 @@ inline bool has_word(uint32_t available, const uint8_t *bytes) {
 
 KIV_READS_AROUND inline uint64_t read_word(const uint8_t *bytes) { return kiv::load_word<uint64_t>(bytes, false); }
 
-/// The word of an encoding's last bytes, or of its first eight.
+/// Eight bytes of an encoding, or its last ones and what follows them.
 struct Word {
   uint64_t word;
-  uint64_t ends;  // 0x80 where a byte ends an encoding
+  uint64_t ends;  // bit 7 of each byte that ends an encoding
 
   explicit Word(const uint8_t *bytes) : word(read_word(bytes)), ends(~word & kContinues) {}
 
@@ -77,8 +75,7 @@ struct Word {
 template <class Record>
 int finish(UInt128 value, uint32_t length, Record *out) {
   if (kIsSigned<Record> && 7 * length < 128) {
-    const int unused = static_cast<int>(128 - 7 * length);
-    const UInt128 sign = UInt128(1) << (127 - unused);
+    const UInt128 sign = UInt128(1) << static_cast<int>(7 * length - 1);
     value = (value ^ sign) - sign;
   }
   *out = make_record<Record>(kiv::high64(value), kiv::low64(value));
@@ -123,8 +120,7 @@ template <class Record>
   return static_cast<int>(length);
 }
 
-// --- Encoding
-// ---------------------------------------------------------------------------------------------------------
+// --- Encoding --------------------------------------------------------------------------------------------------------
 
 /// Whether so many groups, up to eight, hold a value.
 template <class Record>

@@ -83,7 +83,7 @@ uint32_t kiv_string_u32_from_decimal(const KIV_UNICHAR *text, uint32_t *count) {
   constexpr uint32_t kFailed = 0xDEADBEEF;
   if (text == nullptr) text = kEmpty;
   if (count != nullptr) *count = 0;
-  const size_t first = number::skip_white_space(kiv::Units{text}, 0);
+  const size_t first = number::skip_white_space(kiv::Units{text});
   size_t i = first;
   uint64_t value = 0;
   for (; number::decimal_digit(text[i]) < 10; ++i) {

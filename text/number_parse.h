@@ -27,18 +27,19 @@ struct Number {
   bool negative = false;
 };
 
-/// The first place from i on that has no white space. Characters above 127 never are such.
+/// The first place without white space. Characters above 127 never are such.
 template <class Source>
-size_t skip_white_space(Source text, size_t i) {
-  while (text[i] <= 127 && kiv_uni_isspace(text[i]) != 0) ++i;
+size_t skip_white_space(Source text) {
+  size_t i = 0;
+  while (text[i] != 0 && text[i] <= 127 && kiv_uni_isspace(text[i]) != 0) ++i;
   return i;
 }
 
-/// How many digits of a base always fit 64 bits, and the base's power of that number with them. (In base 1, which has
-/// the digit 0 alone, any number of them does; with base 0 stands for bases without digits.)
+/// How many digits of a base always fit 64 bits, together with the power of the base for as many. (In base 1, whose
+/// only digit is 0, any number of them does; base 0 stands for bases without digits.)
 constexpr std::array<uint32_t, 17> kChunkDigits = [] {
   std::array<uint32_t, 17> digits{64, 64};
-  for (uint64_t base = 2; base < digits.size(); ++base) {
+  for (size_t base = 2; base < digits.size(); ++base) {
     for (uint64_t power = 1; power <= UINT64_MAX / base; power *= base) ++digits[base];
   }
   return digits;
@@ -91,7 +92,7 @@ bool read_digits(Source text, uint32_t base, Digit digit_of, size_t &i, UInt128 
 /// receives the place where it begins or should begin, always; *length how long it is, only when the result is true.
 template <class Source>
 bool parse(Source text, const Syntax &syntax, UInt128 limit, Number &number, uint32_t *start, uint32_t *length) {
-  const size_t first = syntax.skip_white_space ? skip_white_space(text, 0) : 0;
+  const size_t first = syntax.skip_white_space ? skip_white_space(text) : 0;
   if (start != nullptr) *start = static_cast<uint32_t>(first);
   size_t i = first;
   if (syntax.has_sign && (text[i] == '-' || text[i] == '+')) number.negative = text[i++] == '-';

@@ -84,6 +84,9 @@ TEST(BigfltArithmetic, AtTheLimits) {
       {3, kClosest, small_bigflt(2), kZero},  // half of it
       {3, kClosest, small_bigflt(-3), kZero},
       {2, kClosest, extended_bigflt(0, -1, kTop, 1), kClosest},
+      // (1 + 2^-65) (1 - 2^-65) = 1 - 2^-130: less than half of the closest value, but not in 128 bits.
+      {2, extended_bigflt(0, -16384, kTop, uint64_t{1} << 62), extended_bigflt(0, -16385, UINT64_MAX, kTop), kZero},
+      {2, extended_bigflt(0, -16384, kTop, uint64_t{1} << 62), power_of_two(-16384), kClosest},
       {1, extended_bigflt(1, -32767, kTop | kTop >> 1, 0), extended_bigflt(1, -32767, kTop, 0), kZero},
       {1, power_of_two(0), power_of_two(-129), small_bigflt(1)},  // a tie
       {1, power_of_two(0), extended_bigflt(0, -129, kTop, 1), extended_bigflt(0, -1, UINT64_MAX, UINT64_MAX)},

@@ -61,18 +61,10 @@ class GuardedRange {
 };
 
 char combined(char operation, char target, char source) {
-  const bool a = target == '1';
-  const bool b = source == '1';
-  switch (operation) {
-    case '&':
-      return a && b ? '1' : '0';
-    case '|':
-      return a || b ? '1' : '0';
-    case '^':
-      return a != b ? '1' : '0';
-    default:
-      return source;
-  }
+  if (operation == '&') return std::min(target, source);
+  if (operation == '|') return std::max(target, source);
+  if (operation == '^') return target != source ? '1' : '0';
+  return operation == '=' ? source : operation;
 }
 
 void set_bits(void *target, int32_t target_bit, const void *, int32_t, int32_t count) {
@@ -85,7 +77,7 @@ void reset_bits(void *target, int32_t target_bit, const void *, int32_t, int32_t
 struct Function {
   const char *name;
   decltype(kiv_bitops_replace_bits) *call;
-  char operation;  // '1' and '0' set all bits
+  char operation;  // '1' and '0' make all bits so
   bool big_target = false;
   bool big_source = false;
 };
@@ -107,8 +99,7 @@ std::string expected_bits(char operation, std::string target, int32_t target_bit
                           int32_t source_bit, int32_t count) {
   for (int32_t i = 0; i < count; ++i) {
     char &bit = target[static_cast<size_t>(target_bit + i)];
-    const bool constant = operation == '0' || operation == '1';
-    bit = combined(operation, bit, constant ? operation : source[static_cast<size_t>(source_bit + i)]);
+    bit = combined(operation, bit, source[static_cast<size_t>(source_bit + i)]);
   }
   return target;
 }
@@ -135,7 +126,7 @@ TEST_F(RangeTest, ShortRangesAtAllOffsets) {
   for (const Function &function : kFunctions) {
     for (int32_t target_bit = 0; target_bit <= 17; ++target_bit) {
       for (int32_t source_bit = 0; source_bit <= 17; ++source_bit) {
-        for (int32_t count = 0; count <= 40; ++count) {
+        for (int32_t count = -1; count <= 40; ++count) {
           check(function, target_bit, source_bit, count);
           if (HasFatalFailure()) return;
         }
@@ -146,7 +137,7 @@ TEST_F(RangeTest, ShortRangesAtAllOffsets) {
 
 TEST_F(RangeTest, LongRangesAndFarOffsets) {
   for (const Function &function : kFunctions) {
-    for (int i = 0; i < 2000 && !HasFatalFailure(); ++i) {
+    for (int i = 0; i < 1000 && !HasFatalFailure(); ++i) {
       const auto offset = [&] {
         const auto bit = static_cast<int32_t>(below(random_, 64));
         return below(random_, 8) == 0 ? INT_MAX - bit : bit;
@@ -154,12 +145,7 @@ TEST_F(RangeTest, LongRangesAndFarOffsets) {
       const uint32_t longest = below(random_, 4) == 0 ? 8 * kiv::test::GuardedPage::kSize - 8 : 700;
       check(function, offset(), offset(), static_cast<int32_t>(below(random_, longest)));
     }
-  }
-}
-
-TEST_F(RangeTest, NothingForNegativeCounts) {
-  for (const Function &function : kFunctions) {
-    for (const int32_t count : {-1, -64, INT_MIN}) check(function, INT_MAX, 3, count);
+    check(function, INT_MAX, 3, INT_MIN);
   }
 }
 
