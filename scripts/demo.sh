@@ -14,3 +14,7 @@ show $program symbols $program '*main*'
 main=$($program symbols $program main | cut -d ' ' -f 1)
 show $program resolve $program "$main" "$(printf '%x' $((0x$main + 0x1f)))" 0
 show $program symbols $library 'kiv_avl_find*'
+show $program constants $program 'kiv::inspect::Outcome::*'
+show $program constants $program '*::k[CM]*'
+# What main starts with, and its first instruction's bits.
+show $program bytes $program "$main" 32 0:16

@@ -60,7 +60,7 @@ void format_float(const KIV_U128 &image, const FloatFormat &format, char (&text)
     if (exponent == nullptr) return;  // infinity and NaN have names
     if (digits < format.digits && !reads_back(text, bytes, format)) continue;
     const long magnitude = std::strtol(exponent + 1, nullptr, 10);
-    if (magnitude < -5 || magnitude > 15) return;
+    if (magnitude < -4 || magnitude > 15) return;
     // The same digits without an exponent.
     (void)kiv_bigflt_sprint(text, kFloatTextSize, "f", std::max(1, digits - 1 - static_cast<int>(magnitude)), &value);
     return;

@@ -31,7 +31,7 @@ DwarfBuilder::DwarfBuilder(DwarfShape shape) : shape_(shape) {
 
 void DwarfBuilder::end_unit() {
   if (!in_unit_) return;
-  const size_t field = unit_start_ + (shape_.long_offsets ? 4 : 0);
+  const size_t field = static_cast<size_t>(unit_start_) + (shape_.long_offsets ? 4 : 0);
   const auto width = static_cast<size_t>(offset_size());
   current().put_at(field, current().size() - field - width, offset_size());
 }
