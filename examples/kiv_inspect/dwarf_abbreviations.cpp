@@ -80,7 +80,8 @@ Status Abbreviations::read_abbreviation(ByteReader &reader, uint64_t code, Abbre
   auto *rows = static_cast<AttributeRow *>(count > 0 ? pool_->alloc(pool_, rows_size) : nullptr);
   void *block = pool_->alloc(pool_, sizeof(Abbreviation));
   if (block == nullptr || (rows == nullptr && count > 0)) return kOutOfMemory;
-  for (uint32_t i = 0; read_row(reader, &row); ++i) rows[i] = row;
+  for (uint32_t i = 0; i < count; ++i) (void)read_row(reader, &rows[i]);
+  (void)read_row(reader, &row);  // the end
   if (!reader.ok()) return kCutOff;
   // Of several with one code the first counts.
   auto *abbreviation = new (block) Abbreviation{code, tag, has_children, count, rows};

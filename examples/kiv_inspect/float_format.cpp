@@ -1,6 +1,7 @@
 #include "examples/kiv_inspect/float_format.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
@@ -47,7 +48,7 @@ void format_float(const KIV_U128 &image, const FloatFormat &format, char (&text)
   KIV_U128 magnitude_bits = image;
   kiv_u128_clear_bits(&magnitude_bits, static_cast<int>(format.size) - 1, 1);
   if (kiv_u128_is_zero(&magnitude_bits) != 0) {  // numbers in the middle of a computation have no signed zeros
-    std::strcpy(text, kiv_u128_is_zero(&image) != 0 ? "0.0" : "-0.0");
+    (void)std::snprintf(text, kFloatTextSize, "%s0.0", kiv_u128_is_zero(&image) != 0 ? "" : "-");
     return;
   }
   uint8_t bytes[16];
