@@ -2,6 +2,7 @@
 
 #include "kiv_bigflt_text.h"
 #include "numbers/bigflt_decimal_print.h"
+#include "numbers/bigflt_integral.h"
 
 namespace kiv::bigflt_engine {
 namespace {
@@ -36,15 +37,6 @@ void print_32_bits(TextSink &sink, char conversion, uint32_t value) {
   }
 }
 
-/// The integer part, truncated, modulo 2^32. What has an exponent of 159 or more, the conversions to integers give as
-/// 0.
-uint32_t low_32_bits(const Extended &value) {
-  if (value.exponent < 0 || value.exponent >= 159) return 0;
-  const auto upper = uint64_t{integer_bits(value, 16, 16)} << 16;
-  const auto magnitude = static_cast<uint32_t>(upper | integer_bits(value, 0, 16));
-  return value.negative ? 0 - magnitude : magnitude;
-}
-
 void print_hexadecimal(TextSink &sink, const Extended &value, bool separated) {
   sink.add(value.negative && !value.is_nan() ? '-' : '+');
   if (value.is_special()) {
@@ -55,13 +47,14 @@ void print_hexadecimal(TextSink &sink, const Extended &value, bool separated) {
     sink.add("0x0.0");
     return;
   }
-  char text[4 + 4 * 9];
+  char text[4 * 9] = {};
   char *next = text;
-  for (const char c : {'0', 'x', '0', '.'}) *next++ = c;
-  for (int bit = 124; bit >= 0; bit -= 4) {
-    *next++ = kLowerDigits[low64(value.mantissa >> bit) & 15];
-    if (separated && bit % 32 == 0 && bit != 0) *next++ = '_';
+  for (int bit = 96; bit >= 0; bit -= 32) {
+    write_8_hexadecimal(next, static_cast<uint32_t>(low64(value.mantissa >> bit)), 'a');
+    next += 8;
+    if (separated && bit != 0) *next++ = '_';
   }
+  sink.add("0x0.");
   sink.add(text, static_cast<size_t>(next - text));
   sink.add(value.exponent >= 0 ? "p+" : "p");
   const int32_t exponent = value.exponent + 1;
@@ -82,7 +75,7 @@ void print_extended(TextSink &sink, char conversion, int precision, const Extend
   const bool negative = value.negative && !value.is_zero();
   const bool wraps = conversion == 'u' || conversion == 'x' || conversion == 'X';
   if (negative && wraps) {
-    print_32_bits(sink, conversion, low_32_bits(value));
+    print_32_bits(sink, conversion, static_cast<uint32_t>(low64(to_integer(value))));
     return;
   }
   if (negative) sink.add('-');
@@ -146,14 +139,6 @@ int print(char *buffer, uint32_t size, const char *conversion, int precision, co
   return sink.finish();
 }
 
-bool is_integer(const bigflt &a) {
-  if (a.small != 0) return true;
-  const Extended value = load_extended(a);
-  if (!value.is_ordinary()) return value.is_zero();
-  if (value.exponent >= 127) return true;
-  return value.exponent >= 0 && value.mantissa << (value.exponent + 1) == UInt128(0);
-}
-
 }  // namespace
 }  // namespace kiv::bigflt_engine
 
@@ -168,11 +153,11 @@ int kiv_bigflt_fprint(void *stream, KIV_BIGFLT_WRITER write, const char *convers
 }
 
 int kiv_bigflt_sprint_intuitively(char *buffer, uint32_t size, const bigflt *a) {
-  const bool integer = kiv::bigflt_engine::is_integer(*a);
+  const bool integer = kiv::bigflt_engine::is_integer(kiv::bigflt_engine::load(*a));
   return kiv_bigflt_sprint(buffer, size, integer ? "d" : "g", integer ? 0 : 7, a);
 }
 
 int kiv_bigflt_fprint_intuitively(void *stream, KIV_BIGFLT_WRITER write, const bigflt *a) {
-  const bool integer = kiv::bigflt_engine::is_integer(*a);
+  const bool integer = kiv::bigflt_engine::is_integer(kiv::bigflt_engine::load(*a));
   return kiv_bigflt_fprint(stream, write, integer ? "d" : "g", integer ? 0 : 7, a);
 }

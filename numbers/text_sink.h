@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "numbers/big_natural.h"
+#include "numbers/digits.h"
 
 namespace kiv {
 
@@ -58,35 +59,15 @@ class TextSink {
   bool complete_;
 };
 
-inline constexpr auto kDigitPairs = [] {
-  std::array<char, 200> pairs{};
-  for (size_t i = 0; i < 100; ++i) {
-    pairs[2 * i] = static_cast<char>('0' + i / 10);
-    pairs[2 * i + 1] = static_cast<char>('0' + i % 10);
-  }
-  return pairs;
-}();
-
-/// Two digits of a number below 100.
-inline void write_2_digits(char *text, uint64_t value) {
-  std::memcpy(text, &kDigitPairs[static_cast<size_t>(value) * 2], 2);
-}
-
-inline void write_8_digits(char *text, uint32_t value) {
-  const uint32_t high = value / 10000, low = value % 10000;
-  write_2_digits(text, high / 100);
-  write_2_digits(text + 2, high % 100);
-  write_2_digits(text + 4, low / 100);
-  write_2_digits(text + 6, low % 100);
-}
-
 /// All 19 digits, with leading zeros. REQUIRES: chunk < 10^19.
 inline void write_chunk(char *text, uint64_t chunk) {
-  const uint64_t high = chunk / 100000000, highest = high / 100000000;
+  const uint64_t high = chunk / 100000000;
+  const auto highest = static_cast<uint32_t>(high / 100000000);
   text[0] = static_cast<char>('0' + highest / 100);
-  write_2_digits(text + 1, highest % 100);
-  write_8_digits(text + 3, static_cast<uint32_t>(high - highest * 100000000));
-  write_8_digits(text + 11, static_cast<uint32_t>(chunk - high * 100000000));
+  text[1] = static_cast<char>('0' + highest / 10 % 10);
+  text[2] = static_cast<char>('0' + highest % 10);
+  write_8_decimal(text + 3, static_cast<uint32_t>(high - uint64_t{highest} * 100000000));
+  write_8_decimal(text + 11, static_cast<uint32_t>(chunk - high * 100000000));
 }
 
 /// A natural number without leading zeros, but with at least `least` digits, of which there are up to 19.
