@@ -82,8 +82,8 @@ KIV_API int kiv_bitops_all_bits_are_zero(const void *buffer, int32_t count);
 KIV_API int kiv_bitops_all_bits_are_one(const void *buffer, int32_t count);
 
 /** A test that is exact at a byte boundary only. With r = first_bit % 8 other than 0 it answers 1 when bits r to 7 of
- * the byte of first_bit are zero, however small the count, and so are count - r bits from the next byte on: 8 - 2 * r
- * bits more than the range has, or fewer when r is above 4.
+ * the byte of first_bit are zero, however small the count if above 0, and so are count - r bits from the next byte on:
+ * 8 - 2 * r bits more than the range has, or fewer when r is above 4.
  *
  * Thus (buffer, 4, 2) looks at bits 4 to 7, (buffer, 4, 8) at bits 4 to 11, and (buffer, 2, 8) at bits 2 to 13.
  * REQUIRES: the bytes of these bits exist. */

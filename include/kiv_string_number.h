@@ -24,7 +24,8 @@
  * The result is 0 for success, and 1 when there is no digit, something follows that may not, or the number is outside
  * the type's range; value is written on success only. start and length may be null. *start receives the index behind
  * the skipped white space, always. *length receives the number of characters from there: sign, prefix and digits; after
- * a failure it is as it was, unless all that fails is that a signed type has +2^31 (2^63, 2^127) but not its positive.
+ * a failure it is as it was, with one exception: +2^31 (2^63, 2^127) for a signed type, which has only the negative of
+ * it, fails after *length has been written.
  *
  * A null text counts as empty. REQUIRES: value is not null.
  * Cost: one pass, no division.

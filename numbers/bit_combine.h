@@ -53,7 +53,7 @@ struct Body {
     if constexpr (kShifted) {
       word = shifted_together<kSource>(word, source.template load_raw<Word>(i + 1), source.phase());
     }
-    if constexpr (kTarget != kSource) word = byte_swap(word);
+    if constexpr (kTarget != kSource) word = swap_bytes(word);
     target.store_raw(i, Operation::apply(target.template load_raw<Word>(i), word));
   }
 

@@ -6,9 +6,6 @@
 
 namespace kiv::bits {
 
-using LittleTarget = Target<ByteOrder::little>;
-using LittleSource = Source<ByteOrder::little>;
-
 /// A word of equal bits.
 template <class Word, bool kBit>
 Word all() {

@@ -14,7 +14,7 @@ inline uint32_t bytes_for(int64_t bits) { return bits > 0 ? static_cast<uint32_t
 
 /// Writes bytes_for(count) bytes: the low count bits of value, then zeros.
 inline void write_image(uint8_t *buffer, KIV_U128 value, int32_t count) {
-  using Place = Target<ByteOrder::little>;
+  using Place = LittleTarget;
   const uint32_t bytes = bytes_for(count);
   if (bytes == 0) return;
   if (count < 64) return Place(buffer, 0).store_bytes(bytes, value.lo & low_bits(static_cast<size_t>(count)));

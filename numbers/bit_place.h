@@ -82,7 +82,7 @@ class BitPlace {
 
   template <class Word>
   static Word in_order(Word word) {
-    return kOrder == ByteOrder::little ? word : byte_swap(word);
+    return kOrder == ByteOrder::little ? word : swap_bytes(word);
   }
 
   Byte *byte_;
@@ -93,6 +93,9 @@ template <ByteOrder kOrder>
 using Source = BitPlace<kOrder, const uint8_t>;
 template <ByteOrder kOrder>
 using Target = BitPlace<kOrder, uint8_t>;
+
+using LittleSource = Source<ByteOrder::little>;
+using LittleTarget = Target<ByteOrder::little>;
 
 /// What happens to the bits of the target.
 struct Copy {

@@ -41,7 +41,7 @@ class UnitReversal {
   void swap_words() const {
     const size_t bytes = static_cast<size_t>(bits_ / 8) / sizeof(Word) * sizeof(Word);
     for (size_t i = 0; i < bytes; i += sizeof(Word)) {
-      target(0).store(i, byte_swap(source(0).load<Word>(i)));
+      target(0).store(i, swap_bytes(source(0).load<Word>(i)));
     }
   }
 

@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "numbers/byte_words.h"
+
 #if defined(__SSE2__)
 
 #include <emmintrin.h>
@@ -29,7 +31,7 @@ inline Vector operator<<(Vector a, unsigned n) {
 }
 inline bool operator==(Vector a, Vector b) { return _mm_movemask_epi8(_mm_cmpeq_epi8(a.lanes, b.lanes)) == 0xFFFF; }
 
-inline Vector byte_swap(Vector a) {
+inline Vector swap_bytes(Vector a) {
   constexpr int kReversed = _MM_SHUFFLE(0, 1, 2, 3);
   const __m128i pairs = _mm_or_si128(_mm_slli_epi16(a.lanes, 8), _mm_srli_epi16(a.lanes, 8));
   const __m128i halves = _mm_shufflehi_epi16(_mm_shufflelo_epi16(pairs, kReversed), kReversed);
@@ -50,10 +52,9 @@ using Vector = uint64_t;
 
 namespace kiv::bits {
 
-inline uint8_t byte_swap(uint8_t word) { return word; }
-inline uint16_t byte_swap(uint16_t word) { return __builtin_bswap16(word); }
-inline uint32_t byte_swap(uint32_t word) { return __builtin_bswap32(word); }
-inline uint64_t byte_swap(uint64_t word) { return __builtin_bswap64(word); }
+// Beside those of the wider words.
+using kiv::swap_bytes;
+inline uint8_t swap_bytes(uint8_t word) { return word; }
 
 /// The word whose bytes are all `byte`.
 template <class Word>

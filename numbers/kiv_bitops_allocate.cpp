@@ -13,9 +13,6 @@
 namespace kiv::bits {
 namespace {
 
-using LittleTarget = Target<ByteOrder::little>;
-using LittleSource = Source<ByteOrder::little>;
-
 /// Gives *buffer a new size; false, with *buffer as it was, on a lack of memory.
 bool resize(KIV_ALLOCATOR *allocator, uint8_t **buffer, uint32_t size) {
   void *block = allocator->realloc(allocator, *buffer, size);
@@ -68,7 +65,7 @@ int32_t kiv_bitops_bitwise_extract(KIV_ALLOCATOR *allocator, uint8_t **result, c
 int32_t kiv_bitops_bitwise_insert(KIV_ALLOCATOR *allocator, uint8_t **buffer, int32_t size, int32_t bit_offset,
                                   const void *source, int32_t count) {
   const uint32_t old_size = size > 0 ? static_cast<uint32_t>(size) : 0;
-  const uint32_t new_size = std::max(bytes_for(int64_t{bit_offset} + count), old_size);
+  const uint32_t new_size = std::max(bytes_for(int64_t{bit_offset} + std::max(count, 0)), old_size);
   if (!resize(allocator, buffer, new_size)) return 0;
   if (new_size > old_size) std::memset(*buffer + old_size, 0, new_size - old_size);
   if (bit_offset >= 0) copy_bits(*buffer, bit_offset, source, 0, count);

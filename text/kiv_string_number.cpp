@@ -2,6 +2,7 @@
 #include "kiv_string_number.h"
 
 #include <limits>
+#include <type_traits>
 
 #include "text/number_parse.h"
 

@@ -285,8 +285,10 @@ TEST(KivBitops, AllocatingFunctionsAndTheirCalls) {
   EXPECT_EQ(kiv_bitops_convert_from_U32_allocate(record, &buffer, 1, -20), 0);
   EXPECT_EQ(buffer, nullptr);
   EXPECT_EQ(kiv_bitops_bitwise_insert(record, &buffer, -5, INT_MIN, second, INT_MIN), 0);
+  EXPECT_EQ(kiv_bitops_bitwise_insert(record, &buffer, 0, 20, second, -5), 3);
   EXPECT_EQ(kiv_bitops_bitwise_cat(record, &buffer, -7, second, -1), 0);
-  EXPECT_EQ(heap.log, Log({"free 7", "realloc 6 0 -> 0", "realloc 0 0 -> 8", "calloc 0 -> 9", "free 8"}));
+  EXPECT_EQ(heap.log,
+            Log({"free 7", "realloc 6 0 -> 0", "realloc 0 0 -> 8", "realloc 8 3 -> 9", "calloc 0 -> 10", "free 9"}));
   record->free(record, buffer);
 }
 
