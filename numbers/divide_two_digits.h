@@ -32,6 +32,11 @@ constexpr typename Digits::Pair divide_two_digits(typename Digits::Pair dividend
   // by the divisor's upper digit gives it or one too many: the error is less than 1 + quotient * lower / divisor, where
   // quotient < 2^(shift + 1), lower <= 2^kBits - 2^shift and divisor >= 2^(2 kBits - 1).
   const int shift = std::countl_zero(Digits::high(divisor));
+  if (shift == 0) {
+    const bool once = dividend >= divisor;
+    *rest = once ? dividend - divisor : dividend;
+    return Pair(once ? 1U : 0U);
+  }
   const Pair scaled_divisor = divisor << shift, scaled_dividend = dividend << shift;
   const Digit first = Digits::high(dividend) >> 1 >> (Digits::kBits - 1 - shift);
   Digit quotient = Digits::divide(first, Digits::high(scaled_dividend), Digits::high(scaled_divisor), &remainder);
