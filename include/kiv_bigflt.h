@@ -17,8 +17,9 @@
  *
  * Conventions:
  *  1. Results are canonical: a result that is a 32-bit integer has the small form, hence so has zero, which has no sign
- *     there. (The assigning functions that say otherwise are the exception.) NaN results have sign 0, all mantissa bits
- *     set. Words without a meaning in the form are 0 in results, mantissa_bits is 128, limb_count 4.
+ *     there. (The payload functions, the raw ones of kiv_bigflt128.h and the reader of dumps say otherwise.) NaN
+ *     results have sign 0, all mantissa bits set. Words without a meaning in the form are 0 in results, mantissa_bits
+ *     is 128, limb_count 4.
  *  2. Operands may be in either form, canonical or not. In the small form all but `small` and `exponent` is ignored, in
  *     the extended form mantissa_bits and limb_count; any sign but 0 is negative. A mantissa with leading zeros has the
  *     value of the formula at the record; a magnitude out of range counts as the result it would be, see 4.
@@ -43,7 +44,6 @@
 #define KIV_BIGFLT_H
 
 #include "kiv_types.h"
-#include "kiv_u128.h"
 
 KIV_BEGIN_DECLARATIONS
 
@@ -108,9 +108,9 @@ KIV_API int kiv_bigflt_divide(bigflt *r, const bigflt *a, const bigflt *b);
 /** a = a / b, likewise. */
 KIV_API int kiv_bigflt_divide_implied(bigflt *a, const bigflt *b);
 
-/** r = a - n * b, where n is a / b truncated: exact whatever the distance of the exponents (but for underflow), smaller
- * in magnitude than b, and of a's sign, also for a negative b: -7 modulo 2 is -1, 7 modulo -2 is 1. a modulo an
- * infinity is a. */
+/** r = a - n * b, where n is a / b truncated: exact whatever the distance of the exponents, smaller in magnitude than
+ * b, and of a's sign, also for a negative b: -7 modulo 2 is -1, 7 modulo -2 is 1. A rest below 2^-32767 is rounded as
+ * in 4 above, and may then equal b. a modulo an infinity is a. */
 KIV_API void kiv_bigflt_modulo(bigflt *r, const bigflt *a, const bigflt *b);
 /** a = a modulo b, likewise. */
 KIV_API void kiv_bigflt_modulo_implied(bigflt *a, const bigflt *b);

@@ -39,8 +39,8 @@ KIV_API void kiv_bigflt128_multiply_implied(bigflt *a, bigflt *b);
 KIV_API void kiv_bigflt128_KIV_S32_to_bigflt(bigflt *r, int32_t value);
 KIV_API void kiv_bigflt128_KIV_S64_to_bigflt(bigflt *r, int64_t value);
 
-/** The integer that a holds. For other values it is the top limb shifted right by (31 - exponent) modulo 32, negated
- * when the sign is 1. */
+/** The integer of 32 bits that a holds. For other values, and for a mantissa with leading zeros, it is the top limb
+ * shifted right by (31 - exponent) modulo 32, negated when the sign is 1. */
 KIV_API int32_t kiv_bigflt128_to_KIV_S32(bigflt *a);
 
 /** 1 when a is an integer from -2147483648 to 2147483647, else 0. */

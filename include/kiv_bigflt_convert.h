@@ -37,7 +37,8 @@ KIV_API void kiv_bigflt_to_KIV_U128(KIV_U128 *out, const bigflt *a);
 
 /** The odd one: exact for integers of 32 bits, and without the fraction for other values whose magnitude is at least 1
  * and below 2^31. For all others, in extended form, it is the top limb shifted right by (31 - exponent) modulo 32,
- * negated when the sign is 1: neither 0 nor saturated. */
+ * negated when the sign is 1: neither 0 nor saturated. It looks at the words alone: a mantissa with leading zeros has
+ * no meaning here. */
 KIV_API int32_t kiv_bigflt_to_KIV_S32(const bigflt *a);
 
 /* --- Doubles ------------------------------------------------------------------------------------------------------ */

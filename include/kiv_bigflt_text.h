@@ -29,22 +29,24 @@ KIV_BEGIN_DECLARATIONS
 /* --- Printing ----------------------------------------------------------------------------------------------------
  * conversion is a string of which the first character chooses the form:
  *
- *     d          the integer part, truncated: "-12"
- *     u          the same; negative values in two's complement of 32 bits, as kiv_bigflt_to_KIV_U32 gives it
- *     x X        the same in base 16: "ff", "FF"
- *     o          the same in base 8; negative values that fit in a signed 32-bit integer in two's complement, others
- * with a minus sign f          `precision` digits behind the point: "-1.50" e E        one digit before the point,
- * `precision` behind it, an exponent of at least two digits: "-1.50e+00" g          as f, when the value is at least
- * 2^-13 and below 2^(n + 1) for the largest n with 2^n <= 10^precision; otherwise as e, also for 0 G          as g,
- * with "E" in place of "e" a A        "+0x0.", the mantissa in four groups of eight hexadecimal digits, the exponent of
- * two in decimal:
- *                "+0x0.c0000000000000000000000000000000p+2" is 3. A puts "_" between the groups
- *     any other  as e; a digit, too: there are no widths. So does an empty or null string
+ *     d       the integer part, truncated: "-12"
+ *     u       the same; negative values in two's complement of 32 bits, as kiv_bigflt_to_KIV_U32 gives it
+ *     x, X    the same in base 16: "ff", "FF"
+ *     o       the same in base 8; negative values that fit in a signed 32-bit integer in two's complement, others with
+ *             a minus sign
+ *     f       `precision` digits behind the point: "-1.50"
+ *     e, E    one digit before the point, `precision` behind it, an exponent of at least two digits: "-1.50e+00"
+ *     g       as f, when the value is at least 2^-13 and below 2^(n + 1) for the largest n with 2^n <= 10^precision;
+ *             otherwise as e, also for 0
+ *     G       as g, with "E" in place of "e"
+ *     a, A    the sign, "0x0.", the mantissa in four groups of eight hexadecimal digits, "p", the exponent of two in
+ *             decimal: "+0x0.c0000000000000000000000000000000p+2" is 3. A puts "_" between the groups
+ *     other   as e; a digit, too: there are no widths. So does an empty or null string
  *
  * A negative precision counts as 0; without digits behind it there is no point. d, u, x, X, o, a and A do not use the
  * precision. Infinities are "+Inf" and "-Inf", NaN is "NaN"; with a and A they are "+INF", "-INF" and "+NaN", and 0 is
- * "+0x0.0". Zero has no sign otherwise, but "-0.00" is the text of a negative value that is rounded to zero, "-0" of
- * one that is truncated to it.
+ * "+0x0.0" ("-0x0.0" in extended form with sign 1). Zero has no sign otherwise, but "-0.00" is the text of a negative
+ * value that is rounded to zero, "-0" of one that is truncated to it.
  *
  * Behind the first character, text may follow. Integers that fit in 32 bits print it with d, u, x, X and o, with "%%"
  * for a percent sign; a "%" before anything else is a failure. All others ignore it. */

@@ -106,7 +106,9 @@ enum class Clipped { kToZero, kToClosest, kToInfinity };
   if (record.exponent == kSpecialExponent) return mantissa == UInt128(0) ? infinity(negative) : kNan;
   if (record.exponent == kZeroExponent || mantissa == UInt128(0)) return zero(negative);
   const int shift = leading_zeros(mantissa);
-  return finish(negative, int64_t{record.exponent} - shift, mantissa << shift, 0);
+  Extended value = finish(negative, int64_t{record.exponent} - shift, mantissa << shift, 0);
+  value.negative = negative;  // also of what is too close to zero
+  return value;
 }
 
 // Whether a record in extended form is one of an ordinary value, in the form which results have.
@@ -123,6 +125,11 @@ inline Extended load_extended(const bigflt &record) {
 
 inline Extended load(const bigflt &record) {
   return record.small != 0 ? from_int32(record.exponent) : load_extended(record);
+}
+
+// Sets the number of limbs, but stores nothing where it is right: threads may share such a record.
+inline void set_limb_count(bigflt *record) {
+  if (record->limb_count != 4) record->limb_count = 4;
 }
 
 // Stores the extended form, as it is; `small` is left alone.

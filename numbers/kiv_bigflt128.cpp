@@ -8,11 +8,6 @@ using namespace kiv::bigflt_engine;
 
 namespace {
 
-// Sets the number of limbs, but stores nothing where it is right: threads may share such a record.
-void set_limb_count(bigflt *record) {
-  if (record->limb_count != 4) record->limb_count = 4;
-}
-
 template <Extended (*Operation)(const Extended &, const Extended &)>
 void apply(bigflt *r, bigflt *a, bigflt *b) {
   set_limb_count(a);

@@ -3,6 +3,7 @@
 #include <array>
 
 #include "kiv_bigflt128.h"
+#include "numbers/bigflt_value.h"
 
 namespace {
 
@@ -28,7 +29,7 @@ uint32_t add_word(uint32_t crc, uint32_t word) {
 }  // namespace
 
 uint32_t kiv_bigflt128_hash(bigflt *a) {
-  if (a->limb_count != 4) a->limb_count = 4;
+  kiv::bigflt_engine::set_limb_count(a);
   uint32_t crc = UINT32_MAX;
   crc = add_word(crc, a->mantissa[3]);
   crc = add_word(crc, static_cast<uint32_t>(a->exponent));

@@ -107,9 +107,11 @@ void kiv_bigflt_abs(bigflt *r, const bigflt *a) {
 }
 
 void kiv_bigflt_copysign(bigflt *r, const bigflt *a, const bigflt *b) {
-  Extended value = load(*a);
   // The record's own sign: the value of a NaN has none.
-  value.negative = !value.is_nan() && (b->small != 0 ? b->exponent < 0 : b->sign != 0);
+  const bool negative = b->small != 0 ? b->exponent < 0 : b->sign != 0;
+  if (a->small != 0 && store_if_small(r, (a->exponent < 0) != negative ? -int64_t{a->exponent} : a->exponent)) return;
+  Extended value = load(*a);
+  value.negative = negative && !value.is_nan();
   store(r, value);
 }
 

@@ -4,13 +4,12 @@
 
 #include <cstring>
 
+#include "tests/numbers/bigflt_literals.h"
 #include "tests/numbers/bigflt_operations.h"
 
 using namespace kiv::test;
 
 namespace {
-
-bool identical(const bigflt &a, const bigflt &b) { return std::memcmp(&a, &b, sizeof a) == 0; }
 
 struct Raw {
   void (*plain)(bigflt *r, bigflt *a, bigflt *b);
