@@ -32,6 +32,12 @@ typedef struct bigflt {
 
 /* --- Arithmetic --------------------------------------------------------------------------------------------------- */
 
+/** *r = *a * 10^n, correctly rounded for every n: the exact product is rounded once. Infinity and NaN stay what they
+ * are. */
+KIV_API void kiv_bigflt_pow10(bigflt *r, const bigflt *a, int32_t n);
+/** *a = *a * 10^n. */
+KIV_API void kiv_bigflt_pow10_implied(bigflt *a, int32_t n);
+
 /* --- Rounding and parts ------------------------------------------------------------------------------------------- */
 
 /* --- Shifts and bits ---------------------------------------------------------------------------------------------- */

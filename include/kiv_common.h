@@ -6,6 +6,7 @@
 #include "kiv_allocator.h"
 #include "kiv_avl.h"
 #include "kiv_bigflt.h"
+#include "kiv_bigflt_text.h"
 #include "kiv_mutex.h"
 #include "kiv_semaphore.h"
 #include "kiv_string.h"
