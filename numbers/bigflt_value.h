@@ -7,6 +7,7 @@
 #define KIV_NUMBERS_BIGFLT_VALUE_H
 
 #include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -21,6 +22,13 @@ inline constexpr int32_t kMaxExponent = 32767;
 inline constexpr int32_t kMinExponent = -32767;
 inline constexpr UInt128 kTopBit = make_uint128(uint64_t{1} << 63, 0);
 inline constexpr UInt128 kAllOnes = make_uint128(UINT64_MAX, UINT64_MAX);
+
+// Half a unit of the mantissa's last place, in `below` of finish().
+inline constexpr uint64_t kHalf = uint64_t{1} << 63;
+
+static_assert(sizeof(bigflt) == 36 && offsetof(bigflt, sign) == 4 && offsetof(bigflt, exponent) == 8);
+static_assert(offsetof(bigflt, mantissa_bits) == 12 && offsetof(bigflt, limb_count) == 16);
+static_assert(offsetof(bigflt, mantissa) == 20);
 
 struct Extended {
   UInt128 mantissa = 0;
@@ -64,17 +72,15 @@ inline UInt128 load_mantissa(const bigflt &record) {
 // mantissa is set, and `below` is 0 only if the value is exact. Too great a magnitude gives infinity. Too small a one
 // gives the value closest to zero or zero, whichever is nearer; half of the closest value gives zero.
 inline Extended finish(bool negative, int64_t exponent, UInt128 mantissa, uint64_t below) {
-  constexpr uint64_t kHalf = uint64_t{1} << 63;
   if (exponent < kMinExponent) [[unlikely]] {
     const bool above_half = exponent == kMinExponent - 1 && (mantissa != kTopBit || below != 0);
     return above_half ? Extended{kTopBit, kMinExponent, negative} : zero();
   }
-  if (below > kHalf || (below == kHalf && (low64(mantissa) & 1) != 0)) {
-    mantissa += UInt128(1);
-    if (mantissa == UInt128(0)) {
-      mantissa = kTopBit;
-      ++exponent;
-    }
+  // Without a branch, which would be a coin's toss: up from above half, at an odd mantissa from half on.
+  mantissa += UInt128(below > kHalf - (low64(mantissa) & 1) ? 1 : 0);
+  if (mantissa == UInt128(0)) [[unlikely]] {
+    mantissa = kTopBit;
+    ++exponent;
   }
   if (exponent > kMaxExponent) [[unlikely]]
     return infinity(negative);
@@ -133,16 +139,17 @@ constexpr bool fits_small(const Extended &value, int32_t *integer) {
 
 inline void store_small(bigflt *record, int32_t value) { *record = {1, {}, 0, value, 128, 4, {}}; }
 
-// Stores the canonical form: small where it holds the value.
-inline void store(bigflt *record, const Extended &value) {
+// Stores the canonical form: small where it holds the value. Gives whether it does.
+inline bool store(bigflt *record, const Extended &value) {
   int32_t integer = 0;
   if (fits_small(value, &integer)) {
     store_small(record, integer);
-    return;
+    return true;
   }
   record->small = 0;
   std::memset(record->unused, 0, sizeof record->unused);
   store_raw(record, value);
+  return false;
 }
 
 }  // namespace kiv::bigflt_engine
