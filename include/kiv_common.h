@@ -10,6 +10,8 @@
 #include "kiv_bigflt128.h"
 #include "kiv_bigflt_convert.h"
 #include "kiv_bigflt_dump.h"
+#include "kiv_i18n.h"
+#include "kiv_message.h"
 #include "kiv_mutex.h"
 #include "kiv_semaphore.h"
 #include "kiv_string.h"
