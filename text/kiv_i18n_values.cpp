@@ -5,6 +5,7 @@
 
 #include "kiv_bigflt.h"
 #include "kiv_bigflt_text.h"
+#include "text/message_double.h"
 #include "text/message_integer.h"
 #include "text/message_values.h"
 
@@ -91,22 +92,31 @@ size_t normalize_point(char *text, size_t length) {
   return length - (digits - point - 1);
 }
 
-bool append_double(Output *output, const Placeholder &p, double value) {
-  if (std::isnan(value)) return append_field(output, p, "nan", 3);
-  if (std::isinf(value)) return value < 0 ? append_field(output, p, "-inf", 4) : append_field(output, p, "inf", 3);
+/// By the C runtime. Its conversions and this buffer are large: a function of its own.
+[[gnu::noinline]] bool append_any_double(Output *output, const Placeholder &p, double value) {
   // No double has a digit other than 0 behind these; with g zeros at the end are not printed.
   constexpr uint32_t kMostDigits = 1074;
   // The greatest double has 309 digits before the point. Room for a sign and for a long decimal point.
   char text[kMostDigits + 330];
   const bool is_e = p.letter == 'e', is_f = p.letter == 'f';
   const uint32_t precision = std::min(p.precision, kMostDigits);
-  const int length = std::snprintf(text, sizeof text,
-                                   is_e   ? "%.*e"
-                                   : is_f ? "%.*f"
-                                          : "%.*g",
-                                   static_cast<int>(precision), value);
+  const char *const conversion = is_e ? "%.*e" : is_f ? "%.*f" : "%.*g";
+  const int length = std::snprintf(text, sizeof text, conversion, static_cast<int>(precision), value);
   return append_real(output, p, text, normalize_point(text, static_cast<size_t>(length)),
                      is_e || is_f ? p.precision - precision : 0);
+}
+
+bool append_double(Output *output, const Placeholder &p, double value) {
+  if (std::isnan(value)) return append_field(output, p, "nan", 3);
+  if (std::isinf(value)) return value < 0 ? append_field(output, p, "-inf", 4) : append_field(output, p, "inf", 3);
+  if (p.letter != 'e') {
+    char short_text[ShortDouble::kLongestText];
+    const ShortDouble number(value);
+    const size_t short_length =
+        p.letter == 'f' ? number.print_fixed(p.precision, short_text) : number.print_general(p.precision, short_text);
+    if (short_length != 0) return append_field(output, p, short_text, short_length);
+  }
+  return append_any_double(output, p, value);
 }
 
 /// Prints with a buffer of this size; *fits tells whether that was enough.

@@ -315,11 +315,40 @@ TEST(I18n, AgreesWithPrintf) {
     const std::string text = std::to_string(value);
     expect("0_S", "s", widened(text).data(), text.c_str());
     if (!minus.empty()) expect("0_s", "s", text.c_str(), text.c_str());
-    double real = 0;
-    std::memcpy(&real, &value, sizeof real);
-    if (below(random, 2) == 0) real = static_cast<double>(small) / (1 << below(random, 31));
-    if (std::isnan(real)) continue;
-    for (const char *letter : {"e", "f", "g"}) expect((std::string("0_d") + letter).c_str(), letter, &real, real);
+  }
+}
+
+// Ties, powers of ten and carries, of all sizes and with all digits.
+TEST(I18n, RoundsDoublesAsPrintf) {
+  auto random = make_random();
+  for (uint64_t i = cases(5000); i > 0; --i) {
+    const uint64_t bits = random();
+    double value = 0;
+    std::memcpy(&value, &bits, sizeof value);
+    const int scale = static_cast<int>(below(random, 25));
+    switch (below(random, 5)) {
+      case 0:
+        break;
+      case 1:
+        value = std::ldexp(static_cast<double>(static_cast<int64_t>(bits) >> below(random, 60)),
+                           -static_cast<int>(below(random, 140)));
+        break;
+      case 2:
+        value = std::round(std::pow(10, scale)) * (below(random, 2) == 0 ? 1e-15 : 1);
+        break;
+      case 3:
+        value = std::nextafter(std::pow(10, scale - 12), below(random, 2) == 0 ? 0 : 1e300);
+        break;
+      default:
+        value = static_cast<double>(below(random, 100000)) / 16 + 0.5;
+    }
+    if (std::isnan(value)) continue;
+    for (const char *letter : {"e", "f", "g"}) {
+      const int digits = static_cast<int>(below(random, 22));
+      const std::string placeholder = "[0_d" + std::string(letter) + "." + std::to_string(digits) + "][|]";
+      const std::string conversion = "%.*" + std::string(letter);
+      ASSERT_EQ(format(placeholder, &value), printed(conversion.c_str(), digits, value));
+    }
   }
 }
 
