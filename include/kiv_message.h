@@ -93,12 +93,12 @@ class MessageValue {
   MessageValue(const KIV_U128 &value) : value_() { value_.u128 = value; }
   MessageValue(const bigflt &value) : value_() { value_.big = value; }
   MessageValue(const char *value) : value_(), string_(value), is_string_(true) {}
+  MessageValue(char *value) : value_(), string_(value), is_string_(true) {}
   MessageValue(const KIV_UNICHAR *value) : value_(), string_(value), is_string_(true) {}
-  /** Everything else. */
+  MessageValue(KIV_UNICHAR *value) : value_(), string_(value), is_string_(true) {}
+  /** Other pointers, which would be truth values. */
   template <class T>
-  MessageValue(const T &value) = delete;
-  template <class T>
-  MessageValue(const T *value) = delete;
+  MessageValue(T *value) = delete;
 
   const void *word() const { return is_string_ ? string_ : &value_; }
 

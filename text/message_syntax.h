@@ -108,15 +108,17 @@ class Parser {
 
   /// The same for a text without arguments: false, with nothing read, at a "[" that begins no escape and no end mark.
   bool next_text(Item<Unit> *item) {
-    const Unit *start = at_;
-    for (;; ++at_) {
-      at_ = find_special(at_);
-      // Of a doubled bracket the first is the last unit of the text.
-      const bool doubled = *at_ != 0 && at_[1] == *at_;
-      if (doubled) return at_ += 2, make_text(item, start, at_ - 1);
-      if (*at_ != ']') break;
+    if (*at_ != '[' || at_[1] == '[') {
+      const Unit *start = at_;
+      for (;; ++at_) {
+        at_ = find_special(at_);
+        // Of a doubled bracket the first is the last unit of the text.
+        const bool doubled = *at_ != 0 && at_[1] == *at_;
+        if (doubled) return at_ += 2, make_text(item, start, at_ - 1);
+        if (*at_ != ']') break;
+      }
+      if (at_ != start) return make_text(item, start, at_);
     }
-    if (at_ != start) return make_text(item, start, at_);
     if (*at_ == 0 || at_[1] == '|') {
       item->kind = Kind::end;
       return true;

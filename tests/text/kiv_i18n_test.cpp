@@ -170,6 +170,18 @@ TEST(I18n, PrintsEveryType) {
   EXPECT_EQ(shown(buffer), "12345");
 }
 
+TEST(I18n, TakesValues) {
+  char chars[] = "abc";
+  char *pointer = chars;
+  KIV_UNICHAR units[] = {'d', 'e', 0};
+  KIV_STRING string = units;
+  enum Enumeration : uint32_t { five = 5 } enumeration = five;
+  EXPECT_EQ(format("[0_s] [1_s] [2_S] [3_S] [4_u8] [5_df.1] [6_u16] [7_s64][|]",
+                   KIV_ARGS(chars, pointer, units, string, enumeration, 1.5f, static_cast<short>(-1) & 0xFFFF,
+                            static_cast<signed char>(-3))),
+            "abc abc de de 5 1.5 65535 -3");
+}
+
 TEST(I18n, ChoosesFormsOfWords) {
   const char *const cases[][3] = {
       {"SING_S([0_u32], 'file')", "files", "file"},
