@@ -129,7 +129,7 @@ KIV_API void kiv_i18n_prn_exit(KIV_I18N *handle);
  *
  * The cost of a known message is that of its length, however many there are, and no lock is taken. A new one costs a
  * copy of the message and the text, 4 bytes for each byte, from the handle's allocator; the table grows to
- * 2 * capacity + 10 pairs. The index is on the C runtime's heap, at most 96 bytes a message. */
+ * 2 * capacity + 10 pairs. The index is on the C runtime's heap, some 130 bytes a message at most. */
 KIV_API KIV_STRING kiv_i18n_get(KIV_I18N *handle, const char *message);
 
 /** The English text: the same text, there is no other language. */

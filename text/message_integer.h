@@ -44,12 +44,17 @@ inline uint64_t read_integer(TypeCode code, const void *word) {
   }
 }
 
-/// An integer's digits, right-aligned, behind a sign.
+/// An integer's digits, right-aligned.
 class Digits {
  public:
   const char *text() const { return first_; }
   size_t length() const { return static_cast<size_t>(text_ + sizeof text_ - first_); }
   bool negative() const { return negative_; }
+
+  /// After the digits.
+  void write_sign() {
+    if (negative_) *--first_ = '-';
+  }
 
   void write_decimal(uint64_t value, bool negative) {
     negative_ = negative;
