@@ -163,8 +163,8 @@ KIV_API KIV_STRING kiv_i18n_prnd8_en(KIV_I18N *handle, const char *message, cons
 
 /** Writes the text, terminated, to a buffer with room for capacity code points; *count, unless count is null, receives
  * its length without the terminator. 0 for success. 1 on failure: the buffer then has as much of the text as it had
- * room for, terminated, and *count its length; none of it when the message itself fails. Nothing is written to a buffer
- * of no capacity. Nothing is allocated. The handle is not used and may be null. */
+ * room for, terminated, and *count its length; none of it when the message itself fails. Nothing is written to a null
+ * buffer or one of no capacity. Nothing is allocated. The handle is not used and may be null. */
 KIV_API int kiv_i18n_prn2(KIV_I18N *handle, KIV_STRING buffer, uint32_t capacity, uint32_t *count, const char *message,
                           const void *a0, const void *a1);
 
