@@ -71,12 +71,14 @@ enum class Kind : uint8_t { end, malformed, text, character, placeholder, plural
 
 template <class Unit>
 struct Item {
+  struct Run {
+    const Unit *units;
+    size_t length;
+  };
+
   Kind kind;
   union {
-    struct {
-      const Unit *units;
-      size_t length;
-    } text;
+    Run text;
     KIV_UNICHAR character;
     Placeholder placeholder;
     const PluralWord *plural;  ///< Its arguments are the items behind it: a placeholder, then placeholders and texts.
