@@ -88,11 +88,6 @@ KIV_API void kiv_bigflt_assign_MIN_BIGFLT(bigflt *r);
 
 /* --- Arithmetic --------------------------------------------------------------------------------------------------- */
 
-/** *r = *a * 10^n, correctly rounded for every n: the exact product is rounded once. Infinity and NaN stay what they
- * are. */
-KIV_API void kiv_bigflt_pow10(bigflt *r, const bigflt *a, int32_t n);
-/** *a = *a * 10^n. */
-KIV_API void kiv_bigflt_pow10_implied(bigflt *a, int32_t n);
 /** r = a + b. */
 KIV_API void kiv_bigflt_add(bigflt *r, const bigflt *a, const bigflt *b);
 /** a = a + b. */
@@ -131,6 +126,12 @@ KIV_API void kiv_bigflt_abs(bigflt *r, const bigflt *a);
 /** r = the magnitude of a with the sign of b, also where that is a zero in extended form, or a NaN, with sign 1. A NaN
  * a stays as it is. */
 KIV_API void kiv_bigflt_copysign(bigflt *r, const bigflt *a, const bigflt *b);
+
+/** *r = *a * 10^n, correctly rounded for every n: the exact product is rounded once. Infinity and NaN stay what they
+ * are. */
+KIV_API void kiv_bigflt_pow10(bigflt *r, const bigflt *a, int32_t n);
+/** *a = *a * 10^n. */
+KIV_API void kiv_bigflt_pow10_implied(bigflt *a, int32_t n);
 
 /* --- Rounding and parts ------------------------------------------------------------------------------------------- */
 

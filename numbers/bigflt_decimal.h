@@ -47,7 +47,7 @@ inline Estimate times_power_of_ten(const Binary &value, uint32_t excess, int32_t
   }
   // In units of the product's upper 192 bits: the power's error, that of the number, the truncation, and less than one
   // for the product of both errors; twice that behind a shift. The callers' numbers have 186 bits or no excess.
-  result.error = 2 * (power.error + (uint64_t{excess} << shift) + 2);
+  result.error = 2 * (power.error + (excess == 0 ? 0 : uint64_t{excess} << shift) + 2);
   return result;
 }
 
@@ -55,7 +55,6 @@ inline Estimate times_power_of_ten(const Binary &value, uint32_t excess, int32_t
 /// less the boundary.
 template <class Compare>
 Extended settle(const Estimate &estimate, bool negative, Compare compare) {
-  constexpr uint64_t kHalf = uint64_t{1} << 63;
   uint64_t below = estimate.below;
   if (estimate.exponent < kMinExponent) [[unlikely]] {
     // Half of the closest value to zero is a tie, too; it is a power of two, and the estimate may be above or below it.

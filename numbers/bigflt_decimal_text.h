@@ -6,29 +6,34 @@
 
 namespace kiv::bigflt_engine {
 
-/// Decimal digits, with a point between them, times a power of ten.
+/// Decimal digits times a power of ten.
 ///
 /// Representation. The digits from the first that is not zero on stand in chunks of 19; of those that kMaxChunks do not
 /// hold, only whether one is not zero is known. That is enough: no tie between two values has more than 23,032
 /// digits, so that further ones tell only that the number is greater than a tie which agrees with it up to there.
 class DecimalText {
  public:
-  void add(unsigned digit) {
-    exponent_ -= behind_point_ ? 1 : 0;
-    if (digit == 0 && current_ == 0 && count_ == 0) return;
-    if (count_ == kMaxChunks) [[unlikely]] {
-      ++exponent_;
-      more_ = more_ || digit != 0;
-      return;
-    }
-    current_ = current_ * 10 + digit;
-    if (++current_digits_ == kChunkDigits) {
-      chunks_[count_++] = current_;
-      current_ = 0;
-      current_digits_ = 0;
+  /// The last chunk, while it is not full: a reader keeps it in registers.
+  struct Partial {
+    uint64_t digits = 0;
+    int count = 0;
+  };
+
+  bool is_zero() const { return count_ == 0 && last_.digits == 0; }
+
+  Partial partial() const { return last_; }
+  void set_partial(const Partial &partial) { last_ = partial; }
+
+  /// Adds a digit to the partial chunk. REQUIRES: !is_zero(), or the digit is not zero.
+  void add(Partial &partial, unsigned digit) {
+    partial.digits = partial.digits * 10 + digit;
+    if (++partial.count == kChunkDigits) {
+      push(partial.digits);
+      partial = {};
     }
   }
-  void point() { behind_point_ = true; }
+
+  /// Multiplies by 10^exponent.
   void scale(int64_t exponent) { exponent_ += exponent; }
 
   /// The nearest value. To be called once, when all has been added.
@@ -37,14 +42,22 @@ class DecimalText {
  private:
   static constexpr int kMaxChunks = 1213;
 
+  void push(uint64_t chunk) {
+    if (count_ < kMaxChunks) [[likely]] {
+      chunks_[count_++] = chunk;
+    } else {
+      exponent_ += kChunkDigits;
+      more_ = more_ || chunk != 0;
+    }
+  }
+
   Binary leading_digits(int64_t *exponent, bool *exact) const;
   int compare(const Binary &boundary) const;
 
   int64_t exponent_ = 0;  // of the last digit that has been kept
-  uint64_t current_ = 0;  // the last chunk, while it is not full
-  int current_digits_ = 0;
+  Partial last_;
   int32_t count_ = 0;
-  bool behind_point_ = false, more_ = false;
+  bool more_ = false;
   uint64_t chunks_[kMaxChunks + 1];
 };
 

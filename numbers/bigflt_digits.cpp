@@ -41,7 +41,6 @@ bool ShortDigits::round(const Extended &value, int64_t position) {
   const Words<3> upper = {product[2], product[3], product[4]};
   Words<3> integer = shift_right(upper, static_cast<int>(shift));
   const Words<3> fraction = shift_left(upper, 192 - static_cast<int>(shift));
-  constexpr uint64_t kHalf = uint64_t{1} << 63;
   bool up = fraction[2] >= kHalf;
   if (power.error == 0) {
     const bool tie = fraction[2] == kHalf && (fraction[1] | fraction[0] | product[1] | product[0]) == 0;

@@ -8,31 +8,32 @@
 namespace kiv::bigflt_engine {
 
 // One digit: upper * 2^64 + next by divisor. REQUIRES: the divisor's top bit is set, upper < divisor.
-inline uint64_t divide_step(UInt128 upper, uint64_t next, UInt128 divisor, UInt128 *rest) {
+[[gnu::always_inline]] inline uint64_t divide_step(UInt128 upper, uint64_t next, UInt128 divisor, UInt128 *rest) {
   const uint64_t top = high64(divisor);
   uint64_t digit = UINT64_MAX, over = 0;
-  bool too_great = true;  // the digit, perhaps
+  bool over_fits = true;  // what is left of `upper` has up to 64 bits
   if (high64(upper) < top) [[likely]] {
     digit = divide_128_by_64(high64(upper), low64(upper), top, &over);
   } else {
     over = low64(upper) + top;
-    too_great = over >= top;  // no: what is left of `upper` has more than 64 bits
+    over_fits = over >= top;
   }
-  // The digit takes no account of the divisor's lower half yet: it is up to two too great.
+  // The digit takes no account of the divisor's lower half yet: it is up to two too great. The first correction has no
+  // branch, as it is needed every third time or so.
   const UInt128 left = make_uint128(over, next), taken = multiply_64(digit, low64(divisor));
-  UInt128 remainder = left - taken;
-  too_great = too_great && left < taken;
-  while (too_great) {
+  const uint64_t too_great = (over_fits & (left < taken)) ? UINT64_MAX : 0;
+  digit += too_great;
+  UInt128 remainder = left - taken + (divisor & make_uint128(too_great, too_great));
+  if (too_great != 0 && remainder >= divisor) [[unlikely]] {  // it has not wrapped to what is not negative
     --digit;
     remainder += divisor;
-    too_great = remainder >= divisor;  // until it wraps to what is not negative
   }
   *rest = remainder;
   return digit;
 }
 
 // REQUIRES: the divisor's top bit is set, dividend.high < divisor.
-inline UInt128 divide_256(const UInt256 &dividend, UInt128 divisor, UInt128 *rest) {
+[[gnu::always_inline]] inline UInt128 divide_256(const UInt256 &dividend, UInt128 divisor, UInt128 *rest) {
   const uint64_t high = divide_step(dividend.high, high64(dividend.low), divisor, rest);
   const uint64_t low = divide_step(*rest, low64(dividend.low), divisor, rest);
   return make_uint128(high, low);
@@ -46,17 +47,20 @@ inline Extended divide_special(const Extended &a, const Extended &b) {
   return a.is_zero() ? kNan : infinity(a.negative != b.negative);
 }
 
-inline Extended divide(const Extended &a, const Extended &b) {
-  if (!a.is_ordinary() || !b.is_ordinary()) [[unlikely]]
-    return divide_special(a, b);
+[[gnu::always_inline]] inline Extended divide_ordinary(const Extended &a, const Extended &b) {
   // The dividend is placed so that the quotient has 128 bits, the top one set.
-  const bool below_one = a.mantissa < b.mantissa;
-  const UInt256 dividend = below_one ? UInt256{a.mantissa, UInt128(0)} : UInt256{a.mantissa >> 1, a.mantissa << 127};
+  const int shift = a.mantissa < b.mantissa ? 0 : 1;
+  const uint64_t high = high64(a.mantissa), low = low64(a.mantissa);
+  const UInt128 upper = make_uint128(high >> shift, low >> shift | high << 1 << 62 << (1 - shift));
   UInt128 rest = 0;
-  const UInt128 quotient = divide_256(dividend, b.mantissa, &rest);
+  const UInt128 quotient = divide_256({upper, make_uint128(low << 1 << 62 << (1 - shift), 0)}, b.mantissa, &rest);
   // There are no ties: a quotient of 129 bits times the divisor would have more bits than the dividend.
   const uint64_t below = rest > b.mantissa - rest ? kHalf + 1 : rest != UInt128(0) ? 1 : 0;
-  return finish(a.negative != b.negative, int64_t{a.exponent} - b.exponent - (below_one ? 1 : 0), quotient, below);
+  return finish(a.negative != b.negative, int64_t{a.exponent} - b.exponent - 1 + shift, quotient, below);
+}
+
+inline Extended divide(const Extended &a, const Extended &b) {
+  return a.is_ordinary() && b.is_ordinary() ? divide_ordinary(a, b) : divide_special(a, b);
 }
 
 inline UInt128 multiply_modulo(UInt128 a, UInt128 b, UInt128 divisor) {
@@ -67,7 +71,7 @@ inline UInt128 multiply_modulo(UInt128 a, UInt128 b, UInt128 divisor) {
 
 // 2^n modulo divisor, by a squaring for each bit of n but the leading seven. REQUIRES: the divisor's top bit is set.
 inline UInt128 power_of_two_modulo(uint32_t n, UInt128 divisor) {
-  int bits = std::bit_width(n >> 7);
+  auto bits = static_cast<int>(std::bit_width(n >> 7));
   UInt128 power = UInt128(1) << static_cast<int>(n >> bits);
   if (power >= divisor) power -= divisor;
   while (bits-- > 0) {
@@ -87,9 +91,7 @@ inline Extended modulo_special(const Extended &a, const Extended &b) {
 }
 
 // In units of b's last place: a's mantissa times 2^distance, modulo b's mantissa. The distance has up to 16 bits.
-inline Extended modulo(const Extended &a, const Extended &b) {
-  if (!a.is_ordinary() || !b.is_ordinary()) [[unlikely]]
-    return modulo_special(a, b);
+inline Extended modulo_ordinary(const Extended &a, const Extended &b) {
   if (a.exponent < b.exponent || (a.exponent == b.exponent && a.mantissa < b.mantissa)) return a;
   const auto distance = static_cast<uint32_t>(a.exponent - b.exponent);
   UInt128 rest = a.mantissa < b.mantissa ? a.mantissa : a.mantissa - b.mantissa;
@@ -97,6 +99,10 @@ inline Extended modulo(const Extended &a, const Extended &b) {
   if (rest == UInt128(0)) return zero();
   const int shift = leading_zeros(rest);
   return finish(a.negative, int64_t{b.exponent} - shift, rest << shift, 0);
+}
+
+inline Extended modulo(const Extended &a, const Extended &b) {
+  return a.is_ordinary() && b.is_ordinary() ? modulo_ordinary(a, b) : modulo_special(a, b);
 }
 
 }  // namespace kiv::bigflt_engine

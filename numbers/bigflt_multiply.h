@@ -28,16 +28,19 @@ inline Extended multiply_special(const Extended &a, const Extended &b) {
   return a.is_zero() || b.is_zero() ? kNan : infinity(a.negative != b.negative);
 }
 
-inline Extended multiply(const Extended &a, const Extended &b) {
-  if (!a.is_ordinary() || !b.is_ordinary()) [[unlikely]]
-    return multiply_special(a, b);
+[[gnu::always_inline]] inline Extended multiply_ordinary(const Extended &a, const Extended &b) {
   const UInt256 product = multiply_128(a.mantissa, b.mantissa);
   // The product of two numbers from 1 to below 2 is from 1 to below 4: its leading bit is the top one or the next.
-  const int shift = high64(product.high) >> 63 != 0 ? 0 : 1;
+  const int shift = static_cast<int>(~high64(product.high) >> 63);
   const uint64_t next = high64(product.low);
-  const UInt128 mantissa = shift != 0 ? product.high << 1 | UInt128(next >> 63) : product.high;
+  const uint64_t high = high64(product.high) << shift | low64(product.high) >> 1 >> (63 - shift);
+  const uint64_t low = low64(product.high) << shift | next >> 1 >> (63 - shift);
   const uint64_t below = next << shift | (low64(product.low) != 0 ? 1 : 0);
-  return finish(a.negative != b.negative, int64_t{a.exponent} + b.exponent + 1 - shift, mantissa, below);
+  return finish(a.negative != b.negative, int64_t{a.exponent} + b.exponent + 1 - shift, make_uint128(high, low), below);
+}
+
+inline Extended multiply(const Extended &a, const Extended &b) {
+  return a.is_ordinary() && b.is_ordinary() ? multiply_ordinary(a, b) : multiply_special(a, b);
 }
 
 }  // namespace kiv::bigflt_engine

@@ -50,7 +50,7 @@ constexpr Extended zero(bool negative = false) { return {0, kZeroExponent, negat
 constexpr Extended from_int32(int32_t value) {
   if (value == 0) return zero();
   const uint32_t magnitude = value < 0 ? 0 - static_cast<uint32_t>(value) : static_cast<uint32_t>(value);
-  const int shift = std::countl_zero(magnitude);
+  const int shift = std::countl_zero(magnitude) & 31;  // it is not 0
   return {make_uint128(uint64_t{magnitude} << (32 + shift), 0), 31 - shift, value < 0};
 }
 
@@ -68,28 +68,39 @@ inline UInt128 load_mantissa(const bigflt &record) {
   return make_uint128(high, low);
 }
 
+// What a magnitude becomes whose exponent is out of range after rounding; `below` is what was rounded.
+enum class Clipped { kToZero, kToClosest, kToInfinity };
+
+[[gnu::cold]] inline Clipped clip(int64_t exponent, UInt128 mantissa, uint64_t below) {
+  if (exponent > kMaxExponent) return Clipped::kToInfinity;
+  const bool above_half = exponent == kMinExponent - 1 && (mantissa != kTopBit || below != 0);
+  return above_half ? Clipped::kToClosest : Clipped::kToZero;
+}
+
 // The nearest value, ties to even, to (mantissa + below / 2^64) * 2^(exponent - 127). REQUIRES: the top bit of the
 // mantissa is set, and `below` is 0 only if the value is exact. Too great a magnitude gives infinity. Too small a one
 // gives the value closest to zero or zero, whichever is nearer; half of the closest value gives zero.
-inline Extended finish(bool negative, int64_t exponent, UInt128 mantissa, uint64_t below) {
-  if (exponent < kMinExponent) [[unlikely]] {
-    const bool above_half = exponent == kMinExponent - 1 && (mantissa != kTopBit || below != 0);
-    return above_half ? Extended{kTopBit, kMinExponent, negative} : zero();
-  }
+// Always inlined, as is what leads here for ordinary operands: a function would give its result back in memory.
+[[gnu::always_inline]] inline Extended finish(bool negative, int64_t exponent, UInt128 mantissa, uint64_t below) {
   // Without a branch, which would be a coin's toss: up from above half, at an odd mantissa from half on.
-  mantissa += UInt128(below > kHalf - (low64(mantissa) & 1) ? 1 : 0);
+  mantissa += UInt128(below + (kHalf - 1 + (low64(mantissa) & 1)) < below ? 1 : 0);
   if (mantissa == UInt128(0)) [[unlikely]] {
     mantissa = kTopBit;
     ++exponent;
+    below = 0;  // the number is less than what it has been rounded to
   }
-  if (exponent > kMaxExponent) [[unlikely]]
-    return infinity(negative);
+  if (static_cast<uint64_t>(exponent - kMinExponent) > kMaxExponent - kMinExponent) [[unlikely]] {
+    const Clipped clipped = clip(exponent, mantissa, below);
+    if (clipped == Clipped::kToZero) return zero();
+    if (clipped == Clipped::kToInfinity) return infinity(negative);
+    return {kTopBit, kMinExponent, negative};
+  }
   return {mantissa, static_cast<int32_t>(exponent), negative};
 }
 
 // The value of a record in extended form that is not in the form which results have: with leading zeros in its
 // mantissa, or an exponent out of range.
-inline Extended load_unusual(const bigflt &record) {
+[[gnu::cold]] inline Extended load_unusual(const bigflt &record) {
   const UInt128 mantissa = load_mantissa(record);
   const bool negative = record.sign != 0;
   if (record.exponent == kSpecialExponent) return mantissa == UInt128(0) ? infinity(negative) : kNan;
@@ -98,12 +109,16 @@ inline Extended load_unusual(const bigflt &record) {
   return finish(negative, int64_t{record.exponent} - shift, mantissa << shift, 0);
 }
 
-inline Extended load_extended(const bigflt &record) {
+// Whether a record in extended form is one of an ordinary value, in the form which results have.
+inline bool is_usual(const bigflt &record) {
   const uint32_t biased = static_cast<uint32_t>(record.exponent) + static_cast<uint32_t>(kMaxExponent);
-  if (biased > 2 * static_cast<uint32_t>(kMaxExponent) || record.mantissa[3] >> 31 == 0) [[unlikely]] {
-    return load_unusual(record);
-  }
-  return {load_mantissa(record), record.exponent, record.sign != 0};
+  return biased <= 2 * static_cast<uint32_t>(kMaxExponent) && record.mantissa[3] >> 31 != 0;
+}
+
+inline Extended load_usual(const bigflt &record) { return {load_mantissa(record), record.exponent, record.sign != 0}; }
+
+inline Extended load_extended(const bigflt &record) {
+  return is_usual(record) ? load_usual(record) : load_unusual(record);
 }
 
 inline Extended load(const bigflt &record) {
@@ -123,6 +138,8 @@ inline void store_raw(bigflt *record, const Extended &value) {
 
 // Whether a value is an integer that the small form can hold, and which.
 constexpr bool fits_small(const Extended &value, int32_t *integer) {
+  // First what settles nearly all: a long mantissa. The other conditions are hard to predict.
+  if (low64(value.mantissa) != 0) return false;
   if (value.is_zero()) {
     *integer = 0;
     return true;
@@ -131,7 +148,7 @@ constexpr bool fits_small(const Extended &value, int32_t *integer) {
   if (static_cast<uint32_t>(value.exponent) > 31) return false;
   const uint64_t high = high64(value.mantissa);
   const uint64_t magnitude = high >> (63 - value.exponent);
-  if (low64(value.mantissa) != 0 || magnitude << (63 - value.exponent) != high) return false;
+  if (magnitude << (63 - value.exponent) != high) return false;
   if (magnitude > uint64_t{INT32_MAX} + (value.negative ? 1 : 0)) return false;
   *integer = static_cast<int32_t>(value.negative ? 0 - magnitude : magnitude);
   return true;
@@ -140,14 +157,14 @@ constexpr bool fits_small(const Extended &value, int32_t *integer) {
 inline void store_small(bigflt *record, int32_t value) { *record = {1, {}, 0, value, 128, 4, {}}; }
 
 // Stores the canonical form: small where it holds the value. Gives whether it does.
-inline bool store(bigflt *record, const Extended &value) {
+[[gnu::always_inline]] inline bool store(bigflt *record, const Extended &value) {
   int32_t integer = 0;
   if (fits_small(value, &integer)) {
     store_small(record, integer);
     return true;
   }
-  record->small = 0;
-  std::memset(record->unused, 0, sizeof record->unused);
+  constexpr uint8_t kExtendedForm[4] = {};  // the flag, and the bytes beside it, in one store
+  std::memcpy(record, kExtendedForm, sizeof kExtendedForm);
   store_raw(record, value);
   return false;
 }

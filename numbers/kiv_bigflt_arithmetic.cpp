@@ -20,43 +20,40 @@ bool store_if_small(bigflt *r, int64_t value) {
   return true;
 }
 
-// The engine's operations, each once for all the exported functions that lead there, which stay short and quick for
-// small operands. Operands are loaded before the result is stored: they may be one record.
-[[gnu::noinline]] void add_values(bigflt *r, const bigflt *a, const bigflt *b) { store(r, add(load(*a), load(*b))); }
+using Apply = Extended (*)(const Extended &, const Extended &);
 
-[[gnu::noinline]] void subtract_values(bigflt *r, const bigflt *a, const bigflt *b) {
-  store(r, subtract(load(*a), load(*b)));
+// Any operands but those of apply().
+template <Apply operation>
+[[gnu::noinline]] bool apply_slow(bigflt *r, const bigflt *a, const bigflt *b) {
+  return store(r, operation(load(*a), load(*b)));
 }
 
-[[gnu::noinline]] void multiply_values(bigflt *r, const bigflt *a, const bigflt *b) {
-  store(r, multiply(load(*a), load(*b)));
-}
-
-[[gnu::noinline]] bool divide_values(bigflt *r, const bigflt *a, const bigflt *b) {
-  return store(r, divide(load(*a), load(*b)));
-}
-
-[[gnu::noinline]] void modulo_values(bigflt *r, const bigflt *a, const bigflt *b) {
-  store(r, modulo(load(*a), load(*b)));
+// Calls the engine: each operation once for all the exported functions that lead there, which stay short and quick for
+// small operands. Operands are loaded before the result is stored: they may be one record. Gives whether it is small.
+template <Apply operation, Apply ordinary>
+[[gnu::noinline]] bool apply(bigflt *r, const bigflt *a, const bigflt *b) {
+  if ((a->small | b->small) != 0 || !is_usual(*a) || !is_usual(*b)) [[unlikely]]
+    return apply_slow<operation>(r, a, b);
+  return store(r, ordinary(load_usual(*a), load_usual(*b)));
 }
 
 inline void add_any(bigflt *r, const bigflt *a, const bigflt *b) {
   if (both_small(a, b) && store_if_small(r, int64_t{a->exponent} + b->exponent)) return;
-  add_values(r, a, b);
+  apply<add, add_ordinary>(r, a, b);
 }
 
 inline void subtract_any(bigflt *r, const bigflt *a, const bigflt *b) {
   if (both_small(a, b) && store_if_small(r, int64_t{a->exponent} - b->exponent)) return;
-  subtract_values(r, a, b);
+  apply<subtract, subtract_ordinary>(r, a, b);
 }
 
 inline void multiply_any(bigflt *r, const bigflt *a, const bigflt *b) {
   if (both_small(a, b) && store_if_small(r, int64_t{a->exponent} * b->exponent)) return;
-  multiply_values(r, a, b);
+  apply<multiply, multiply_ordinary>(r, a, b);
 }
 
 inline int divide_any(bigflt *r, const bigflt *a, const bigflt *b) {
-  // 0 - 2^31 / -1 does not fit, and the processor traps it.
+  // -2^31 / -1 does not fit, and would trap.
   if (both_small(a, b) && b->exponent != 0 && !(a->exponent == INT32_MIN && b->exponent == -1)) {
     const int32_t quotient = a->exponent / b->exponent;
     if (a->exponent - quotient * b->exponent == 0) {
@@ -64,7 +61,7 @@ inline int divide_any(bigflt *r, const bigflt *a, const bigflt *b) {
       return 1;
     }
   }
-  return divide_values(r, a, b) ? 1 : 0;
+  return apply<divide, divide_ordinary>(r, a, b) ? 1 : 0;
 }
 
 inline void modulo_any(bigflt *r, const bigflt *a, const bigflt *b) {
@@ -72,14 +69,12 @@ inline void modulo_any(bigflt *r, const bigflt *a, const bigflt *b) {
     store_small(r, a->exponent % b->exponent);
     return;
   }
-  modulo_values(r, a, b);
+  apply<modulo, modulo_ordinary>(r, a, b);
 }
 
 inline void negate_any(bigflt *r, const bigflt *a) {
   if (a->small != 0 && store_if_small(r, -int64_t{a->exponent})) return;
-  Extended value = load(*a);
-  value.negative = !value.negative && !value.is_nan();
-  store(r, value);
+  store(r, negated(load(*a)));
 }
 
 inline void round_any(bigflt *r, const bigflt *a, int32_t bits) { store(r, round_to_mantissa_size(load(*a), bits)); }

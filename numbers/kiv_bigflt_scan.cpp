@@ -98,11 +98,12 @@ class Scanner {
   }
 
   bool scan_decimal(bool digits, DecimalText &text) {
-    for (; is_digit(c_); advance(), digits = true) text.add(static_cast<unsigned>(c_ - '0'));
+    digits = scan_digits(text) != 0 || digits;
     if (c_ == '.') {
       advance();
-      text.point();
-      for (; is_digit(c_); advance(), digits = true) text.add(static_cast<unsigned>(c_ - '0'));
+      const uint32_t fraction_digits = scan_digits(text);
+      text.scale(-int64_t{fraction_digits});
+      digits = digits || fraction_digits != 0;
     }
     if (!digits) return false;
     if (!take('e')) return true;
@@ -110,6 +111,18 @@ class Scanner {
     if (!scan_exponent(&exponent)) return false;
     text.scale(exponent);
     return true;
+  }
+
+  /// Any number of digits; gives how many.
+  uint32_t scan_digits(DecimalText &text) {
+    const uint32_t left = left_ + (c_ >= 0 ? 1 : 0);
+    if (text.is_zero()) {
+      while (c_ == '0') advance();
+    }
+    DecimalText::Partial partial = text.partial();
+    for (; is_digit(c_); advance()) text.add(partial, static_cast<unsigned>(c_ - '0'));
+    text.set_partial(partial);
+    return left - (left_ + (c_ >= 0 ? 1 : 0));
   }
 
   bool scan_hexadecimal(bool negative, Extended *result) {

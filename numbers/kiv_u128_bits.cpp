@@ -13,20 +13,15 @@ namespace {
 
 constexpr UInt128 kAllOnes = kiv::make_uint128(UINT64_MAX, UINT64_MAX);
 
+// A count that is negative or shifts everything out.
+constexpr bool is_unusual(int count) { return static_cast<unsigned>(count) > 127; }
+
 // The count that turns a shift round. Counts end at 32767, which shifts everything out as a greater one would: so the
 // least int has an opposite.
 constexpr int opposite(int count) { return count < -32767 ? 32767 : -count; }
 
-constexpr bool is_plain(int count) { return static_cast<unsigned>(count) < 128; }
-
-UInt128 shift_left(UInt128 value, int count) { return is_plain(count) ? value << count : UInt128(0); }
-UInt128 shift_right(UInt128 value, int count) { return is_plain(count) ? value >> count : UInt128(0); }
-
-UInt128 shift_right_signed(UInt128 value, int count) {
-  // A negative value's complement is shifted: the zeros that come in are ones then.
-  const UInt128 sign = static_cast<int64_t>(kiv::high64(value)) < 0 ? kAllOnes : UInt128(0);
-  return shift_right(value ^ sign, count) ^ sign;
-}
+UInt128 shift_left(UInt128 value, int count) { return is_unusual(count) ? UInt128(0) : value << count; }
+UInt128 shift_right(UInt128 value, int count) { return is_unusual(count) ? UInt128(0) : value >> count; }
 
 // Ones from bit first to bit first + count - 1, as far as they exist.
 UInt128 mask(int first, int count) {
@@ -41,17 +36,29 @@ extern "C" {
 
 void kiv_u128_lsl(KIV_U128 *a, int n) {
   const UInt128 value = load_u128(a);
-  store_u128(a, n >= 0 ? shift_left(value, n) : shift_right(value, opposite(n)));
+  if (is_unusual(n)) [[unlikely]] {
+    store_u128(a, n < 0 ? shift_right(value, opposite(n)) : UInt128(0));
+    return;
+  }
+  store_u128(a, value << n);
 }
 
 void kiv_u128_lsr(KIV_U128 *a, int n) {
   const UInt128 value = load_u128(a);
-  store_u128(a, n >= 0 ? shift_right(value, n) : shift_left(value, opposite(n)));
+  if (is_unusual(n)) [[unlikely]] {
+    store_u128(a, n < 0 ? shift_left(value, opposite(n)) : UInt128(0));
+    return;
+  }
+  store_u128(a, value >> n);
 }
 
 void kiv_s128_asr(KIV_S128 *a, int n) {
   const UInt128 value = load_u128(a);
-  store_u128(a, n >= 0 ? shift_right_signed(value, n) : shift_left(value, opposite(n)));
+  if (n < 0) [[unlikely]] {
+    store_u128(a, shift_left(value, opposite(n)));
+    return;
+  }
+  store_u128(a, kiv::shift_right_signed(value, std::min(n, 127)));
 }
 
 KIV_U128 *kiv_u128_and(KIV_U128 *a, const KIV_U128 *b) {

@@ -6,6 +6,7 @@
 //   divide_128_by_64(high, low, divisor, &rest)    REQUIRES: high < divisor, so that the quotient has 64 bits
 //   divide_64_by_32(dividend, divisor, &rest)      REQUIRES: divisor != 0
 //   divide(dividend, divisor, &rest)               REQUIRES: divisor != 0
+//   shift_right_signed(x, n)                       of two's complement
 //   leading_zeros(x)                               0 to 128
 //
 // Shift counts are 0 to 127, as with the built-in types.
@@ -30,6 +31,7 @@ using native::leading_zeros;
 using native::low64;
 using native::make_uint128;
 using native::multiply_64;
+using native::shift_right_signed;
 #else
 using UInt128 = words::UInt128;
 using words::divide;
@@ -40,6 +42,7 @@ using words::leading_zeros;
 using words::low64;
 using words::make_uint128;
 using words::multiply_64;
+using words::shift_right_signed;
 #endif
 
 }  // namespace kiv

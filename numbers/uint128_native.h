@@ -17,6 +17,11 @@ constexpr uint64_t low64(UInt128 x) { return static_cast<uint64_t>(x); }
 
 constexpr UInt128 multiply_64(uint64_t a, uint64_t b) { return static_cast<UInt128>(a) * b; }
 
+constexpr UInt128 shift_right_signed(UInt128 x, int n) {
+  __extension__ using Int128 = __int128;
+  return static_cast<UInt128>(static_cast<Int128>(x) >> n);
+}
+
 constexpr int leading_zeros(UInt128 x) {
   return high64(x) != 0 ? std::countl_zero(high64(x)) : 64 + std::countl_zero(low64(x));
 }

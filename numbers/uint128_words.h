@@ -90,6 +90,13 @@ constexpr UInt128 operator*(UInt128 a, UInt128 b) {
   return product;
 }
 
+constexpr UInt128 shift_right_signed(UInt128 x, int n) {
+  const int64_t high = static_cast<int64_t>(x.high);
+  if (n == 0) return x;
+  if (n >= 64) return {static_cast<uint64_t>(high >> 63), static_cast<uint64_t>(high >> (n - 64))};
+  return {static_cast<uint64_t>(high >> n), x.low >> n | x.high << (64 - n)};
+}
+
 constexpr int leading_zeros(UInt128 x) { return x.high != 0 ? std::countl_zero(x.high) : 64 + std::countl_zero(x.low); }
 
 // Two digits of 32 bits by one. REQUIRES: high < divisor

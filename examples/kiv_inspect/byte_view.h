@@ -26,6 +26,7 @@ class ByteView {
 
   const uint8_t *data() const { return data_; }
   uint32_t size() const { return size_; }
+  ByteOrder order() const { return order_; }
   ByteView in_order(ByteOrder order) const { return {data_, size_, order}; }
 
   /// The bytes from offset on, or none when they are not all there. Any two numbers may be asked for.

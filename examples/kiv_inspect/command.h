@@ -27,6 +27,8 @@ struct Command {
 
 Outcome run_symbols(Arguments arguments);
 Outcome run_resolve(Arguments arguments);
+Outcome run_constants(Arguments arguments);
+Outcome run_bytes(Arguments arguments);
 
 }  // namespace kiv::inspect
 

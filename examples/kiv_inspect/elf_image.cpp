@@ -13,10 +13,20 @@ struct Layout {
   uint32_t header_size;
   Field section_table, section_stride, section_count;
   uint32_t section_size;
-  Field type, offset, size, link, entry_size;
+  Field flags, address, offset, size, link, info, entry_size;
+  Field names_index;
+  Field segment_table, segment_stride, segment_count;
+  uint32_t segment_size;
+  Field segment_offset, segment_address, segment_file_size, segment_memory_size;
 };
-constexpr Layout kLayout32 = {52, {32, 4}, {46, 2}, {48, 2}, 40, {4, 4}, {16, 4}, {20, 4}, {24, 4}, {36, 4}};
-constexpr Layout kLayout64 = {64, {40, 8}, {58, 2}, {60, 2}, 64, {4, 4}, {24, 8}, {32, 8}, {40, 4}, {56, 8}};
+constexpr Layout kLayout32 = {52,      {32, 4}, {46, 2}, {48, 2}, 40,      {8, 4},  {12, 4},
+                              {16, 4}, {20, 4}, {24, 4}, {28, 4}, {36, 4}, {50, 2}, {28, 4},
+                              {42, 2}, {44, 2}, 32,      {4, 4},  {8, 4},  {16, 4}, {20, 4}};
+constexpr Layout kLayout64 = {64,      {40, 8}, {58, 2}, {60, 2}, 64,      {8, 8},  {16, 8},
+                              {24, 8}, {32, 8}, {40, 4}, {44, 4}, {56, 8}, {62, 2}, {32, 8},
+                              {54, 2}, {56, 2}, 56,      {8, 8},  {16, 8}, {32, 8}, {40, 8}};
+constexpr Field kSectionName = {0, 4}, kSectionType = {4, 4}, kSegmentType = {0, 4};
+constexpr uint32_t kElsewhere = 0xFFFF;  // a number that does not fit in the header stands in the first section
 
 const Layout &layout(bool has_64_bits) { return has_64_bits ? kLayout64 : kLayout32; }
 
@@ -31,6 +41,9 @@ Status ElfImage::open(ByteView file) {
   if (byte_order != 1 && byte_order != 2) return {"its ELF byte order is unknown"};
   has_64_bits_ = elf_class == 2;
   file_ = file.in_order(byte_order == 1 ? ByteOrder::little : ByteOrder::big);
+
+  type_ = file_.u16(16);
+  machine_ = file_.u16(18);
 
   const Layout &in = layout(has_64_bits_);
   const auto header = file_.part(0, in.header_size);
@@ -58,8 +71,16 @@ Status ElfImage::open(ByteView file) {
 ElfSection ElfImage::section(uint32_t index) const {
   const Layout &in = layout(has_64_bits_);
   const ByteView header = section_table_.part(uint64_t{index} * section_stride_, section_stride_).value_or(ByteView());
-  return {static_cast<uint32_t>(header.number(in.type)), static_cast<uint32_t>(header.number(in.link)),
-          header.number(in.offset), header.number(in.size), header.number(in.entry_size)};
+  ElfSection section = {};
+  section.name = static_cast<uint32_t>(header.number(kSectionName));
+  section.type = static_cast<uint32_t>(header.number(kSectionType));
+  section.flags = header.number(in.flags);
+  section.address = header.number(in.address);
+  section.link = static_cast<uint32_t>(header.number(in.link));
+  section.offset = header.number(in.offset);
+  section.size = header.number(in.size);
+  section.entry_size = header.number(in.entry_size);
+  return section;
 }
 
 Status ElfImage::contents(const ElfSection &section, ByteView *bytes) const {
@@ -67,6 +88,42 @@ Status ElfImage::contents(const ElfSection &section, ByteView *bytes) const {
   if (!part) return {"a section lies outside the file"};
   *bytes = *part;
   return {};
+}
+
+Status ElfImage::section_names(ByteView *names) const {
+  *names = {};
+  const Layout &in = layout(has_64_bits_);
+  uint64_t index = file_.number(in.names_index);
+  if (index == kElsewhere && section_count_ > 0) index = section(0).link;
+  if (index == 0 || section_count_ == 0) return {};
+  if (index >= section_count_) return {"its sections have no string table"};
+  return contents(section(static_cast<uint32_t>(index)), names);
+}
+
+Status ElfImage::segments(ByteView *table, uint32_t *count) const {
+  const Layout &in = layout(has_64_bits_);
+  *table = {};
+  *count = 0;
+  const uint64_t start = file_.number(in.segment_table);
+  if (start == 0) return {};
+  uint64_t all = file_.number(in.segment_count);
+  if (all == kElsewhere && section_count_ > 0) all = section_table_.number(in.info);
+  const uint64_t stride = file_.number(in.segment_stride);
+  if (all != 0 && stride < in.segment_size) return {"its program headers are too small"};
+  const auto entries = file_.part(start, all * stride);  // at most 32 and 16 bits
+  if (!entries) return {"its program headers lie outside the file"};
+  *table = *entries;
+  *count = static_cast<uint32_t>(all);
+  return {};
+}
+
+ElfSegment ElfImage::segment(ByteView table, uint32_t index) const {
+  const Layout &in = layout(has_64_bits_);
+  const uint64_t stride = file_.number(in.segment_stride);
+  const ByteView header = table.part(index * stride, stride).value_or(ByteView());
+  return {static_cast<uint32_t>(header.number(kSegmentType)), header.number(in.segment_offset),
+          header.number(in.segment_address), header.number(in.segment_file_size),
+          header.number(in.segment_memory_size)};
 }
 
 }  // namespace kiv::inspect

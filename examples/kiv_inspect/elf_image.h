@@ -9,11 +9,28 @@
 namespace kiv::inspect {
 
 struct ElfSection {
+  uint32_t name;  // an offset in section_names()
   uint32_t type;
+  uint64_t flags;
+  uint64_t address;
   uint32_t link;  // the index of a related section
   uint64_t offset;
   uint64_t size;
   uint64_t entry_size;
+
+  enum : uint32_t { kNoBits = 8 };                          // types: without bytes in the file
+  enum : uint64_t { kAllocated = 2, kCompressed = 0x800 };  // flags
+  bool has(uint64_t flag) const { return (flags & flag) != 0; }
+};
+
+/// A part of the file as it is loaded.
+struct ElfSegment {
+  enum : uint32_t { kLoad = 1 };
+  uint32_t type;
+  uint64_t offset;
+  uint64_t address;
+  uint64_t file_size;
+  uint64_t memory_size;
 };
 
 class ElfImage {
@@ -24,16 +41,32 @@ class ElfImage {
   Status open(ByteView file);
 
   bool has_64_bits() const { return has_64_bits_; }
+  ByteOrder order() const { return file_.order(); }
   uint32_t section_count() const { return section_count_; }
 
   /// REQUIRES: index < section_count().
   ElfSection section(uint32_t index) const;
   Status contents(const ElfSection &section, ByteView *bytes) const;
 
+  /// The names of sections, which end with a zero; empty when there are none.
+  Status section_names(ByteView *names) const;
+
+  /// The table of segments, of which segment() reads those below count.
+  Status segments(ByteView *table, uint32_t *count) const;
+  ElfSegment segment(ByteView table, uint32_t index) const;
+
+  /// Whether addresses and references are final: that of an object file are not.
+  bool is_linked() const { return type_ != 1; }
+
+  /// Whether the program is for x86 of either width.
+  bool is_x86() const { return machine_ == 3 || machine_ == 62; }
+
  private:
   ByteView file_;
   ByteView section_table_;
   bool has_64_bits_ = false;
+  uint16_t type_ = 0;
+  uint16_t machine_ = 0;
   uint32_t section_count_ = 0;
   uint32_t section_stride_ = 0;
 };

@@ -19,6 +19,14 @@ constexpr Command kCommands[] = {
      run_symbols},
     {"resolve", "PROGRAM HEX...", 2, INT_MAX, "the nearest symbol at or below each address, and the distance from it",
      run_resolve},
+    {"constants", "PROGRAM [PATTERN]", 1, 2,
+     "the constants of the debug information: kind (E enumerator, C constant, V variable, M member), name, value;\n"
+     "      with a pattern those whose whole name it matches",
+     run_constants},
+    {"bytes", "PROGRAM HEX COUNT [FIRST:WIDTH[be|le]]", 3, 4,
+     "the bytes from an address on, as they are loaded; with FIRST:WIDTH a bit field out of them, too: 1 to 128 bits,\n"
+     "      from bit FIRST on, of a number in the byte order of the program, or big (be) or little endian (le)",
+     run_bytes},
 };
 
 void print_usage() {

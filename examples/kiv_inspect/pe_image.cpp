@@ -9,6 +9,8 @@ constexpr uint32_t kDosHeaderSize = 64;
 constexpr uint32_t kHeaderOffsetAt = 60;  // in the DOS header
 constexpr uint32_t kCoffHeaderSize = 24;  // with the signature before it
 constexpr uint32_t kSectionSize = 40;
+constexpr uint32_t kCoffSymbolSize = 18;
+constexpr uint32_t kShortNameSize = 8;
 constexpr uint32_t kExecutable = 0x20000000;
 
 /// The optional header of one width.
@@ -23,6 +25,27 @@ constexpr Layout kLayout64 = {0x20B, {24, 8}, {108, 4}, 112};
 int by_address(const void *key, const void *value) {
   const uint32_t a = static_cast<const PeSection *>(key)->address, b = static_cast<const PeSection *>(value)->address;
   return (a > b) - (a < b);
+}
+
+/// The offset that a name refers to, or none for a name that is one itself.
+std::optional<uint64_t> name_offset(ByteView name) {
+  if (name.u8(0) != '/') return std::nullopt;
+  const bool base_64 = name.u8(1) == '/';
+  uint64_t offset = 0;
+  for (uint32_t i = base_64 ? 2 : 1; i < name.size() && name.u8(i) != 0; ++i) {
+    const uint8_t c = name.u8(i);
+    const bool decimal = c >= '0' && c <= '9';
+    if (!base_64) {
+      if (!decimal) return std::nullopt;
+      offset = offset * 10 + (c - '0');
+      continue;
+    }
+    const bool lower = c >= 'a' && c <= 'z', upper = c >= 'A' && c <= 'Z';
+    if (!decimal && !lower && !upper && c != '+' && c != '/') return std::nullopt;
+    const int digit = upper ? c - 'A' : lower ? c - 'a' + 26 : decimal ? c - '0' + 52 : c == '+' ? 62 : 63;
+    offset = offset * 64 + static_cast<uint64_t>(digit);
+  }
+  return offset;
 }
 
 }  // namespace
@@ -40,6 +63,7 @@ Status PeImage::open(ByteView file, KIV_ALLOCATOR *scratch) {
   const auto header = file_.part(header_at, kCoffHeaderSize);
   if (!header) return {"its PE header is cut off"};
   const uint32_t section_count = header->u16(6);
+  is_x86_ = header->u16(4) == 0x14C || header->u16(4) == 0x8664;
   coff_symbols_ = {header->u32(12), header->u32(16)};
   const uint32_t optional_size = header->u16(20);
   const auto optional = file_.part(header_at + kCoffHeaderSize, optional_size);
@@ -57,6 +81,7 @@ Status PeImage::open(ByteView file, KIV_ALLOCATOR *scratch) {
 void PeImage::read_optional_header(ByteView header) {
   const Layout &in = has_64_bits_ ? kLayout64 : kLayout32;
   base_ = header.number(in.base);
+  headers_size_ = header.u32(60);
   if (header.number(in.directory_count) == 0) return;
   export_table_ = {header.u32(in.export_directory), header.u32(in.export_directory + 4)};
 }
@@ -72,8 +97,10 @@ Status PeImage::read_sections(ByteView headers, uint32_t count, KIV_ALLOCATOR *s
     section.address = header.u32(12);
     section.file_offset = header.u32(20);
     section.file_size = section.file_offset != 0 ? header.u32(16) : 0;
-    section.size = std::max(header.u32(8), section.file_size);
+    section.memory_size = header.u32(8);
+    section.size = std::max(section.memory_size, section.file_size);
     section.executable = (header.u32(36) & kExecutable) != 0;
+    section.name = header.part(0, kShortNameSize).value_or(ByteView());
     // Sections do not overlap. In a damaged file that has some, the earlier of two at one address counts.
     if (section.size != 0 && kiv_avl_insert(by_address_, &section) != 0) return kOutOfMemory;
   }
@@ -90,9 +117,41 @@ const PeSection *PeImage::section_by_number(uint32_t number) const {
 }
 
 const PeSection *PeImage::section_at(uint32_t rva) const {
-  const PeSection key = {rva, 0, 0, 0, false};
+  PeSection key = {};
+  key.address = rva;
   const auto *section = static_cast<const PeSection *>(kiv_avl_find_largest_less_or_equal(by_address_, &key));
   return section != nullptr && rva - section->address < section->size ? section : nullptr;
+}
+
+Status PeImage::name(const PeSection &section, ByteView *name) const {
+  *name = section.name;
+  const auto offset = name_offset(section.name);
+  if (!offset) return {};
+  ByteView strings;
+  const Status status = coff_strings(&strings);
+  *name = strings.rest(*offset).value_or(ByteView());
+  return status;
+}
+
+Status PeImage::contents(const PeSection &section, ByteView *bytes) const {
+  const bool padded = section.memory_size != 0 && section.memory_size < section.file_size;
+  const auto part = file_.part(section.file_offset, padded ? section.memory_size : section.file_size);
+  if (!part) return {"a section lies outside the file"};
+  *bytes = *part;
+  return {};
+}
+
+Status PeImage::coff_strings(ByteView *strings) const {
+  const auto [offset, count] = coff_symbols_;
+  *strings = {};
+  if (offset == 0) return {};
+  const uint64_t start = offset + uint64_t{count} * kCoffSymbolSize;
+  const auto size = file_.part(start, 4);
+  if (!size) return {};  // a file without long names may end before it
+  const auto part = file_.part(start, size->u32(0));
+  if (!part) return {"its string table lies outside the file"};
+  *strings = *part;
+  return {};
 }
 
 Status PeImage::bytes_at(uint32_t rva, ByteView *bytes) const {

@@ -15,7 +15,9 @@ struct PeSection {
   uint32_t size;     // in memory or in the file, whichever is more
   uint32_t file_offset;
   uint32_t file_size;
+  uint32_t memory_size;  // 0: as in the file, which is padded there
   bool executable;
+  ByteView name;  // 8 bytes, shorter ones with a zero behind them, or a reference to the string table
 };
 
 class PeImage {
@@ -33,6 +35,15 @@ class PeImage {
   /// A section by number, from 1 on as symbols count them, or by address; null when there is none.
   const PeSection *section_by_number(uint32_t number) const;
   const PeSection *section_at(uint32_t rva) const;
+  uint32_t section_count() const { return section_count_; }
+
+  /// A section's name, or something longer that starts with it and a zero. Names above 8 bytes stand in the string
+  /// table, and the section has "/" with the offset there in decimal, or "//" with it in base 64. That they do so is
+  /// a habit of GNU's and LLVM's linkers, for the sections of debug information.
+  Status name(const PeSection &section, ByteView *name) const;
+
+  /// The bytes of a section without the padding that it has in the file.
+  Status contents(const PeSection &section, ByteView *bytes) const;
 
   /// The bytes from an RVA to the end of its section in the file.
   Status bytes_at(uint32_t rva, ByteView *bytes) const;
@@ -48,13 +59,25 @@ class PeImage {
   };
   CoffSymbols coff_symbols() const { return coff_symbols_; }
 
+  /// The string table behind the symbols, from its size on, which stands in its first four bytes; empty when there is
+  /// none.
+  Status coff_strings(ByteView *strings) const;
+
+  /// How many bytes from the file's start on are loaded to the base.
+  uint32_t headers_size() const { return headers_size_; }
+
+  /// Whether the program is for x86 of either width.
+  bool is_x86() const { return is_x86_; }
+
  private:
   void read_optional_header(ByteView header);
   Status read_sections(ByteView headers, uint32_t count, KIV_ALLOCATOR *scratch);
 
   ByteView file_;
   bool has_64_bits_ = false;
+  bool is_x86_ = false;
   uint64_t base_ = 0;
+  uint32_t headers_size_ = 0;
   PeSection *sections_ = nullptr;
   uint32_t section_count_ = 0;
   KIV_AVL_TREE *by_address_ = nullptr;

@@ -18,7 +18,7 @@ Status read_coff_name(ByteView entry, ByteView strings, SymbolNames &names, std:
     const uint32_t offset = entry.u32(4);
     if (offset == 0) return {};  // a name of no bytes
     // What comes before the first name is the table's size.
-    return offset >= 4 ? names.read(strings, offset, name) : Status{"a symbol's name lies outside the string table"};
+    return offset >= 4 ? names.read(strings, offset, name) : Status{"a name lies outside the string table"};
   }
   const void *end = std::memchr(entry.data(), 0, kShortNameSize);
   const auto size =
@@ -47,16 +47,6 @@ Status add_coff_symbol(const PeImage &image, ByteView entry, ByteView strings, S
   return status.ok() && !symbol.name.empty() ? table.add(symbol) : status;
 }
 
-/// The string table behind the symbols. Its size, which stands in its first four bytes, includes these.
-Status find_strings(ByteView file, uint64_t offset, ByteView *strings) {
-  const auto size = file.part(offset, 4);
-  if (!size) return {};  // a file without long names may end before it
-  const auto part = file.part(offset, size->u32(0));
-  if (!part) return {"its string table lies outside the file"};
-  *strings = *part;
-  return {};
-}
-
 Status read_coff_symbols(ByteView file, const PeImage &image, SymbolNames &names, SymbolTable &table) {
   const auto [offset, count] = image.coff_symbols();
   if (offset == 0 || count == 0) return {};
@@ -64,7 +54,7 @@ Status read_coff_symbols(ByteView file, const PeImage &image, SymbolNames &names
   const auto symbols = file.part(offset, size);
   if (!symbols) return {"its symbol table lies outside the file"};
   ByteView strings;
-  Status status = find_strings(file, offset + size, &strings);
+  Status status = image.coff_strings(&strings);
   for (uint64_t at = 0; status.ok() && at < size;) {
     const ByteView entry = symbols->part(at, kSymbolSize).value_or(ByteView());
     status = add_coff_symbol(image, entry, strings, names, table);

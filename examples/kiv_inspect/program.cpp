@@ -1,5 +1,6 @@
 #include "examples/kiv_inspect/program.h"
 
+#include "examples/kiv_inspect/constant_reader.h"
 #include "examples/kiv_inspect/elf_image.h"
 #include "examples/kiv_inspect/file_bytes.h"
 #include "examples/kiv_inspect/pe_image.h"
@@ -19,12 +20,18 @@ Program::~Program() {
   if (memory_ != nullptr) kiv_allocator_wrap_delete(memory_);
 }
 
-Status Program::load(const char *path) {
-  if (memory_ == nullptr) return kOutOfMemory;
-  Status status = read_file(path, memory_, &file_);
-  if (status.ok()) status = symbols_.open(memory_);
-  if (status.ok()) status = read_symbols(file_, symbols_);
-  return status;
+Status Program::load(const char *path) { return memory_ != nullptr ? read_file(path, memory_, &file_) : kOutOfMemory; }
+
+Status Program::load_symbols() {
+  const Status status = symbols_.open(memory_);
+  return status.ok() ? read_symbols(file_, symbols_) : status;
 }
+
+Status Program::load_constants() {
+  const Status status = constants_.open(memory_);
+  return status.ok() ? read_constants(file_, constants_) : status;
+}
+
+Status Program::load_memory() { return memory_map_.open(file_, memory_); }
 
 }  // namespace kiv::inspect

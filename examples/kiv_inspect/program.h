@@ -3,6 +3,8 @@
 #define KIV_INSPECT_PROGRAM_H
 
 #include "examples/kiv_inspect/byte_view.h"
+#include "examples/kiv_inspect/constant_table.h"
+#include "examples/kiv_inspect/memory_map.h"
 #include "examples/kiv_inspect/status.h"
 #include "examples/kiv_inspect/symbol_table.h"
 #include "kiv_allocator.h"
@@ -21,16 +23,24 @@ class Program {
   Program(const Program &) = delete;
   Program &operator=(const Program &) = delete;
 
-  /// Reads the file and its symbols. To be called once.
+  /// Reads the file. To be called once, before one or more of the following, each of which is called once.
   Status load(const char *path);
 
+  Status load_symbols();
+  Status load_constants();
+  Status load_memory();
+
   const SymbolTable &symbols() const { return symbols_; }
+  const ConstantTable &constants() const { return constants_; }
+  const MemoryMap &memory() const { return memory_map_; }
 
  private:
   KIV_ALLOCATOR storage_ = {};
   KIV_ALLOCATOR *memory_;  // null when it could not be made
   ByteView file_;
   SymbolTable symbols_;
+  ConstantTable constants_;
+  MemoryMap memory_map_;
 };
 
 }  // namespace kiv::inspect

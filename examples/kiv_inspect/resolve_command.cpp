@@ -4,29 +4,15 @@
 
 #include <cinttypes>
 #include <cstdio>
-#include <optional>
-#include <string_view>
 
 #include "examples/kiv_inspect/command.h"
 #include "examples/kiv_inspect/name_text.h"
+#include "examples/kiv_inspect/number_arguments.h"
 #include "examples/kiv_inspect/output.h"
 #include "examples/kiv_inspect/program.h"
 
 namespace kiv::inspect {
 namespace {
-
-std::optional<uint64_t> parse_address(std::string_view text) {
-  if (text.starts_with("0x") || text.starts_with("0X")) text.remove_prefix(2);
-  if (text.empty()) return std::nullopt;
-  uint64_t value = 0;
-  for (const char c : text) {
-    const bool decimal = c >= '0' && c <= '9';
-    const char letter = static_cast<char>(c | 0x20);
-    if ((!decimal && (letter < 'a' || letter > 'f')) || value >> 60 != 0) return std::nullopt;
-    value = value << 4 | static_cast<uint64_t>(decimal ? c - '0' : letter - 'a' + 10);
-  }
-  return value;
-}
 
 Status print_resolved(const SymbolTable &symbols, uint64_t address, NameText &text) {
   const Symbol *symbol = symbols.nearest(address);
@@ -53,6 +39,7 @@ Outcome run_resolve(Arguments arguments) {
   Program program(arguments.allocator);
   const char *path = arguments.values[0];
   Status status = program.load(path);
+  if (status.ok()) status = program.load_symbols();
   if (!status.ok()) return fail(path, status);
   NameText text(arguments.allocator);
   for (int i = 1; i < arguments.count && status.ok(); ++i) {

@@ -77,6 +77,7 @@ Outcome run_symbols(Arguments arguments) {
   if (!parse(arguments, &options)) return Outcome::wrong_usage;
   Program program(arguments.allocator);
   Status status = program.load(options.path);
+  if (status.ok()) status = program.load_symbols();
   if (!status.ok()) return fail(options.path, status);
   NameText pattern(arguments.allocator);
   Listing listing = {nullptr, options.regex, program.symbols().address_digits, NameText(arguments.allocator), {}};

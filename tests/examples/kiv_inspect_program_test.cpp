@@ -7,6 +7,7 @@
 #include <iterator>
 
 #include "gtest/gtest.h"
+#include "tests/examples/dwarf_images.h"
 #include "tests/examples/program_images.h"
 #include "tests/support/process.h"
 
@@ -112,6 +113,69 @@ TEST(KivInspectProgram, ShowsNamesAsTheLocaleDoes) {
 }
 #endif
 
+TEST(KivInspectProgram, ShowsTheConstantsOfARealProgram) {
+  const std::string lines =
+      "E fixture::Wide::least = 0\nE fixture::Wide::middle = 9223372036854775808\n"
+      "E fixture::Wide::most = 18446744073709551615\nE fixture::Narrow::minus = -128\n"
+      "E fixture::Narrow::plus = 127\nE fixture::kAnonymous = 200\nE fixture::Record::Flag::off = -1\n"
+      "E fixture::Record::Flag::on = 0\nV fixture::Record::limit = -9223372036854775808\n"
+      "V fixture::kThird = 0.3333333333333333\nV fixture::kTenth = 0.1\n";
+  for (const char *program : {"kiv_inspect_dwarf4", "kiv_inspect_dwarf5"}) {
+    const auto result = run_inspect({"constants", program_beside(program), "fixture::*"});
+    Lines found = lines_of(result.out), expected = lines_of(lines);
+    // Static members are variables from version 5 on.
+    for (auto &line : found) line.replace(0, 1, line[0] == 'M' ? "V" : line.substr(0, 1));
+    std::sort(found.begin(), found.end());  // compilers differ in where they put what
+    std::sort(expected.begin(), expected.end());
+    EXPECT_EQ(found, expected) << program << result.err;
+    EXPECT_EQ(run_inspect({"constants", program_beside(program), "*::[mp]inus"}).out,
+              "E fixture::Narrow::minus = -128\n");
+    EXPECT_EQ(run_inspect({"constants", program_beside(program), "minus"}).out, "");
+  }
+}
+
+TEST(KivInspectProgram, ShowsConstantsThatDoNoHarm) {
+  DwarfBuilder builder({5, false, false, ByteOrder::big});
+  builder.begin_unit();
+  builder.entry(39, false, {{3, 8, 0, "a\nb"}, {28, 8, 0, "\x1b[2J"}});
+  builder.entry(39, false, {{3, 8, 0, "c"}, {28, 10, 0, std::string("\0\xff", 2)}});
+  const std::string path = write_file("harm", builder.elf());
+  EXPECT_EQ(run_inspect({"constants", path}).out, "C a^Jb = \"^[[2J\"\nC c = bytes 00 ff\n");
+  std::remove(path.c_str());
+}
+
+TEST(KivInspectProgram, ShowsBytesAndBitFields) {
+  const std::vector<SegmentRow> segments = {
+      {0x1000, 24, std::string("\x12\x34\x56\x78~ |\x7f\x80\0\0\0\0\0\0\1xyz", 19)}};
+  const std::string little = write_file("little", build_elf_sections(true, ByteOrder::little, {}, segments));
+  const std::string big = write_file("big", build_elf_sections(false, ByteOrder::big, {}, segments));
+  const std::string dump = "00001000  12 34 56 78 7e 20 7c 7f  80 00 00 00 00 00 00 01  |.4Vx~ |.........|\n";
+  EXPECT_EQ(run_inspect({"bytes", little, "0x1000", "21"}).out,
+            "00000000" + dump + "0000000000001010  78 79 7a 00 00                                    |xyz..|\n");
+  const struct {
+    const std::string &path;
+    const char *address, *count, *field, *lines;
+  } kRows[] = {
+      {little, "1000", "2", "4:8", "bits      4:8le\nhex       0x41\nunsigned  65\n"},
+      {little, "1000", "2", "4:8be", "bits      4:8be\nhex       0x23\nunsigned  35\n"},
+      {big, "1000", "0x2", "0x0:13", "bits      0:13be\nhex       0x1234\nunsigned  4660\nsigned    -3532\n"},
+      {big, "1000", "2", "0:16", "bits      0:16be\nhex       0x1234\nunsigned  4660\nfloat     0.000757\n"},
+      {big, "1008", "8", "63:1", "bits      63:1be\nhex       0x1\nunsigned  1\nsigned    -1\n"},
+      {big, "1000", "16", "0:128le",
+       "bits      0:128le\nhex       0x1000000000000807f7c207e78563412\n"
+       "unsigned  1329227995784918243273301562588804114\nfloat     1.9465247358623725947665848812038714e-4855\n"},
+  };
+  for (const auto &row : kRows) {
+    const auto result = run_inspect({"bytes", row.path, row.address, row.count, row.field});
+    EXPECT_EQ(result.out.substr(result.out.find('\n') + 1), row.lines) << row.field << result.err;
+  }
+  const auto outside = run_inspect({"bytes", big, "1017", "2"});
+  EXPECT_EQ(outside.exit_code, 1);
+  EXPECT_EQ(outside.err, "kiv_inspect: " + big + ": these addresses are not all in the program\n");
+  std::remove(little.c_str());
+  std::remove(big.c_str());
+}
+
 TEST(KivInspectProgram, TellsErrorsInOneLine) {
   std::ifstream file(library_file(), std::ios::binary);
   Image image;
@@ -137,7 +201,18 @@ TEST(KivInspectProgram, ExplainsItsUsage) {
                                                       {"symbols", "--regex", "a"},
                                                       {"symbols", "a", "b", "--regex", "c"},
                                                       {"resolve", "a", "1", "0x"},
-                                                      {"resolve", "a", "10000000000000000"}};
+                                                      {"resolve", "a", "10000000000000000"},
+                                                      {"constants"},
+                                                      {"constants", "a", "b", "c"},
+                                                      {"bytes", "a", "1"},
+                                                      {"bytes", "a", "1", "0"},
+                                                      {"bytes", "a", "1", "18446744073709551616"},
+                                                      {"bytes", "a", "1", "1", "0:0"},
+                                                      {"bytes", "a", "1", "1", "1:8"},
+                                                      {"bytes", "a", "1", "1", "8"},
+                                                      {"bytes", "a", "1", "100", "0:129"},
+                                                      {"bytes", "a", "1", "100", "0:8xe"},
+                                                      {"bytes", "a", "1", "8", "18446744073709551615:128"}};
   for (const auto &arguments : rows) {
     const auto result = run_inspect(arguments);
     EXPECT_EQ(result.exit_code, 2);

@@ -178,4 +178,102 @@ Image build_pe(bool wide, const std::vector<CoffRow> &coff, const std::vector<Ex
   return image;
 }
 
+Image build_elf_sections(bool wide, ByteOrder order, const std::vector<SectionRow> &sections,
+                         const std::vector<SegmentRow> &segments) {
+  Image image{order, wide};
+  image.put_text("\177ELF", 4);
+  image.put(wide ? 2 : 1, 1);
+  image.put(order == ByteOrder::little ? 1 : 2, 1);
+  image.pad_to(16);
+  image.put(3, 2);
+  image.put(wide ? 62 : 3, 2);
+  image.pad_to(wide ? 64 : 52);
+  image.put_at(wide ? 32 : 28, image.size(), wide ? 8 : 4);
+  image.put_at(wide ? 54 : 42, wide ? 56 : 32, 2);
+  image.put_at(wide ? 56 : 44, segments.size(), 2);
+  image.mark("segments");
+  uint64_t at = image.size() + segments.size() * (wide ? 56 : 32);
+  for (const SegmentRow &row : segments) {
+    image.put(1, 4);
+    if (wide) image.put(0, 4);
+    for (const uint64_t word : {at, row.address, uint64_t{0}, uint64_t{row.bytes.size()}, row.size})
+      image.put_word(word);
+    if (!wide) image.put(0, 4);
+    image.put_word(0);
+    at += row.bytes.size();
+  }
+  for (const SegmentRow &row : segments) image.put_text(row.bytes, row.bytes.size());
+
+  std::string names(1, '\0');
+  std::vector<size_t> name_offsets;
+  std::vector<SectionRow> all = sections;
+  all.push_back({".shstrtab", {}});
+  for (SectionRow &row : all) {
+    name_offsets.push_back(names.size());
+    names += row.name + '\0';
+    if (row.name == ".shstrtab") row.bytes.assign(names.begin(), names.end());
+    image.mark(row.name);
+    image.bytes.insert(image.bytes.end(), row.bytes.begin(), row.bytes.end());
+  }
+  image.put_at(wide ? 40 : 32, image.size(), wide ? 8 : 4);
+  image.put_at(wide ? 58 : 46, wide ? 64 : 40, 2);
+  image.put_at(wide ? 60 : 48, all.size() + 1, 2);
+  image.put_at(wide ? 62 : 50, all.size(), 2);
+  image.pad_to(image.size() + (wide ? 64 : 40));  // the first section is none
+  for (size_t i = 0; i < all.size(); ++i) {
+    const SectionRow &row = all[i];
+    const uint64_t start = image.marks[row.name];
+    image.mark(row.name + " header");
+    image.put(name_offsets[i], 4);
+    image.put(row.type, 4);
+    for (const uint64_t word : {row.flags, row.address, start, uint64_t{row.bytes.size()}}) image.put_word(word);
+    image.put(0, 8);
+    image.put_word(1);
+    image.put_word(0);
+  }
+  return image;
+}
+
+Image build_pe_sections(bool wide, const std::vector<SectionRow> &sections) {
+  Image image{ByteOrder::little, wide};
+  const uint16_t optional_size = wide ? 240 : 224;
+  const size_t headers_size = 64 + 24 + optional_size + 40 * sections.size();
+  image.put_text("MZ", 60);
+  image.put(64, 4);
+  image.put_text("PE", 4);
+  image.put(wide ? 0x8664 : 0x14C, 2);
+  image.put(sections.size(), 2);
+  image.pad_to(64 + 20);
+  image.put(optional_size, 2);
+  image.put(0, 2);
+  image.put(wide ? 0x20B : 0x10B, 2);
+  image.pad_to(64 + 24 + (wide ? 24 : 28));
+  image.put_word(wide ? kPeBase64 : kPeBase32);
+  image.pad_to(64 + 24 + 60);
+  image.put(headers_size, 4);
+  image.pad_to(64 + 24 + optional_size);
+  image.mark("sections");
+  std::string strings(4, '\0');
+  size_t address = 0x1000, at = headers_size;
+  for (const SectionRow &row : sections) {
+    image.put_text(row.name.size() <= 8 ? row.name : "/" + std::to_string(strings.size()), 8);
+    if (row.name.size() > 8) strings += row.name + '\0';
+    const size_t padded = row.bytes.size() + 16;
+    for (const size_t word : {row.bytes.size(), address, padded, at}) image.put(word, 4);
+    image.put_text("", 16);
+    at += padded;
+    address += 0x1000;
+  }
+  for (const SectionRow &row : sections) {
+    image.mark(row.name);
+    image.bytes.insert(image.bytes.end(), row.bytes.begin(), row.bytes.end());
+    image.put_text("", 16);
+  }
+  image.put_at(64 + 12, image.size(), 4);
+  image.mark("strings");
+  image.put_text(strings, strings.size());
+  image.put_at(image.marks["strings"], strings.size(), 4);
+  return image;
+}
+
 }  // namespace kiv::test

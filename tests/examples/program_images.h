@@ -62,6 +62,28 @@ constexpr uint32_t kPeText = 0x1000, kPeData = 0x2000;  // RVAs of the two secti
 /// signature), "optional", "sections", "exports", "functions", "names", "ordinals", "coff", "strings".
 Image build_pe(bool wide, const std::vector<CoffRow> &coff, const std::vector<ExportRow> &exports);
 
+struct SectionRow {
+  std::string name;
+  std::vector<uint8_t> bytes;
+  uint64_t address = 0;
+  uint32_t type = 1;
+  uint64_t flags = 0;
+};
+
+struct SegmentRow {
+  uint64_t address, size;
+  std::string bytes;
+};
+
+/// Header, program headers and the bytes of the segments, the sections, their names, their headers. Marks: the
+/// sections' names, these with " header", "segments".
+Image build_elf_sections(bool wide, kiv::inspect::ByteOrder order, const std::vector<SectionRow> &sections,
+                         const std::vector<SegmentRow> &segments = {});
+
+/// Headers, sections at 0x1000, 0x2000, ..., padded by 16 bytes in the file, and a string table for their names. Marks:
+/// "sections" (their headers), the sections' names, "strings".
+Image build_pe_sections(bool wide, const std::vector<SectionRow> &sections);
+
 }  // namespace kiv::test
 
 #endif

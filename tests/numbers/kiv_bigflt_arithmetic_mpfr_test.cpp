@@ -36,8 +36,9 @@ TEST(BigfltMpfr, RoundsToFewerBits) {
     const auto bits = static_cast<int32_t>(1 + below(random, 128));
     if (a.small == 0 && a.exponent > -32768 && a.exponent < 32768 && below(random, 2) != 0) {
       // A tie, or just beside one.
-      a.mantissa[3 - bits / 32 % 4] |= 1U << (31 - bits % 32);
-      a.mantissa[0] &= below(random, 2);
+      for (int j = 127 - bits; j >= 0; --j) a.mantissa[j / 32] &= ~(1U << j % 32);
+      if (bits < 128) a.mantissa[(127 - bits) / 32] |= 1U << (127 - bits) % 32;
+      a.mantissa[0] |= below(random, 2);
     }
     bigflt r;
     kiv_bigflt_round_to_mantissa_size(&r, &a, bits);

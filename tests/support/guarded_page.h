@@ -1,4 +1,4 @@
-// Memory that ends at a page which must not be touched: reading or writing behind it ends the program.
+// Memory between two pages which must not be touched: reading or writing before or behind it ends the program.
 #ifndef KIV_TESTS_SUPPORT_GUARDED_PAGE_H
 #define KIV_TESTS_SUPPORT_GUARDED_PAGE_H
 
@@ -16,7 +16,13 @@ class GuardedPage {
   GuardedPage(const GuardedPage &) = delete;
   GuardedPage &operator=(const GuardedPage &) = delete;
 
-  /// The last `count` units before the guard.
+  /// The units behind the first guard.
+  template <class Unit>
+  Unit *first() {
+    return reinterpret_cast<Unit *>(memory_);
+  }
+
+  /// The last `count` units before the second guard.
   template <class Unit>
   Unit *last(size_t count) {
     return reinterpret_cast<Unit *>(memory_ + kSize) - count;

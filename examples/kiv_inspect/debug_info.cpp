@@ -1,0 +1,183 @@
+#include "examples/kiv_inspect/debug_info.h"
+
+#include <new>
+
+#include "examples/kiv_inspect/dwarf_codes.h"
+#include "examples/kiv_inspect/unit_header.h"
+
+namespace kiv::inspect {
+namespace {
+
+constexpr Status kCutOff = {"an entry of its debug information is cut off"};
+
+int by_start(const void *key, const void *value) {
+  const uint32_t a = static_cast<const Unit *>(key)->start, b = static_cast<const Unit *>(value)->start;
+  return (a > b) - (a < b);
+}
+
+int by_signature(const void *key, const void *value) {
+  const uint64_t a = static_cast<const Unit *>(key)->signature, b = static_cast<const Unit *>(value)->signature;
+  return (a > b) - (a < b);
+}
+
+/// The field of an entry that an attribute belongs to, or null.
+FormValue *field_of(Entry *entry, uint64_t attribute) {
+  switch (attribute) {
+    case dwarf::kName:
+      return &entry->name;
+    case dwarf::kType:
+      return &entry->type;
+    case dwarf::kConstValue:
+      return &entry->const_value;
+    case dwarf::kByteSize:
+      return &entry->byte_size;
+    case dwarf::kEncoding:
+      return &entry->encoding;
+    case dwarf::kAbstractOrigin:
+    case dwarf::kSpecification:
+      return &entry->origin;
+    case dwarf::kSignature:
+      return &entry->signature;
+    case dwarf::kStringOffsetsBase:
+      return &entry->text_offsets;
+    default:
+      return nullptr;
+  }
+}
+
+}  // namespace
+
+Status DebugInfo::open(const DebugSections &sections, KIV_ALLOCATOR *pool) {
+  sections_ = sections;
+  attributes_left_ = (uint64_t{sections.info.size()} + sections.types.size()) * 64;
+  by_start_ = kiv_avl_new_using_KIV_ALLOCATOR(pool, by_start, nullptr, nullptr);
+  by_signature_ = kiv_avl_new_using_KIV_ALLOCATOR(pool, by_signature, nullptr, nullptr);
+  if (by_start_ == nullptr || by_signature_ == nullptr) return kOutOfMemory;
+  Status status = abbreviations_.open(sections.abbreviations, pool);
+  if (status.ok()) status = read_units(sections.info, false, pool);
+  if (status.ok()) status = read_units(sections.types, true, pool);
+  return status;
+}
+
+Status DebugInfo::read_units(ByteView section, bool is_in_types, KIV_ALLOCATOR *pool) {
+  for (uint64_t at = 0; at < section.size();) {
+    UnitHeader header;
+    Status status = read_unit_header(section, static_cast<uint32_t>(at), is_in_types, &header);
+    if (!status.ok()) return status;
+    void *block = pool->alloc(pool, sizeof(Unit));
+    if (block == nullptr) return kOutOfMemory;
+    auto *unit = new (block) Unit{};
+    unit->bytes = section.part(0, header.end).value_or(ByteView());
+    unit->is_in_types = is_in_types;
+    unit->start = static_cast<uint32_t>(at);
+    unit->first = header.first;
+    unit->format = header.format;
+    unit->signature = header.signature;
+    unit->type_offset = header.type_offset;
+    status = abbreviations_.table_at(header.abbreviations, &unit->abbreviations);
+    if (status.ok()) status = read_unit_entry(unit);
+    if (!status.ok()) return status;
+    if (!is_in_types && kiv_avl_insert(by_start_, unit) != 0) return kOutOfMemory;
+    // Of several with one signature any will do: they have the same type.
+    if (header.has_type && kiv_avl_insert(by_signature_, unit) != 0) return kOutOfMemory;
+    *last_unit_ = unit;
+    last_unit_ = &unit->next;
+    at = header.end;
+  }
+  return {};
+}
+
+/// What the first entry says about all.
+Status DebugInfo::read_unit_entry(Unit *unit) {
+  // Behind the header of the only table that there is, when a unit does not say where its own is.
+  unit->text_offsets = unit->format.offset_size == 4 ? 8 : 16;
+  if (unit->first == unit->bytes.size()) return {};
+  Entry entry;
+  const Status status = read_entry(*unit, unit->first, &entry);
+  if (!status.ok()) return status;
+  if (entry.is_skeleton) return kSplitDebugInfo;
+  if (entry.text_offsets) unit->text_offsets = entry.text_offsets.number.lo;
+  return {};
+}
+
+Status DebugInfo::read_entry(const Unit &unit, uint64_t offset, Entry *entry) {
+  *entry = {};
+  ByteReader reader(unit.bytes, offset);
+  entry->start = reader.at();
+  const uint64_t code = reader.short_leb128();
+  entry->next = reader.at();
+  if (!reader.ok()) return kCutOff;
+  if (code == 0) return {};
+  const Abbreviation *abbreviation = abbreviations_.find(*unit.abbreviations, code);
+  if (abbreviation == nullptr) return {"an entry of its debug information has an unknown abbreviation"};
+  if (abbreviation->count >= attributes_left_) return {"its debug information refers too often to the same entries"};
+  attributes_left_ -= abbreviation->count + 1u;
+  entry->tag = abbreviation->tag;
+  entry->has_children = abbreviation->has_children;
+  for (uint32_t i = 0; i < abbreviation->count; ++i) {
+    const AttributeRow &row = abbreviation->attributes[i];
+    FormValue ignored;
+    FormValue *value = field_of(entry, row.name);
+    const Status status = read_form(reader, row.form, row.implicit, unit.format, value != nullptr ? value : &ignored);
+    if (!status.ok()) return status;
+    entry->is_skeleton = entry->is_skeleton || row.name == dwarf::kDwoName || row.name == dwarf::kGnuDwoName;
+  }
+  entry->next = reader.at();
+  return reader.ok() ? Status{} : kCutOff;
+}
+
+Status DebugInfo::find(const Unit &unit, const FormValue &value, EntryPlace *place) const {
+  *place = {};
+  Unit key = {};
+  switch (value.value_class) {
+    case ValueClass::unit_reference:
+      if (value.number.hi != 0 || value.number.lo > UINT32_MAX) break;
+      *place = {&unit, unit.start + value.number.lo};
+      break;
+    case ValueClass::section_reference:
+      if (value.number.lo >= sections_.info.size()) break;
+      key.start = static_cast<uint32_t>(value.number.lo);
+      *place = {static_cast<const Unit *>(kiv_avl_find_largest_less_or_equal(by_start_, &key)), value.number.lo};
+      break;
+    case ValueClass::signature:
+      key.signature = value.number.lo;
+      place->unit = static_cast<const Unit *>(kiv_avl_find(by_signature_, &key));
+      if (place->unit == nullptr) return {};  // the type may be in a file that is not there
+      if (place->unit->type_offset <= UINT32_MAX) place->offset = place->unit->start + place->unit->type_offset;
+      break;
+    default:
+      return {};
+  }
+  if (place->unit == nullptr || place->offset < place->unit->first || place->offset >= place->unit->bytes.size()) {
+    return {"a reference in its debug information leads nowhere"};
+  }
+  return {};
+}
+
+Status DebugInfo::text(const Unit &unit, const FormValue &value, std::string_view *text) {
+  switch (value.value_class) {
+    case ValueClass::text:
+      *text = {reinterpret_cast<const char *>(value.bytes.data()), value.bytes.size()};
+      return {};
+    case ValueClass::text_offset:
+      return names_.read(sections_.strings, value.number.lo, text);
+    case ValueClass::line_text_offset:
+      return names_.read(sections_.line_strings, value.number.lo, text);
+    case ValueClass::text_index:
+      return indexed_text(unit, value.number.lo, text);
+    case ValueClass::foreign_text:
+      return {"its debug information has names in another file"};
+    default:
+      return {};
+  }
+}
+
+Status DebugInfo::indexed_text(const Unit &unit, uint64_t index, std::string_view *text) {
+  const uint32_t width = unit.format.offset_size;
+  const auto table = sections_.string_offsets.rest(unit.text_offsets);
+  const auto entry = table && index < table->size() ? table->part(index * width, width) : std::nullopt;
+  if (!entry) return {"a name's index lies outside the string offsets"};
+  return names_.read(sections_.strings, entry->number({0, width}), text);
+}
+
+}  // namespace kiv::inspect

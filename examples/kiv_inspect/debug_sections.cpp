@@ -1,0 +1,102 @@
+#include "examples/kiv_inspect/debug_sections.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "examples/kiv_inspect/elf_image.h"
+#include "examples/kiv_inspect/pe_image.h"
+#include "examples/kiv_inspect/unit_header.h"
+
+namespace kiv::inspect {
+namespace {
+
+constexpr Status kCompressed = {"its debug information is compressed, which is not supported"};
+
+constexpr struct {
+  std::string_view name;
+  ByteView DebugSections::*bytes;
+} kSections[] = {
+    {"info", &DebugSections::info},
+    {"types", &DebugSections::types},
+    {"abbrev", &DebugSections::abbreviations},
+    {"str", &DebugSections::strings},
+    {"line_str", &DebugSections::line_strings},
+    {"str_offsets", &DebugSections::string_offsets},
+};
+
+/// Which section a name stands for, and what the name says about it.
+struct Choice {
+  ByteView *bytes;  // null: none of them
+  bool compressed;
+  bool split;
+};
+
+Choice choose(ByteView table, DebugSections *sections) {
+  // No name that counts is longer.
+  const ByteView start = table.part(0, std::min(table.size(), 32u)).value_or(ByteView());
+  std::string_view name(reinterpret_cast<const char *>(start.data()), start.size());
+  name = name.substr(0, name.find('\0'));
+  Choice choice = {nullptr, name.starts_with(".zdebug_"), name == ".debug_info.dwo"};
+  if (!choice.compressed && !name.starts_with(".debug_")) return choice;
+  name.remove_prefix(choice.compressed ? 8 : 7);
+  for (const auto &section : kSections) {
+    if (name == section.name) choice.bytes = &(sections->*section.bytes);
+  }
+  return choice;
+}
+
+/// Of several sections with one name the first counts.
+bool is_wanted(const Choice &choice) { return choice.bytes != nullptr && choice.bytes->size() == 0; }
+
+Status find_in_elf(ByteView file, DebugSections *sections, bool *split) {
+  ElfImage image;
+  Status status = image.open(file);
+  sections->x87 = image.is_x86();
+  ByteView names;
+  if (status.ok()) status = image.section_names(&names);
+  for (uint32_t i = 0; status.ok() && i < image.section_count(); ++i) {
+    const ElfSection section = image.section(i);
+    const Choice choice = choose(names.rest(section.name).value_or(ByteView()), sections);
+    *split = *split || choice.split;
+    if (!is_wanted(choice) || section.type == ElfSection::kNoBits) continue;
+    if (!image.is_linked()) return {"it is an object file: its debug information is not linked"};
+    if (choice.compressed || section.has(ElfSection::kCompressed)) return kCompressed;
+    status = image.contents(section, choice.bytes);
+  }
+  return status;
+}
+
+Status find_in_pe(ByteView file, KIV_ALLOCATOR *scratch, DebugSections *sections, bool *split) {
+  PeImage image;
+  Status status = image.open(file, scratch);
+  sections->x87 = image.is_x86();
+  for (uint32_t i = 1; status.ok() && i <= image.section_count(); ++i) {
+    const PeSection &section = *image.section_by_number(i);
+    ByteView name;
+    status = image.name(section, &name);
+    const Choice choice = choose(name, sections);
+    *split = *split || choice.split;
+    if (!status.ok() || !is_wanted(choice)) continue;
+    if (choice.compressed) return kCompressed;
+    status = image.contents(section, choice.bytes);
+  }
+  return status;
+}
+
+}  // namespace
+
+Status find_debug_sections(ByteView file, KIV_ALLOCATOR *scratch, DebugSections *sections) {
+  *sections = {};
+  Status status = {"it is neither an ELF nor a PE file"};
+  bool split = false;
+  if (ElfImage::recognises(file)) {
+    status = find_in_elf(file, sections, &split);
+  } else if (PeImage::recognises(file)) {
+    status = find_in_pe(file, scratch, sections, &split);
+  }
+  if (!status.ok()) return status;
+  if (sections->info.size() != 0 || sections->types.size() != 0) return {};
+  return split ? kSplitDebugInfo : Status{"it has no debug information"};
+}
+
+}  // namespace kiv::inspect

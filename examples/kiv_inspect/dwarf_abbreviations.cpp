@@ -1,0 +1,95 @@
+#include "examples/kiv_inspect/dwarf_abbreviations.h"
+
+#include <new>
+
+#include "examples/kiv_inspect/dwarf_codes.h"
+
+namespace kiv::inspect {
+namespace {
+
+constexpr Status kCutOff = {"its abbreviations are cut off"};
+
+int by_offset(const void *key, const void *value) {
+  const uint64_t a = static_cast<const AbbreviationTable *>(key)->offset;
+  const uint64_t b = static_cast<const AbbreviationTable *>(value)->offset;
+  return (a > b) - (a < b);
+}
+
+int by_code(const void *key, const void *value) {
+  const uint64_t a = static_cast<const Abbreviation *>(key)->code, b = static_cast<const Abbreviation *>(value)->code;
+  return (a > b) - (a < b);
+}
+
+/// The next name and form of an abbreviation; two zeros, and false, at its end.
+bool read_row(ByteReader &reader, AttributeRow *row) {
+  *row = {};
+  row->name = reader.short_leb128();
+  row->form = reader.short_leb128();
+  if (row->form == dwarf::kFormImplicitConst) row->implicit = reader.signed_leb128();
+  return reader.ok() && (row->name != 0 || row->form != 0);
+}
+
+}  // namespace
+
+Status Abbreviations::open(ByteView section, KIV_ALLOCATOR *pool) {
+  section_ = section;
+  bytes_left_ = uint64_t{section.size()} * 4;
+  pool_ = pool;
+  tables_ = kiv_avl_new_using_KIV_ALLOCATOR(pool, by_offset, nullptr, nullptr);
+  codes_ = kiv_avl_new_using_KIV_ALLOCATOR(pool, by_code, nullptr, nullptr);
+  return tables_ != nullptr && codes_ != nullptr ? Status{} : kOutOfMemory;
+}
+
+Status Abbreviations::table_at(uint64_t offset, const AbbreviationTable **table) {
+  const AbbreviationTable key = {offset, nullptr};
+  auto *found = static_cast<AbbreviationTable *>(kiv_avl_find(tables_, &key));
+  Status status;
+  if (found == nullptr) {
+    void *block = pool_->alloc(pool_, sizeof(AbbreviationTable));
+    if (block == nullptr) return kOutOfMemory;
+    found = new (block) AbbreviationTable(key);
+    status = read_table(found);
+    if (status.ok() && kiv_avl_insert(tables_, found) != 0) status = kOutOfMemory;
+  }
+  *table = found;
+  return status;
+}
+
+Status Abbreviations::read_table(AbbreviationTable *table) {
+  ByteReader reader(section_, table->offset);
+  while (const uint64_t code = reader.short_leb128()) {
+    const uint32_t start = reader.at();
+    const Status status = read_abbreviation(reader, code, table);
+    if (!status.ok()) return status;
+    const uint32_t size = reader.at() - start + 1;
+    if (size > bytes_left_) return {"its abbreviation tables share too many bytes"};
+    bytes_left_ -= size;
+  }
+  return reader.ok() ? Status{} : kCutOff;
+}
+
+Status Abbreviations::read_abbreviation(ByteReader &reader, uint64_t code, AbbreviationTable *table) {
+  const uint64_t tag = reader.short_leb128();
+  const bool has_children = reader.number(1) != 0;
+  AttributeRow row;
+  uint32_t count = 0;
+  for (ByteReader ahead = reader; read_row(ahead, &row);) ++count;
+  // A row takes two bytes of the section or more.
+  if (count > UINT32_MAX / sizeof(AttributeRow)) return kOutOfMemory;
+  const auto rows_size = static_cast<uint32_t>(count * sizeof(AttributeRow));
+  auto *rows = static_cast<AttributeRow *>(count > 0 ? pool_->alloc(pool_, rows_size) : nullptr);
+  void *block = pool_->alloc(pool_, sizeof(Abbreviation));
+  if (block == nullptr || (rows == nullptr && count > 0)) return kOutOfMemory;
+  for (uint32_t i = 0; read_row(reader, &row); ++i) rows[i] = row;
+  if (!reader.ok()) return kCutOff;
+  // Of several with one code the first counts.
+  auto *abbreviation = new (block) Abbreviation{code, tag, has_children, count, rows};
+  return kiv_avl_shared_insert(codes_, &table->by_code, abbreviation) == 0 ? Status{} : kOutOfMemory;
+}
+
+const Abbreviation *Abbreviations::find(const AbbreviationTable &table, uint64_t code) const {
+  const Abbreviation key = {code, 0, false, 0, nullptr};
+  return static_cast<const Abbreviation *>(kiv_avl_shared_find(codes_, table.by_code, &key));
+}
+
+}  // namespace kiv::inspect

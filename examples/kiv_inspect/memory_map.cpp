@@ -1,0 +1,112 @@
+#include "examples/kiv_inspect/memory_map.h"
+
+#include <algorithm>
+#include <new>
+
+#include "examples/kiv_inspect/elf_image.h"
+#include "examples/kiv_inspect/pe_image.h"
+
+namespace kiv::inspect {
+namespace {
+
+int by_address(const void *key, const void *value) {
+  const uint64_t a = static_cast<const MemoryRegion *>(key)->address;
+  const uint64_t b = static_cast<const MemoryRegion *>(value)->address;
+  return (a > b) - (a < b);
+}
+
+}  // namespace
+
+Status MemoryMap::open(ByteView file, KIV_ALLOCATOR *pool) {
+  regions_ = kiv_avl_new_using_KIV_ALLOCATOR(pool, by_address, nullptr, nullptr);
+  if (regions_ == nullptr) return kOutOfMemory;
+  if (ElfImage::recognises(file)) return read_elf(file, pool);
+  if (PeImage::recognises(file)) return read_pe(file, pool);
+  return {"it is neither an ELF nor a PE file"};
+}
+
+Status MemoryMap::add(const MemoryRegion &region, KIV_ALLOCATOR *pool) {
+  if (region.size == 0) return {};
+  void *block = pool->alloc(pool, sizeof(MemoryRegion));
+  if (block == nullptr || kiv_avl_insert(regions_, new (block) MemoryRegion(region)) != 0) return kOutOfMemory;
+  return {};
+}
+
+Status MemoryMap::read_elf(ByteView file, KIV_ALLOCATOR *pool) {
+  ElfImage image;
+  Status status = image.open(file);
+  order_ = image.order();
+  address_digits_ = image.has_64_bits() ? 16 : 8;
+  ByteView table;
+  uint32_t count = 0;
+  if (status.ok()) status = image.segments(&table, &count);
+  for (uint32_t i = 0; status.ok() && i < count; ++i) {
+    const ElfSegment segment = image.segment(table, i);
+    if (segment.type != ElfSegment::kLoad) continue;
+    const auto bytes = file.part(segment.offset, std::min(segment.file_size, segment.memory_size));
+    if (!bytes) return {"a segment lies outside the file"};
+    status = add({segment.address, segment.memory_size, *bytes}, pool);
+  }
+  if (count != 0) return status;
+  for (uint32_t i = 0; status.ok() && i < image.section_count(); ++i) {
+    const ElfSection section = image.section(i);
+    if (!section.has(ElfSection::kAllocated)) continue;
+    ByteView bytes;
+    if (section.type != ElfSection::kNoBits) status = image.contents(section, &bytes);
+    if (status.ok()) status = add({section.address, section.size, bytes}, pool);
+  }
+  return status;
+}
+
+Status MemoryMap::read_pe(ByteView file, KIV_ALLOCATOR *pool) {
+  PeImage image;
+  Status status = image.open(file, pool);
+  address_digits_ = image.has_64_bits() ? 16 : 8;
+  if (!status.ok()) return status;
+  const auto headers = file.part(0, image.headers_size());
+  if (!headers) return {"its PE header is cut off"};
+  status = add({image.address_of(0), headers->size(), *headers}, pool);
+  for (uint32_t i = 1; status.ok() && i <= image.section_count(); ++i) {
+    const PeSection &section = *image.section_by_number(i);
+    const auto bytes = file.part(section.file_offset, section.file_size);
+    if (!bytes) return {"a section lies outside the file"};
+    status = add({image.address_of(section.address), section.size, *bytes}, pool);
+  }
+  return status;
+}
+
+const MemoryRegion *MemoryMap::region_at(uint64_t address) const {
+  const MemoryRegion key = {address, 0, {}};
+  const auto *region = static_cast<const MemoryRegion *>(kiv_avl_find_largest_less_or_equal(regions_, &key));
+  return region != nullptr && address - region->address < region->size ? region : nullptr;
+}
+
+bool MemoryMap::contains(uint64_t address, uint64_t count) const {
+  while (count > 0) {
+    const MemoryRegion *region = region_at(address);
+    if (region == nullptr) return false;
+    const uint64_t left = region->size - (address - region->address);
+    if (count <= left) return count - 1 <= UINT64_MAX - address;
+    if (left > UINT64_MAX - address) return false;  // the addresses wrap
+    address += left;
+    count -= left;
+  }
+  return true;
+}
+
+void MemoryMap::read(uint64_t address, uint32_t count, uint8_t *bytes) const {
+  std::fill_n(bytes, count, uint8_t{0});
+  while (count > 0) {
+    const MemoryRegion *region = region_at(address);
+    if (region == nullptr) return;
+    const uint64_t offset = address - region->address;
+    const auto here = static_cast<uint32_t>(std::min<uint64_t>(count, region->size - offset));
+    const auto rest = region->bytes.rest(offset);
+    if (rest) std::copy_n(rest->data(), std::min(here, rest->size()), bytes);
+    address += here;
+    bytes += here;
+    count -= here;
+  }
+}
+
+}  // namespace kiv::inspect

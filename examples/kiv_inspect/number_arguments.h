@@ -1,0 +1,19 @@
+// Numbers on the command line.
+#ifndef KIV_INSPECT_NUMBER_ARGUMENTS_H
+#define KIV_INSPECT_NUMBER_ARGUMENTS_H
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace kiv::inspect {
+
+/// Up to 64 bits in hexadecimal, with or without "0x".
+std::optional<uint64_t> parse_address(std::string_view text);
+
+/// Up to 64 bits, in decimal or, behind "0x", in hexadecimal.
+std::optional<uint64_t> parse_count(std::string_view text);
+
+}  // namespace kiv::inspect
+
+#endif

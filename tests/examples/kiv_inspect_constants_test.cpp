@@ -1,0 +1,554 @@
+// The readers of debug information and of memory, on programs made byte by byte.
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <set>
+#include <string_view>
+
+#include "examples/kiv_inspect/constant_reader.h"
+#include "examples/kiv_inspect/memory_map.h"
+#include "examples/kiv_inspect/program.h"
+#include "gtest/gtest.h"
+#include "tests/examples/dwarf_images.h"
+#include "tests/support/counting_allocator.h"
+#include "tests/support/random.h"
+
+namespace {
+
+using namespace kiv::inspect;
+using namespace kiv::test;
+
+using Bytes = std::vector<uint8_t>;
+using Lines = std::vector<std::string>;
+
+/// What the reader makes of some bytes: constants as "KIND NAME = VALUE".
+struct Reading {
+  std::string problem;
+  Lines constants;
+};
+
+std::string line_of(const Constant &constant) {
+  const ConstantValue &value = constant.value;
+  std::string line = std::string(1, "ECVM"[static_cast<int>(constant.kind)]) + " " + std::string(constant.name) + " = ";
+  if (value.kind == ConstantValue::text) return line + '"' + std::string(value.contents) + '"';
+  char text[kFloatTextSize];
+  format_number(value, text);
+  line += text;
+  for (const char byte : value.contents) {
+    std::snprintf(text, sizeof text, "%02x.", static_cast<uint8_t>(byte));
+    line += text;
+  }
+  return line;
+}
+
+Reading read(const Bytes &bytes) {
+  // A block of its own, so that the address sanitizer knows where the file ends.
+  const auto exact = std::make_unique<uint8_t[]>(bytes.size());
+  std::copy(bytes.begin(), bytes.end(), exact.get());
+  KIV_ALLOCATOR heap, wrap;
+  kiv_allocator_wrap_new(&wrap, kiv_allocator_default_new(&heap), 0);
+  ConstantTable table;
+  EXPECT_TRUE(table.open(&wrap).ok());
+  const Status status = read_constants({exact.get(), static_cast<uint32_t>(bytes.size()), ByteOrder::little}, table);
+  Reading reading{status.ok() ? "" : status.problem, {}};
+  for (const Constant *c = table.first(); c != nullptr; c = c->next) reading.constants.push_back(line_of(*c));
+  kiv_allocator_wrap_delete(&wrap);
+  return reading;
+}
+
+// --- Programs --------------------------------------------------------------------------------------------------------
+
+enum : uint32_t {
+  kEnumeration = 4,
+  kMember = 13,
+  kCompileUnit = 17,
+  kStruct = 19,
+  kTypedef = 22,
+  kBase = 36,
+  kConst = 38,
+  kConstant = 39,
+  kEnumerator = 40,
+  kSubprogram = 46,
+  kVariable = 52,
+  kNamespace = 57
+};
+enum : uint32_t {
+  kName = 3,
+  kSize = 11,
+  kValue = 28,
+  kOrigin = 49,
+  kEncoding = 62,
+  kSpecification = 71,
+  kType = 73,
+  kSignature = 105,
+  kOffsetsBase = 114,
+  kUnknownAttribute = 0x2FFF
+};
+enum : uint32_t {
+  kBlock2 = 3,
+  kBlock4,
+  kData2,
+  kData4,
+  kData8,
+  kString,
+  kBlock,
+  kBlock1,
+  kData1,
+  kFlag,
+  kSdata,
+  kStrp,
+  kUdata,
+  kRefAddr,
+  kRef1,
+  kRef2,
+  kRef4,
+  kRef8,
+  kRefUdata,
+  kIndirect,
+  kSecOffset,
+  kExprloc,
+  kPresent,
+  kStrx,
+  kData16 = 0x1E,
+  kLineStrp,
+  kSig8,
+  kImplicit,
+  kStrx1 = 0x25,
+  kStrx2,
+  kStrx3,
+  kStrx4
+};
+
+DwarfAttribute name(const std::string &text) { return {kName, kString, 0, text}; }
+
+const DwarfShape kShapes[] = {
+    {4, false, false, ByteOrder::little}, {5, false, false, ByteOrder::big},   {4, true, true, ByteOrder::big},
+    {5, true, true, ByteOrder::little},   {5, false, true, ByteOrder::little},
+};
+constexpr DwarfShape kPlain = {5, false, true, ByteOrder::little};
+
+std::string shape_text(const DwarfShape &shape) {
+  return std::to_string(shape.version) + (shape.long_offsets ? " long" : "") + (shape.wide ? " wide" : "") +
+         (shape.order == ByteOrder::big ? " big" : "");
+}
+
+/// Bytes of a number that is written with its most significant byte first.
+std::string in_order(ByteOrder order, std::string bytes) {
+  if (order == ByteOrder::little) std::reverse(bytes.begin(), bytes.end());
+  return bytes;
+}
+
+struct ValueRow {
+  const char *type;  // of the list below, or ""
+  uint32_t form;
+  uint64_t value;
+  std::string contents;  // of blocks and data16 with the most significant byte first
+  const char *expected;
+};
+
+const struct {
+  const char *name;
+  uint64_t encoding, size;
+} kTypes[] = {{"int", 5, 4},         {"unsigned", 7, 4}, {"char", 6, 1},  {"bool", 2, 1},   {"__int128", 5, 16},
+              {"half", 4, 2},        {"__bf16", 4, 2},   {"float", 4, 4}, {"double", 4, 8}, {"long", 4, 16},
+              {"__float128", 4, 16}, {"complex", 3, 8},  {"odd", 4, 6},   {"u128", 7, 16}};
+
+const std::string kPi = "\x40\x09\x21\xF9\xF0\x1B\x86\x6E";  // 3.14159
+
+const std::vector<ValueRow> kValues = {
+    {"", kData1, 0xFF, "", "255"},
+    {"", kData2, 0xFFFE, "", "65534"},
+    {"", kData4, 0xFFFFFFFD, "", "4294967293"},
+    {"", kData8, ~uint64_t{3}, "", "18446744073709551612"},
+    {"", kUdata, ~uint64_t{0}, "", "18446744073709551615"},
+    {"", kSdata, ~uint64_t{4}, "", "-5"},
+    {"", kSdata, uint64_t{1} << 63, "", "-9223372036854775808"},
+    {"", kImplicit, ~uint64_t{5}, "", "-6"},
+    {"", kData16, 0, std::string(16, '\xFF'), "340282366920938463463374607431768211455"},
+    {"", kUdata, 0, std::string(18, '\xFF') + '\3', "340282366920938463463374607431768211455"},
+    {"", kSdata, 0, std::string(18, '\x80') + '\x7E', "-170141183460469231731687303715884105728"},
+    {"", kBlock1, 0, "\1\2", "01.02."},
+    {"", kString, 0, "text", "\"text\""},
+    // The type's width and sign.
+    {"int", kData1, 200, "", "200"},
+    {"int", kData4, 0xFFFFFFFB, "", "-5"},
+    {"int", kUdata, ~uint64_t{4}, "", "-5"},
+    {"unsigned", kSdata, ~uint64_t{0}, "", "4294967295"},
+    {"char", kData1, 0x80, "", "-128"},
+    {"bool", kImplicit, 1, "", "1"},
+    {"u128", kSdata, ~uint64_t{0}, "", "340282366920938463463374607431768211455"},
+    {"__int128", kData16, 0, "\x80" + std::string(15, '\0'), "-170141183460469231731687303715884105728"},
+    {"__int128", kBlock1, 0, std::string(15, '\xFF') + "\xFE", "-2"},
+    {"int", kBlock, 0, std::string("\0\0\1\0", 4), "256"},
+    {"int", kBlock2, 0, "\1\2", "01.02."},
+    // Numbers with a fraction.
+    {"half", kData2, 0x3555, "", "0.3333"},
+    {"__bf16", kData2, 0x3FC0, "", "1.5"},
+    {"float", kData4, 0x3DCCCCCD, "", "0.1"},
+    {"float", kUdata, 0x7F7FFFFF, "", "3.4028235e+38"},
+    {"double", kBlock1, 0, kPi, "3.14159"},
+    {"double", kData8, 0x8000000000000000, "", "-0.0"},
+    {"double", kData8, 1, "", "5e-324"},
+    {"double", kSdata, 0xFFF0000000000000, "", "-Inf"},
+    {"double", kExprloc, 0, "\x7F\xF8" + std::string(6, '\0'), "NaN"},
+    {"double", kData8, 0x40FE240000000000, "", "123456.0"},
+    {"__float128", kData16, 0, "\x3F\xFF\x40" + std::string(13, '\0'), "1.25"},
+    {"__float128", kBlock4, 0, "\x3F\xFD" + std::string(14, '\x55'), "0.3333333333333333333333333333333333"},
+    {"long", kData16, 0, std::string(6, '\xEE') + "\xBF\xFF\xA0" + std::string(7, '\0'), "-1.25"},
+    {"complex", kBlock1, 0, "\1\2", "01.02."},
+    {"odd", kBlock1, 0, "\1\2\3\4\5\6", "01.02.03.04.05.06."},
+};
+
+/// Contents as the file has them.
+std::string contents_of(const ValueRow &row, ByteOrder order) {
+  const bool number = row.form != kUdata && row.form != kSdata && row.form != kString;
+  return number && !std::string_view(row.expected).ends_with('.') ? in_order(order, row.contents) : row.contents;
+}
+
+TEST(KivInspectConstants, DecodesValuesInEveryForm) {
+  for (const DwarfShape &shape : kShapes) {
+    DwarfBuilder builder(shape);
+    builder.begin_unit();
+    builder.entry(kCompileUnit, true, {});
+    std::map<std::string, uint64_t> types;
+    for (const auto &type : kTypes) {
+      types[type.name] = builder.entry(
+          kBase, false, {name(type.name), {kEncoding, kData1, type.encoding}, {kSize, kData1, type.size}});
+    }
+    Lines expected;
+    for (const ValueRow &row : kValues) {
+      const std::string label = std::string(row.type) + " " + std::to_string(expected.size());
+      std::vector<DwarfAttribute> attributes = {{kValue, row.form, row.value, contents_of(row, shape.order)},
+                                                name(label)};
+      if (*row.type != '\0') attributes.push_back({kType, kRef4, types[row.type]});
+      builder.entry(kConstant, false, attributes);
+      expected.push_back("C " + label + " = " + row.expected);
+    }
+    builder.end_children();
+    const Reading reading = read(builder.elf().bytes);
+    EXPECT_EQ(reading.problem, "") << shape_text(shape);
+    EXPECT_EQ(reading.constants, expected) << shape_text(shape);
+  }
+}
+
+TEST(KivInspectConstants, SkipsEveryForm) {
+  for (const DwarfShape &shape : kShapes) {
+    DwarfBuilder builder(shape);
+    builder.begin_unit();
+    Lines expected;
+    for (const uint32_t form :
+         {0x01u, 0x03u, 0x04u, 0x05u, 0x06u, 0x07u, 0x08u, 0x09u,   0x0Au,   0x0Bu,   0x0Cu,  0x0Du,
+          0x0Eu, 0x0Fu, 0x10u, 0x11u, 0x12u, 0x13u, 0x14u, 0x15u,   0x16u,   0x17u,   0x18u,  0x19u,
+          0x1Au, 0x1Bu, 0x1Cu, 0x1Du, 0x1Eu, 0x1Fu, 0x20u, 0x21u,   0x22u,   0x23u,   0x24u,  0x25u,
+          0x26u, 0x27u, 0x28u, 0x29u, 0x2Au, 0x2Bu, 0x2Cu, 0x1F01u, 0x1F02u, 0x1F20u, 0x1F21u}) {
+      std::string contents = "some contents";
+      if (form == kData16) contents = std::string(16, 'x');
+      if (form == kIndirect) contents = "\x16\x16\x0A\2ab";  // twice indirect, then a block of two bytes
+      if (form == kSdata || form == kUdata || form == kRefUdata || (form >= kStrx && form != kData16)) contents.clear();
+      builder.entry(
+          kConstant, false,
+          {{kUnknownAttribute, form, 0x1234567890ABCDEF, contents}, {kValue, kData1, 42}, name(std::to_string(form))});
+      expected.push_back("C " + std::to_string(form) + " = 42");
+    }
+    const Reading reading = read(builder.elf().bytes);
+    EXPECT_EQ(reading.problem, "") << shape_text(shape);
+    EXPECT_EQ(reading.constants, expected) << shape_text(shape);
+  }
+}
+
+/// A program with everything that names and types can be made of.
+DwarfBuilder build_program(const DwarfShape &shape, Lines *expected) {
+  DwarfBuilder builder(shape);
+  const uint64_t red = builder.text("red"), line_text = builder.text("from line", true);
+  const uint64_t base = shape.long_offsets ? 16 : 8;
+  builder.text_index(builder.text("zero"));
+  builder.text_index(builder.text("one"));
+  constexpr uint64_t kTypeSignature = 0xFEDCBA9876543210;
+  builder.begin_unit(2, kTypeSignature);
+  builder.entry(kEnumeration, true, {name("Shared"), {kEncoding, kData1, 5}, {kSize, kData1, 1}});
+  builder.entry(kEnumerator, false, {name("minus"), {kValue, kData1, 0xFF}});
+  builder.end_children();
+
+  builder.begin_unit();
+  const uint64_t first_unit = builder.unit_start();
+  builder.entry(kCompileUnit, true, {{kOffsetsBase, kSecOffset, base}});
+  const uint64_t type = builder.entry(kBase, false, {name("char"), {kEncoding, kData1, 6}, {kSize, kData1, 1}});
+  const uint64_t qualified = builder.entry(kConst, false, {{kType, kRefUdata, type}});
+  builder.entry(kNamespace, true, {name("outer")});
+  builder.entry(kNamespace, true, {});  // without a name
+  builder.entry(kEnumeration, true, {name("Color"), {kType, kRef8, type}});
+  builder.entry(kEnumerator, false, {{kName, kStrp, red}, {kValue, kData1, 0xFE}});
+  builder.entry(kEnumerator, false, {{kName, kStrx2, 1}, {kValue, kSdata, 7}});
+  builder.end_children();
+  builder.entry(kEnumeration, true, {});
+  builder.entry(kEnumerator, false, {{kName, kStrx, 0}, {kValue, kData1, 0xFD}});
+  builder.end_children();
+  builder.entry(kStruct, true, {{kName, kLineStrp, line_text}});
+  const uint64_t member = builder.entry(kMember, false, {name("m"), {kType, kRef2, qualified}, {kValue, kData2, 0xFF}});
+  builder.entry(kMember, false, {name("without a value")});
+  builder.end_children();
+  builder.end_children();
+  builder.end_children();
+  builder.entry(kSubprogram, true, {name("function")});
+  builder.entry(kVariable, false, {{kSpecification, kRef4, member}, {kValue, kData1, 0xFC}});
+  builder.entry(kVariable, false, {{kOrigin, kRefAddr, first_unit + member}, {kValue, kData1, 0xFC}});
+  builder.entry(kVariable, false, {{kValue, kData1, 1}});  // without a name
+  builder.entry(kVariable, false, {name("shared"), {kType, kSig8, kTypeSignature}, {kValue, kData1, 0xFB}});
+  builder.entry(kVariable, false, {name("elsewhere"), {kType, kSig8, 1}, {kValue, kData1, 0xFB}});
+  builder.end_children();
+
+  builder.begin_unit();
+  builder.entry(kCompileUnit, true, {});
+  const uint64_t name_type = builder.entry(kTypedef, false, {name("t"), {kType, kRefAddr, first_unit + type}});
+  builder.entry(kVariable, false, {name("v"), {kType, kRef1, name_type}, {kValue, kData1, 0xFA}});
+  builder.entry(kVariable, false, {name("v"), {kType, kRef1, name_type}, {kValue, kSdata, ~uint64_t{5}}});
+  builder.end_children();
+
+  *expected = {"E outer::Color::red = -2",
+               "E outer::Color::one = 7",
+               "E outer::zero = 253",
+               "M outer::from line::m = -1",
+               "V m = -4",
+               "V shared = -5",
+               "V elsewhere = 251",
+               "V v = -6"};
+  // A type of version 4 has a section of its own, which comes last.
+  expected->insert(shape.version < 5 ? expected->end() : expected->begin(), "E Shared::minus = -1");
+  return builder;
+}
+
+struct Case {
+  std::string name;
+  Image image;
+  Lines constants;
+};
+
+const std::vector<Case> &cases() {
+  static const std::vector<Case> all = [] {
+    std::vector<Case> list;
+    for (const DwarfShape &shape : kShapes) {
+      Lines expected;
+      DwarfBuilder builder = build_program(shape, &expected);
+      list.push_back({"ELF " + shape_text(shape), builder.elf(), expected});
+      if (shape.order == ByteOrder::little) list.push_back({"PE " + shape_text(shape), builder.pe(), expected});
+    }
+    return list;
+  }();
+  return all;
+}
+
+TEST(KivInspectConstants, FollowsNamesAndTypes) {
+  for (const Case &c : cases()) {
+    const Reading reading = read(c.image.bytes);
+    EXPECT_EQ(reading.problem, "") << c.name;
+    EXPECT_EQ(reading.constants, c.constants) << c.name;
+  }
+}
+
+// --- Damage ----------------------------------------------------------------------------------------------------------
+
+TEST(KivInspectConstants, SurvivesTruncationAtEveryLength) {
+  for (const Case &c : cases()) {
+    const std::set<std::string> all(c.constants.begin(), c.constants.end());
+    for (size_t length = 0; length < c.image.bytes.size(); ++length) {
+      const Reading reading = read(Bytes(c.image.bytes.data(), c.image.bytes.data() + length));
+      // The last byte of all images belongs to a table that is needed.
+      EXPECT_NE(reading.problem, "") << c.name << " " << length;
+      for (const auto &line : reading.constants) EXPECT_TRUE(all.contains(line)) << c.name << length << line;
+    }
+  }
+}
+
+/// Cuts a section rather than the file: every length is a smaller section that is whole.
+TEST(KivInspectConstants, SurvivesSectionsCutAtEveryLength) {
+  for (const Case &c : cases()) {
+    if (!c.image.marks.contains(".debug_info header")) continue;
+    const int width = c.image.wide ? 8 : 4;
+    for (const char *section : {".debug_info", ".debug_abbrev", ".debug_str", ".debug_line_str"}) {
+      Image image = c.image;
+      const size_t field = image.marks.at(std::string(section) + " header") + (c.image.wide ? 32 : 20);
+      for (uint64_t size = 0; image.put_at(field, size, width), read(image.bytes).problem != ""; ++size)
+        ASSERT_LE(size, c.image.bytes.size()) << c.name << section;
+      // Nothing is read behind what is needed, and what is there is read as a whole, or up to the end of a unit.
+      const Reading reading = read(image.bytes);
+      EXPECT_LE(reading.constants.size(), c.constants.size()) << c.name << section;
+    }
+  }
+}
+
+TEST(KivInspectConstants, SurvivesRandomDamage) {
+  constexpr uint64_t kNumbers[] = {0, 1, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 0x8000000000000000, ~uint64_t{0}};
+  auto random = make_random();
+  for (int round = 0; round < 4000; ++round) {
+    const Case &c = cases()[below(random, static_cast<uint32_t>(cases().size()))];
+    Image image = c.image;
+    for (uint32_t i = 1 + below(random, 4); i > 0; --i) {
+      const int width = 1 << below(random, 4);
+      const size_t at = below(random, image.size() - 8);
+      const uint64_t near = below(random, 2 * image.size());
+      image.put_at(at, below(random, 2) != 0 ? kNumbers[below(random, 7)] : near, width);
+    }
+    const Reading reading = read(image.bytes);
+    EXPECT_EQ(std::set(reading.constants.begin(), reading.constants.end()).size(), reading.constants.size()) << round;
+  }
+}
+
+TEST(KivInspectConstants, TellsWhatIsWrong) {
+  using Entry = std::pair<uint32_t, std::vector<DwarfAttribute>>;
+  const struct {
+    std::vector<Entry> entries;
+    const char *problem;
+  } kRows[] = {
+      {{{kConstant, {{kUnknownAttribute, 2}}}}, "an attribute has an unknown form"},
+      {{{kConstant, {{kUnknownAttribute, kIndirect, 0, "\x21"}}}}, "an attribute has an unknown form"},
+      {{{kConstant, {{kUnknownAttribute, kIndirect, 0, "\x16"}}}}, "an entry of its debug information is cut off"},
+      {{{kConstant, {{kValue, kUdata, 0, std::string(30, '\x80')}}}}, "an entry of its debug information is cut off"},
+      {{{kConstant, {{kName, kStrp, 99}, {kValue, kData1}}}}, "a name lies outside the string table"},
+      {{{kConstant, {{kName, kStrx, 99}, {kValue, kData1}}}}, "a name's index lies outside the string offsets"},
+      {{{kConstant, {{kName, 0x1F21, 1}, {kValue, kData1}}}}, "its debug information has names in another file"},
+      {{{kVariable, {{kOrigin, kRef4, 0x10000}, {kValue, kData1}}}},
+       "a reference in its debug information leads nowhere"},
+      {{{kVariable, {name("v"), {kType, kRefAddr, 1}, {kValue, kData1}}}},
+       "a reference in its debug information leads nowhere"},
+      {{{kCompileUnit, {{0x2130, kData1}}}}, "its debug information is split: the entries are in .dwo files"},
+      {{{kCompileUnit, {{0x76, kData1}}}}, "its debug information is split: the entries are in .dwo files"},
+      {{{kVariable, {{kOrigin, kRef1, 12}, {kValue, kData1}}}}, ""},  // completes itself
+      {{{kVariable, {name("v"), {kType, kRef1, 12}, {kValue, kData1}}}, {kVariable, {}}}, ""},
+  };
+  for (const auto &row : kRows) {
+    DwarfBuilder builder(kPlain);
+    builder.begin_unit();
+    for (const auto &[tag, attributes] : row.entries) builder.entry(tag, false, attributes);
+    EXPECT_EQ(read(builder.elf().bytes).problem, row.problem);
+  }
+}
+
+TEST(KivInspectConstants, TellsWhatFilesLack) {
+  Lines expected;
+  const Image elf = build_program(kPlain, &expected).elf(), pe = build_program(kPlain, &expected).pe();
+  const struct {
+    const Image *image;
+    const char *mark;
+    size_t offset;
+    uint64_t value;
+    int width;
+    const char *problem;
+  } kRows[] = {
+      {&elf, ".debug_info", 0, 0xFFFFFFF0, 4, "a unit's DWARF format is unknown"},
+      {&elf, ".debug_info", 0, 0x100000, 4, "a unit of its debug information is cut off"},
+      {&elf, ".debug_info", 4, 6, 2, "a unit's DWARF version is unknown"},
+      {&elf, ".debug_info", 4, 1, 2, "a unit's DWARF version is unknown"},
+      {&elf, ".debug_info", 6, 4, 1, "its debug information is split: the entries are in .dwo files"},
+      {&elf, ".debug_info", 6, 0x80, 1, "a unit's type is unknown"},
+      {&elf, ".debug_info", 7, 9, 1, "a unit's address size is unknown"},
+      {&elf, ".debug_info", 8, 0x10000, 4, "its abbreviations are cut off"},
+      {&elf, ".debug_info", 24, 0x7F, 1, "an entry of its debug information has an unknown abbreviation"},
+      {&elf, ".debug_info header", 9, 8, 1, "its debug information is compressed, which is not supported"},
+      {&elf, ".debug_info header", 4, 8, 4, "it has no debug information"},
+      {&elf, ".debug_abbrev header", 24, 0x100000, 8, "a section lies outside the file"},
+      {&elf, "", 16, 1, 2, "it is an object file: its debug information is not linked"},
+      {&elf, "", 62, 0xFF, 2, "its sections have no string table"},
+      {&elf, ".shstrtab", 2, 'X', 1, "it has no debug information"},
+      {&pe, "sections", 16, 0x100000, 4, ""},  // only padding
+      {&pe, "sections", 20, 0x100000, 4, "a section lies outside the file"},
+      {&pe, "strings", 5, 'X', 1, "it has no debug information"},
+      {&pe, "strings", 0, 0x1000, 4, "its string table lies outside the file"},
+  };
+  for (const auto &row : kRows) {
+    Image image = *row.image;
+    image.put_at((*row.mark != '\0' ? image.marks.at(row.mark) : 0) + row.offset, row.value, row.width);
+    EXPECT_EQ(read(image.bytes).problem, row.problem) << row.mark << row.offset;
+  }
+  const std::pair<const char *, const char *> kNames[] = {
+      {".zdebug_info", "its debug information is compressed, which is not supported"},
+      {".debug_info.dwo", "its debug information is split: the entries are in .dwo files"},
+      {".debug_information", "it has no debug information"}};
+  for (const auto &[section, problem] : kNames) {
+    EXPECT_EQ(read(build_elf_sections(true, ByteOrder::big, {{section, {0}}}).bytes).problem, problem);
+    EXPECT_EQ(read(build_pe_sections(false, {{section, {0}}}).bytes).problem, problem);
+  }
+  EXPECT_EQ(read({'M', 'Z'}).problem, "it is neither an ELF nor a PE file");
+}
+
+/// Files that would take a reader without limits very long, or deep.
+TEST(KivInspectConstants, IsNotKeptBusyByHostileFiles) {
+  DwarfBuilder deep(kPlain), wide(kPlain), long_names(kPlain);
+  deep.begin_unit();
+  for (int i = 0; i < 5000; ++i) deep.entry(kNamespace, true, {});
+  EXPECT_EQ(read(deep.elf().bytes).problem, "the entries of its debug information are nested too deeply");
+
+  wide.begin_unit();
+  const uint64_t start =
+      wide.entry(kVariable, false, std::vector<DwarfAttribute>(50000, {kUnknownAttribute, kPresent}));
+  for (int i = 0; i < 2000; ++i) wide.entry(kVariable, false, {{kOrigin, kRef4, start}, {kValue, kData1}});
+  EXPECT_EQ(read(wide.elf().bytes).problem, "its debug information refers too often to the same entries");
+
+  long_names.begin_unit();
+  const uint64_t text = long_names.text(std::string(20000, 'a'));
+  long_names.entry(kNamespace, true, {{kName, kStrp, text}});
+  long_names.entry(kNamespace, true, {{kName, kStrp, text}});
+  for (uint64_t i = 0; i < 3000; ++i) long_names.entry(kVariable, false, {name("v"), {kValue, kData4, i}});
+  EXPECT_EQ(read(long_names.elf().bytes).problem, "its names share too many bytes");
+}
+
+TEST(KivInspectConstants, TellsEveryShortageOfMemory) {
+  const std::string path = write_file("sweep", cases()[0].image);
+  const uint32_t points = sweep_failures([&](CountingAllocator &allocator) {
+    Program program(allocator.record());
+    Status status = program.load(path.c_str());
+    if (status.ok()) status = program.load_constants();
+    if (status.ok()) status = program.load_memory();
+    EXPECT_STREQ(status.problem, allocator.has_failed() ? kOutOfMemory.problem : nullptr);
+  });
+  EXPECT_GE(points, 4u);
+  std::remove(path.c_str());
+}
+
+// --- Memory ----------------------------------------------------------------------------------------------------------
+
+TEST(KivInspectMemory, ShowsWhatIsLoaded) {
+  const std::vector<SegmentRow> segments = {{0x1000, 8, "abcd"}, {0x1008, 4, "efghij"}, {~uint64_t{1}, 2, "yz"}};
+  const std::vector<SectionRow> sections = {
+      {".text", {'t', 'u'}, 0x10, 1, 2}, {".bss", {0, 0}, 0x12, 8, 2}, {".comment", {'c'}, 0x14, 1, 0}};
+  const struct {
+    Image image;
+    uint64_t address, count;
+    std::string bytes;  // empty: not there
+  } kRows[] = {
+      {build_elf_sections(true, ByteOrder::big, {}, segments), 0x1000, 12, std::string("abcd\0\0\0\0efgh", 12)},
+      {build_elf_sections(false, ByteOrder::big, {}, segments), 0x1003, 2, std::string("d\0", 2)},
+      {build_elf_sections(true, ByteOrder::little, {}, segments), 0x100B, 1, "h"},
+      {build_elf_sections(true, ByteOrder::little, {}, segments), 0x100B, 2, ""},
+      {build_elf_sections(true, ByteOrder::little, {}, segments), 0xFFF, 1, ""},
+      {build_elf_sections(true, ByteOrder::little, {}, segments), ~uint64_t{0}, 1, "z"},
+      {build_elf_sections(true, ByteOrder::little, {}, segments), ~uint64_t{0}, 0x1001, ""},
+      {build_elf_sections(true, ByteOrder::little, sections, segments), 0x10, 1, ""},
+      {build_elf_sections(true, ByteOrder::little, sections), 0x10, 4, std::string("tu\0\0", 4)},
+      {build_elf_sections(true, ByteOrder::little, sections), 0x14, 1, ""},
+      {build_pe_sections(true, sections), kPeBase64, 2, "MZ"},
+      {build_pe_sections(false, sections), kPeBase32 + 0x1000, 3, std::string("tu\0", 3)},
+      {build_pe_sections(false, sections), kPeBase32 + 0x3000, 1, "c"},
+      {build_pe_sections(false, sections), kPeBase32 + 0x4000, 1, ""},
+      {build_pe_sections(false, sections), 0x1000, 1, ""},
+  };
+  KIV_ALLOCATOR heap, wrap;
+  kiv_allocator_wrap_new(&wrap, kiv_allocator_default_new(&heap), 0);
+  for (const auto &row : kRows) {
+    MemoryMap map;
+    const Status status = map.open({row.image.bytes.data(), row.image.size(), ByteOrder::little}, &wrap);
+    EXPECT_STREQ(status.problem, nullptr);
+    EXPECT_EQ(map.contains(row.address, row.count), !row.bytes.empty()) << row.address << " " << row.count;
+    std::string bytes(row.bytes.size(), 'x');
+    map.read(row.address, static_cast<uint32_t>(bytes.size()), reinterpret_cast<uint8_t *>(bytes.data()));
+    EXPECT_EQ(bytes, row.bytes);
+  }
+  Image image = kRows[0].image;
+  image.put_at(image.marks.at("segments") + 8, image.size() - 3, 8);
+  MemoryMap map;
+  EXPECT_STREQ(map.open({image.bytes.data(), image.size(), ByteOrder::little}, &wrap).problem,
+               "a segment lies outside the file");
+  kiv_allocator_wrap_delete(&wrap);
+}
+
+}  // namespace

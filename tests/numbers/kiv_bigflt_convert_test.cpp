@@ -1,0 +1,368 @@
+#include "kiv_bigflt_convert.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+#include "tests/numbers/random_bigflt.h"
+
+using namespace kiv::test;
+
+namespace {
+
+constexpr uint64_t kTop = uint64_t{1} << 63;
+const bigflt kInfinity = extended_bigflt(0, INT32_MAX, 0, 0);
+const bigflt kNegativeInfinity = extended_bigflt(1, INT32_MAX, 0, 0);
+const bigflt kNan = extended_bigflt(0, INT32_MAX, UINT64_MAX, UINT64_MAX);
+const bigflt kZero = small_bigflt(0);
+
+bool identical(const bigflt &a, const bigflt &b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+#define EXPECT_IDENTICAL(a, b) EXPECT_TRUE(identical(a, b)) << (a) << ", not " << (b)
+
+struct Format {
+  uint32_t size, exponent_width, mantissa_width;
+};
+constexpr Format kBinary16 = {16, 5, 10}, kBfloat16 = {16, 8, 7}, kE5m2 = {8, 5, 2}, kBinary32 = {32, 8, 23},
+                 kX87 = {80, 15, 64}, kBinary128 = {128, 15, 112};
+
+bigflt from_bytes(const void *image, const Format &format) {
+  bigflt r;
+  kiv_bigflt_ieee754_to_bigflt(&r, image, format.size, format.exponent_width, format.mantissa_width);
+  return r;
+}
+
+void to_bytes(const bigflt &a, void *image, const Format &format) {
+  kiv_bigflt_to_ieee754(&a, image, format.size, format.exponent_width, format.mantissa_width);
+}
+
+/// An image of up to 64 bits.
+bigflt from_image(uint64_t image, const Format &format) { return from_bytes(&image, format); }
+uint64_t to_image(const bigflt &a, const Format &format) {
+  uint64_t image = 0;
+  to_bytes(a, &image, format);
+  return image;
+}
+
+bigflt from_double(double value) {
+  bigflt r;
+  kiv_bigflt_double_to_bigflt(&r, value);
+  return r;
+}
+
+// --- Integers --------------------------------------------------------------------------------------------------------
+
+bigflt from_s128(int64_t high, uint64_t low) {
+  const KIV_S128 value = {high, low};
+  bigflt r;
+  kiv_bigflt_KIV_S128_to_bigflt(&r, &value);
+  return r;
+}
+
+bigflt from_u128(uint64_t high, uint64_t low) {
+  const KIV_U128 value = {high, low};
+  bigflt r;
+  kiv_bigflt_KIV_U128_to_bigflt(&r, &value);
+  return r;
+}
+
+TEST(BigfltIntegers, ThereAndBack) {
+  std::mt19937_64 random = make_random();
+  for (int i = 0; i < 20000; ++i) {
+    const uint64_t low = random_word(random), high = random_word(random);
+    const auto signed_low = static_cast<int64_t>(low);
+    const auto word = static_cast<uint32_t>(low >> 20);
+    SCOPED_TRACE(testing::Message() << high << ", " << low);
+    bigflt r;
+    KIV_S128 s128;
+    KIV_U128 u128;
+    kiv_bigflt_KIV_U32_to_bigflt(&r, word);
+    EXPECT_EQ(kiv_bigflt_to_KIV_U32(&r), word);
+    EXPECT_EQ(kiv_bigflt_to_KIV_U64(&r), word);
+    EXPECT_EQ(r.small, word <= INT32_MAX ? 1 : 0);
+    kiv_bigflt_KIV_S64_to_bigflt(&r, signed_low);
+    EXPECT_EQ(kiv_bigflt_to_KIV_S64(&r), signed_low);
+    EXPECT_EQ(kiv_bigflt_to_KIV_U32(&r), static_cast<uint32_t>(low));
+    EXPECT_EQ(r.small, signed_low == static_cast<int32_t>(signed_low) ? 1 : 0);
+    kiv_bigflt_to_KIV_S128(&s128, &r);
+    EXPECT_TRUE(s128.hi == (signed_low < 0 ? -1 : 0) && s128.lo == low);
+    EXPECT_IDENTICAL(from_s128(s128.hi, s128.lo), r);
+    kiv_bigflt_KIV_U64_to_bigflt(&r, low);
+    EXPECT_EQ(kiv_bigflt_to_KIV_U64(&r), low);
+    EXPECT_EQ(r.small, low <= INT32_MAX ? 1 : 0);
+    EXPECT_IDENTICAL(from_u128(0, low), r);
+    r = from_s128(static_cast<int64_t>(high), low);
+    kiv_bigflt_to_KIV_S128(&s128, &r);
+    EXPECT_TRUE(s128.hi == static_cast<int64_t>(high) && s128.lo == low);
+    EXPECT_EQ(kiv_bigflt_to_KIV_U64(&r), low);
+    r = from_u128(high, low);
+    kiv_bigflt_to_KIV_U128(&u128, &r);
+    EXPECT_TRUE(u128.hi == high && u128.lo == low);
+  }
+}
+
+TEST(BigfltIntegers, OtherValuesModuloTheSize) {
+  const struct {
+    bigflt a;
+    int32_t s32;
+    uint64_t high, low;  // modulo 2^128
+  } rows[] = {
+      {small_bigflt(-5), -5, UINT64_MAX, UINT64_MAX - 4},
+      {from_double(-5.7), -5, UINT64_MAX, UINT64_MAX - 4},
+      {from_double(-1.5), -1, UINT64_MAX, UINT64_MAX},
+      {from_double(INT32_MIN - 0.5), INT32_MIN, UINT64_MAX, 0xFFFFFFFF80000000},
+      // kiv_bigflt_to_KIV_S32 shifts the limb by 32 modulo 32, and by -69 modulo 32.
+      {from_double(0.75), static_cast<int32_t>(0xC0000000), 0, 0},
+      {from_double(-std::ldexp(1, 100)), -16, 0xFFFFFFF000000000, 0},
+      {extended_bigflt(0, 31, uint64_t{0xFFFFFFFF} << 32, 0), -1, 0, 0xFFFFFFFF},
+      {extended_bigflt(0, 158, UINT64_MAX, UINT64_MAX), INT32_MAX, UINT64_MAX, UINT64_MAX << 31},
+      {extended_bigflt(1, 158, kTop, 3), -0x40000000, UINT64_MAX, 0 - (uint64_t{3} << 31)},
+      {extended_bigflt(0, 159, UINT64_MAX, UINT64_MAX), -1, 0, 0},
+      {extended_bigflt(1, INT32_MIN, 0, 0), 0, 0, 0},
+      {extended_bigflt(0, INT32_MAX, 0, 0), 0, 0, 0},
+      {kNan, -1, 0, 0},
+      {extended_bigflt(0, 5, 0, kTop >> 1), 0, 0, 0},  // leading zeros: a value below 1
+  };
+  for (const auto &row : rows) {
+    SCOPED_TRACE(testing::Message() << row.a);
+    EXPECT_EQ(kiv_bigflt_to_KIV_U32(&row.a), static_cast<uint32_t>(row.low));
+    EXPECT_EQ(kiv_bigflt_to_KIV_U64(&row.a), row.low);
+    EXPECT_EQ(kiv_bigflt_to_KIV_S64(&row.a), static_cast<int64_t>(row.low));
+    KIV_U128 u128;
+    KIV_S128 s128;
+    kiv_bigflt_to_KIV_U128(&u128, &row.a);
+    kiv_bigflt_to_KIV_S128(&s128, &row.a);
+    EXPECT_TRUE(u128.hi == row.high && u128.lo == row.low) << std::hex << u128.hi << " " << u128.lo;
+    EXPECT_TRUE(s128.hi == static_cast<int64_t>(row.high) && s128.lo == row.low);
+    EXPECT_EQ(kiv_bigflt_to_KIV_S32(&row.a), row.s32);
+  }
+}
+
+// --- IEEE 754 --------------------------------------------------------------------------------------------------------
+
+/// What an image of at most 16 bits means.
+double meaning(uint32_t image, const Format &format) {
+  const int bias = (1 << (format.exponent_width - 1)) - 1;
+  const auto field = static_cast<int>(image >> format.mantissa_width) & ((1 << format.exponent_width) - 1);
+  const double fraction =
+      std::ldexp(image & ((1U << format.mantissa_width) - 1), -static_cast<int>(format.mantissa_width));
+  const double sign = (image >> (format.size - 1) & 1) != 0 ? -1 : 1;
+  if (field == 2 * bias + 1) return fraction == 0 ? sign * INFINITY : NAN;
+  return sign * std::ldexp(field == 0 ? fraction : 1 + fraction, std::max(field, 1) - bias);
+}
+
+/// All images, and around all halfway points between them.
+TEST(BigfltIeee754, EveryShortImage) {
+  for (const Format &format : {kBinary16, kBfloat16, kE5m2, Format{8, 2, 5}, Format{16, 14, 1}, Format{16, 2, 13}}) {
+    const uint32_t sign = 1U << (format.size - 1);
+    for (uint32_t image = 0; image < sign; ++image) {
+      SCOPED_TRACE(testing::Message() << "image " << image << " of mantissa width " << format.mantissa_width);
+      const bigflt a = from_image(image, format), minus = from_image(image | sign, format);
+      if (format.exponent_width < 11) {
+        const double value = meaning(image, format);
+        EXPECT_IDENTICAL(a, from_double(value));
+        EXPECT_IDENTICAL(minus, from_double(-value));
+      }
+      const uint32_t infinity = ((1U << format.exponent_width) - 1) << format.mantissa_width;
+      if (image > infinity) {
+        EXPECT_IDENTICAL(a, kNan);
+        EXPECT_EQ(to_image(a, format), infinity | 1U << (format.mantissa_width - 1));
+        continue;
+      }
+      EXPECT_EQ(to_image(a, format), image);
+      if (image != 0) EXPECT_EQ(to_image(minus, format), image | sign);
+      if (image >= infinity) continue;
+      // Between this image and the next: beyond the greatest, what would be the next without a limit.
+      const double low = format.exponent_width < 11 ? meaning(image, format) : 0;
+      if (low == 0) continue;
+      const double half =
+          image + 1 < infinity ? (meaning(image + 1, format) - low) / 2 : (low - meaning(image - 1, format)) / 2;
+      bigflt middle = from_double(low + half);
+      if (middle.small != 0) continue;
+      EXPECT_EQ(to_image(middle, format), image + (image & 1));
+      middle.sign = 1;
+      EXPECT_EQ(to_image(middle, format), (image + (image & 1)) | sign);
+      middle.sign = 0;
+      middle.mantissa[0] = 1;
+      EXPECT_EQ(to_image(middle, format), image + 1);
+      middle = from_double(std::nextafter(low + half, 0.0));
+      middle.mantissa[0] = UINT32_MAX;
+      EXPECT_EQ(to_image(middle, format), image);
+    }
+  }
+}
+
+TEST(BigfltIeee754, Limits) {
+  const bigflt zero_minus = extended_bigflt(1, INT32_MIN, 0, 0);
+  const bigflt max = extended_bigflt(0, 32767, UINT64_MAX, UINT64_MAX);
+  const struct {
+    bigflt a;
+    uint64_t binary32, binary64;
+  } rows[] = {
+      {kZero, 0, 0},
+      {zero_minus, 0x80000000, kTop},
+      {kNan, 0x7FC00000, 0x7FF8000000000000},
+      {kNegativeInfinity, 0xFF800000, 0xFFF0000000000000},
+      {max, 0x7F800000, 0x7FF0000000000000},
+      {extended_bigflt(1, -32767, kTop, 0), 0x80000000, kTop},
+      {extended_bigflt(0, 127, uint64_t{0xFFFFFF7F} << 32, 0), 0x7F7FFFFF, 0x47EFFFFFE0000000 + 0xFE00000},
+      {extended_bigflt(0, 127, uint64_t{0xFFFFFF80} << 32, 0), 0x7F800000, 0x47EFFFFFF0000000},
+      {extended_bigflt(0, -150, kTop, 0), 0, 0x3690000000000000},  // half of the least
+      {extended_bigflt(0, -150, kTop, 1), 1, 0x3690000000000000},
+      {extended_bigflt(0, -1075, kTop, 0), 0, 0},
+      {extended_bigflt(1, -1075, kTop, 1), 0x80000000, kTop + 1},
+      {extended_bigflt(0, -1023, UINT64_MAX, 0), 0, 0x0010000000000000},
+      {small_bigflt(-3), 0xC0400000, 0xC008000000000000},
+      {small_bigflt(INT32_MAX), 0x4F000000, 0x41DFFFFFFFC00000},
+  };
+  for (const auto &row : rows) {
+    SCOPED_TRACE(testing::Message() << row.a);
+    EXPECT_EQ(to_image(row.a, kBinary32), row.binary32);
+    EXPECT_EQ(std::bit_cast<uint64_t>(kiv_bigflt_to_double(&row.a)), row.binary64);
+    EXPECT_EQ(to_image(row.a, {64, 11, 52}), row.binary64);
+  }
+  EXPECT_IDENTICAL(from_double(-0.0), kZero);
+  EXPECT_IDENTICAL(from_image(0x80000000, kBinary32), kZero);
+  EXPECT_IDENTICAL(from_double(std::bit_cast<double>(uint64_t{0xFFF0000000000001})), kNan);
+  EXPECT_IDENTICAL(from_double(5e-324), extended_bigflt(0, -1074, kTop, 0));
+  EXPECT_IDENTICAL(from_double(-2147483648.0), small_bigflt(INT32_MIN));
+}
+
+/// Beside the compiler's conversions; both ways give the same value again.
+TEST(BigfltIeee754, FloatsAndDoubles) {
+  std::mt19937_64 random = make_random();
+  for (uint64_t i = 0, count = cases(20000); i < count; ++i) {
+    const auto x = std::bit_cast<double>(below(random, 2) != 0 ? random() : random_word(random));
+    const auto f = static_cast<float>(x);
+    const bigflt a = from_double(x);
+    if (std::isnan(x)) {
+      EXPECT_IDENTICAL(a, kNan);
+      continue;
+    }
+    EXPECT_EQ(kiv_bigflt_to_double(&a), x);
+    if (x != 0) EXPECT_EQ(to_image(a, kBinary32), std::bit_cast<uint32_t>(f)) << x;
+    if (f != 0) EXPECT_IDENTICAL(from_image(std::bit_cast<uint32_t>(f), kBinary32), from_double(double{f}));
+  }
+}
+
+TEST(BigfltIeee754, LongImages) {
+  struct Row {
+    uint16_t top;
+    uint64_t low;
+    bigflt value;
+    bool same_back;
+  };
+  const Row rows[] = {
+      {0x3FFF, kTop, small_bigflt(1), true},
+      {0xC000, 0xC90FDAA22168C235, extended_bigflt(1, 1, 0xC90FDAA22168C235, 0), true},
+      {0x0000, 1, extended_bigflt(0, -16445, kTop, 0), true},
+      {0x0000, kTop >> 1, extended_bigflt(0, -16383, kTop, 0), true},
+      {0x0000, kTop, extended_bigflt(0, -16382, kTop, 0), false},  // a pseudo-denormal: it comes back with exponent 1
+      {0x0001, kTop, extended_bigflt(0, -16382, kTop, 0), true},
+      {0x0000, 0, kZero, true},
+      {0x7FFE, UINT64_MAX, extended_bigflt(0, 16383, UINT64_MAX, 0), true},
+      {0x7FFF, kTop, kInfinity, true},
+      {0xFFFF, kTop, kNegativeInfinity, true},
+      {0x7FFF, kTop | kTop >> 1, kNan, true},
+      {0xFFFF, kTop | 1, kNan, false},
+      {0x7FFF, 0, kNan, false},  // encodings that the processor refuses
+      {0x7FFF, 1, kNan, false},
+      {0x3FFF, kTop >> 1, kNan, false},
+      {0x0001, 0, kNan, false},
+  };
+  for (const Row &row : rows) {
+    uint8_t image[12], back[12];
+    std::memset(image, 0xA5, sizeof image);
+    std::memcpy(image, &row.low, 8);
+    std::memcpy(image + 8, &row.top, 2);
+    std::memcpy(back, image, sizeof back);
+    EXPECT_IDENTICAL(from_bytes(image, kX87), row.value);
+    to_bytes(row.value, back, kX87);
+    EXPECT_EQ(std::memcmp(back, image, sizeof back) == 0, row.same_back) << row.value;
+  }
+  uint64_t words[2];
+  to_bytes(extended_bigflt(1, -16494 - 1, kTop, 1), words, kBinary128);  // more than half of the least
+  EXPECT_TRUE(words[0] == 1 && words[1] == kTop);
+  to_bytes(extended_bigflt(0, 16383, UINT64_MAX, uint64_t{0xFFFFFFFFFFFFBFFF}), words, kBinary128);
+  EXPECT_TRUE(words[0] == UINT64_MAX && words[1] == 0x7FFEFFFFFFFFFFFF);
+  to_bytes(extended_bigflt(0, 16383, UINT64_MAX, uint64_t{0xFFFFFFFFFFFFC000}), words, kBinary128);
+  EXPECT_TRUE(words[0] == 0 && words[1] == 0x7FFF000000000000);
+}
+
+TEST(BigfltIeee754, RefusesWhatIsNoFormat) {
+  const Format formats[] = {{0, 0, 0},         {16, 5, 11},  {16, 6, 10},          {12, 5, 6},
+                            {16, 1, 14},       {32, 16, 15}, {136, 15, 120},       {8, 7, 0},
+                            {128, 127, 0},     {80, 15, 63}, {16, 0xFFFFFFFF, 16}, {8, 2, 0xFFFFFFFD},
+                            {0, 3, 0xFFFFFFFC}};
+  for (const Format &format : formats) {
+    uint8_t image[17] = {1};
+    EXPECT_IDENTICAL(from_bytes(image, format), kNan);
+    to_bytes(small_bigflt(1), image, format);
+    EXPECT_TRUE(image[0] == 1 && image[1] == 0);
+  }
+}
+
+#if LDBL_MANT_DIG == 64 || (defined(__x86_64__) && !defined(_WIN32))
+/// The processor's and the compiler's own long formats: what they convert to double is what comes by the images.
+template <class Float>
+void check_native(const Format &format) {
+  std::mt19937_64 random = make_random();
+  const size_t bytes = format.size / 8;
+  for (uint64_t i = 0, count = cases(20000); i < count; ++i) {
+    uint64_t words[2] = {random_word(random), random_word(random)};
+    // Among the exponents of doubles, mostly.
+    const uint64_t field = 16383 + below(random, 2200) - 1100;
+    if (format.size == 80) words[0] |= kTop;
+    if (format.size == 80 && below(random, 4) != 0) words[1] = field | (words[1] & 0x8000);
+    if (format.size == 128 && below(random, 4) != 0) words[1] = (words[1] & 0x8000FFFFFFFFFFFF) | field << 48;
+    Float x = 0;
+    std::memcpy(&x, words, bytes);
+    const bigflt a = from_bytes(words, format);
+    if (x != x) {
+      EXPECT_IDENTICAL(a, kNan);
+      continue;
+    }
+    EXPECT_EQ(kiv_bigflt_to_double(&a), static_cast<double>(x));
+    uint64_t back[2] = {words[0], words[1]};
+    to_bytes(a, back, format);
+    Float y = 0;
+    std::memcpy(&y, back, bytes);
+    EXPECT_TRUE(x == y) << a;
+  }
+}
+#endif
+
+#if LDBL_MANT_DIG == 64
+TEST(BigfltIeee754, LongDouble) { check_native<long double>(kX87); }
+#endif
+#if defined(__x86_64__) && !defined(_WIN32)
+__extension__ using Quadruple = __float128;
+TEST(BigfltIeee754, Quadruple) { check_native<Quadruple>(kBinary128); }
+#endif
+
+/// The same bits on every target.
+TEST(BigfltIeee754, ImagesAreTheSameEverywhere) {
+  std::mt19937_64 random(20240302);
+  uint64_t digest = 14695981039346656037U;  // FNV-1a
+  const auto add = [&digest](const void *data, size_t size) {
+    for (size_t k = 0; k < size; ++k) digest = (digest ^ static_cast<const uint8_t *>(data)[k]) * 1099511628211U;
+  };
+  for (int i = 0; i < 5000; ++i) {
+    bigflt a = random_bigflt(random);
+    for (uint32_t exponent_width = 2; exponent_width <= 15; ++exponent_width) {
+      const uint32_t size = (exponent_width + 1 + below(random, 128 - exponent_width)) / 8 * 8 + 8;
+      if (size > 128 || size < exponent_width + 2) continue;
+      const Format format = {size, exponent_width, size - 1 - exponent_width};
+      uint8_t image[16] = {};
+      to_bytes(a, image, format);
+      add(image, sizeof image);
+      const bigflt back = from_bytes(image, format);
+      add(&back, sizeof back);
+    }
+  }
+  EXPECT_EQ(digest, 9730323004201226311U);
+}
+
+}  // namespace

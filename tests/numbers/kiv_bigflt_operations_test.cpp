@@ -1,0 +1,577 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "kiv_bigflt128.h"
+#include "kiv_bigflt_convert.h"
+#include "tests/numbers/random_bigflt.h"
+
+using namespace kiv::test;
+
+namespace {
+
+constexpr uint64_t kTop = uint64_t{1} << 63;
+const bigflt kInfinity = extended_bigflt(0, INT32_MAX, 0, 0);
+const bigflt kNegativeInfinity = extended_bigflt(1, INT32_MAX, 0, 0);
+const bigflt kNan = extended_bigflt(0, INT32_MAX, UINT64_MAX, UINT64_MAX);
+const bigflt kMax = extended_bigflt(0, 32767, UINT64_MAX, UINT64_MAX);
+const bigflt kClosest = extended_bigflt(0, -32767, kTop, 0);
+const bigflt kNegativeClosest = extended_bigflt(1, -32767, kTop, 0);
+const bigflt kZero = small_bigflt(0);
+
+bigflt power_of_two(int32_t n, uint32_t sign = 0) { return extended_bigflt(sign, n, kTop, 0); }
+
+bigflt from_double(double value) {
+  bigflt r;
+  kiv_bigflt_double_to_bigflt(&r, value);
+  return r;
+}
+
+bigflt from_integer(int64_t value) {
+  bigflt r;
+  kiv_bigflt_KIV_S64_to_bigflt(&r, value);
+  return r;
+}
+
+/// All bytes of the records, also those without a meaning.
+bool identical(const bigflt &a, const bigflt &b) { return std::memcmp(&a, &b, sizeof a) == 0; }
+#define EXPECT_IDENTICAL(a, b) EXPECT_TRUE(identical(a, b)) << (a) << ", not " << (b)
+
+struct Unary {
+  const char *name;
+  void (*plain)(bigflt *r, const bigflt *a);
+  void (*implied)(bigflt *a);  // or null
+};
+
+const Unary kUnary[] = {
+    {"ceil", kiv_bigflt_ceil, nullptr},
+    {"floor", kiv_bigflt_floor, nullptr},
+    {"trunc", kiv_bigflt_trunc, nullptr},
+    {"complement", kiv_bigflt_1s_complement, kiv_bigflt_1s_complement_implied},
+    {"not", kiv_bigflt_boolean_not, kiv_bigflt_boolean_not_implied},
+    {"shift_left", [](bigflt *r, const bigflt *a) { kiv_bigflt_shift_left(r, a, 21); },
+     [](bigflt *a) { kiv_bigflt_shift_left_implied(a, 21); }},
+    {"shift_right", [](bigflt *r, const bigflt *a) { kiv_bigflt_shift_right(r, a, 3); },
+     [](bigflt *a) { kiv_bigflt_shift_right_implied(a, 3); }},
+    {"fraction",
+     [](bigflt *r, const bigflt *a) {
+       bigflt rest;
+       kiv_bigflt_frexp(r, &rest, a);
+     },
+     nullptr},
+    {"exponent",
+     [](bigflt *r, const bigflt *a) {
+       bigflt rest;
+       kiv_bigflt_frexp(&rest, r, a);
+     },
+     nullptr},
+    {"int_part",
+     [](bigflt *r, const bigflt *a) {
+       bigflt rest;
+       kiv_bigflt_modf(r, &rest, a);
+     },
+     nullptr},
+    {"frac_part",
+     [](bigflt *r, const bigflt *a) {
+       bigflt rest;
+       kiv_bigflt_modf(&rest, r, a);
+     },
+     nullptr},
+};
+
+struct Binary {
+  const char *name;
+  void (*plain)(bigflt *r, const bigflt *a, const bigflt *b);
+  void (*implied)(bigflt *a, const bigflt *b);  // or null
+};
+
+const Binary kBinary[] = {
+    {"and", kiv_bigflt_binary_and, kiv_bigflt_binary_and_implied},
+    {"or", kiv_bigflt_binary_or, kiv_bigflt_binary_or_implied},
+    {"xor", kiv_bigflt_binary_xor, kiv_bigflt_binary_xor_implied},
+    {"ldexp", kiv_bigflt_ldexp, nullptr},
+    {">", kiv_bigflt_larger_than_explicit, kiv_bigflt_larger_than_implied},
+    {">=", kiv_bigflt_larger_than_or_equal_explicit, kiv_bigflt_larger_than_or_equal_implied},
+    {"<", kiv_bigflt_less_than_explicit, kiv_bigflt_less_than_implied},
+    {"<=", kiv_bigflt_less_than_or_equal_explicit, kiv_bigflt_less_than_or_equal_implied},
+    {"==", kiv_bigflt_equal_explicit, kiv_bigflt_equal_implied},
+    {"!=", kiv_bigflt_not_equal_explicit, kiv_bigflt_not_equal_implied},
+};
+constexpr size_t kFirstComparison = 4;
+
+bigflt ldexp_of(const bigflt &a, const bigflt &e) {
+  bigflt r;
+  kiv_bigflt_ldexp(&r, &a, &e);
+  return r;
+}
+
+/// Doubles know their integer parts and exponents.
+TEST(BigfltOperations, PartsOfDoubles) {
+  std::mt19937_64 random = make_random();
+  for (int i = 0; i < 20000; ++i) {
+    const auto bits = static_cast<double>(random_word(random) >> 11);
+    double x = std::ldexp(bits, static_cast<int>(below(random, 140)) - 100) * (below(random, 2) != 0 ? 1 : -1);
+    if (i < 400) x = (i - 200) / 4.0;
+    SCOPED_TRACE(testing::Message() << "of " << x);
+    const bigflt a = from_double(x);
+    bigflt r, s;
+    kiv_bigflt_ceil(&r, &a);
+    EXPECT_IDENTICAL(r, from_double(std::ceil(x)));
+    kiv_bigflt_floor(&r, &a);
+    EXPECT_IDENTICAL(r, from_double(std::floor(x)));
+    kiv_bigflt_trunc(&r, &a);
+    EXPECT_IDENTICAL(r, from_double(std::trunc(x)));
+    double whole = 0;
+    int exponent = 0;
+    kiv_bigflt_modf(&r, &s, &a);
+    EXPECT_IDENTICAL(s, from_double(std::modf(x, &whole)));
+    EXPECT_IDENTICAL(r, from_double(whole));
+    kiv_bigflt_frexp(&r, &s, &a);
+    EXPECT_IDENTICAL(r, from_double(std::frexp(x, &exponent)));
+    EXPECT_IDENTICAL(s, small_bigflt(exponent));
+    EXPECT_IDENTICAL(ldexp_of(r, s), a);
+  }
+}
+
+TEST(BigfltOperations, PartsAtTheLimits) {
+  const bigflt just_below_two = extended_bigflt(1, 0, UINT64_MAX, UINT64_MAX);
+  const bigflt all_ones = extended_bigflt(0, 127, UINT64_MAX, UINT64_MAX);  // 2^128 - 1
+  const struct {
+    bigflt a, ceil, floor, int_part, frac_part, fraction, exponent;
+  } rows[] = {
+      {kClosest, small_bigflt(1), kZero, kZero, kClosest, power_of_two(-1), small_bigflt(-32766)},
+      {kNegativeClosest, kZero, small_bigflt(-1), kZero, kNegativeClosest, power_of_two(-1, 1), small_bigflt(-32766)},
+      {kMax, kMax, kMax, kMax, kZero, extended_bigflt(0, -1, UINT64_MAX, UINT64_MAX), small_bigflt(32768)},
+      {just_below_two, small_bigflt(-1), small_bigflt(-2), small_bigflt(-1),
+       extended_bigflt(1, -1, UINT64_MAX, UINT64_MAX - 1), extended_bigflt(1, -1, UINT64_MAX, UINT64_MAX),
+       small_bigflt(1)},
+      {all_ones, all_ones, all_ones, all_ones, kZero, extended_bigflt(0, -1, UINT64_MAX, UINT64_MAX),
+       small_bigflt(128)},
+      {extended_bigflt(0, 126, UINT64_MAX, UINT64_MAX), power_of_two(127),
+       extended_bigflt(0, 126, UINT64_MAX, UINT64_MAX - 1), extended_bigflt(0, 126, UINT64_MAX, UINT64_MAX - 1),
+       power_of_two(-1), extended_bigflt(0, -1, UINT64_MAX, UINT64_MAX), small_bigflt(127)},
+      {extended_bigflt(1, INT32_MIN, 0, 0), kZero, kZero, kZero, kZero, kZero, kZero},
+      {kInfinity, kInfinity, kInfinity, kInfinity, kZero, kInfinity, kZero},
+      {kNegativeInfinity, kNegativeInfinity, kNegativeInfinity, kNegativeInfinity, kZero, kNegativeInfinity, kZero},
+      {kNan, kNan, kNan, kNan, kNan, kNan, kZero},
+  };
+  for (const auto &row : rows) {
+    SCOPED_TRACE(testing::Message() << row.a);
+    bigflt r, s;
+    kiv_bigflt_ceil(&r, &row.a);
+    EXPECT_IDENTICAL(r, row.ceil);
+    kiv_bigflt_floor(&r, &row.a);
+    EXPECT_IDENTICAL(r, row.floor);
+    kiv_bigflt_modf(&r, &s, &row.a);
+    EXPECT_IDENTICAL(r, row.int_part);
+    EXPECT_IDENTICAL(s, row.frac_part);
+    kiv_bigflt_frexp(&r, &s, &row.a);
+    EXPECT_IDENTICAL(r, row.fraction);
+    EXPECT_IDENTICAL(s, row.exponent);
+    kiv_bigflt_frexp(&(r = row.a), &r, &r);
+    EXPECT_IDENTICAL(r, row.exponent);
+    kiv_bigflt_modf(&(r = row.a), &r, &r);
+    EXPECT_IDENTICAL(r, row.frac_part);
+  }
+}
+
+TEST(BigfltOperations, LdexpSaturates) {
+  const bigflt three = small_bigflt(3), minus_three = small_bigflt(-3);
+  const struct {
+    bigflt a, e, result;
+  } rows[] = {
+      {three, from_double(4.9), small_bigflt(48)},
+      {three, from_double(-0.9), three},
+      {three, from_double(-1.5), from_double(1.5)},
+      {three, small_bigflt(32767), kInfinity},
+      {minus_three, small_bigflt(INT32_MAX), kNegativeInfinity},
+      {minus_three, power_of_two(32), kNegativeInfinity},
+      {minus_three, kMax, kNegativeInfinity},
+      {three, kInfinity, kInfinity},
+      {three, small_bigflt(INT32_MIN), kZero},
+      {minus_three, power_of_two(32, 1), kZero},
+      {three, extended_bigflt(1, 32767, kTop, 1), kZero},
+      {three, kNegativeInfinity, kZero},
+      {three, small_bigflt(-32769), kClosest},  // 3/4 of it
+      {small_bigflt(1), small_bigflt(-32768), kZero},
+      {kClosest, small_bigflt(65534), power_of_two(32767)},
+      {power_of_two(32767), small_bigflt(-65534), kClosest},
+      {kZero, kMax, kZero},
+      {kZero, kInfinity, kNan},
+      {kZero, kNegativeInfinity, kZero},
+      {kInfinity, kNegativeInfinity, kNan},
+      {kNegativeInfinity, small_bigflt(-5), kNegativeInfinity},
+      {kNan, kZero, kNan},
+      {three, kNan, kNan},
+  };
+  for (const auto &row : rows) {
+    const bigflt r = ldexp_of(row.a, row.e);
+    EXPECT_TRUE(identical(r, row.result)) << row.a << " by " << row.e << ": " << r;
+  }
+}
+
+TEST(BigfltOperations, Shifts) {
+  const int32_t values[] = {INT32_MIN, INT32_MIN + 1, -65536, -7, -2, -1, 0, 1, 2, 7, 65535, INT32_MAX};
+  bigflt r;
+  for (const int32_t value : values) {
+    const bigflt a = small_bigflt(value);
+    for (int32_t n = 0; n < 32; ++n) {
+      SCOPED_TRACE(testing::Message() << value << " by " << n);
+      kiv_bigflt_shift_left(&r, &a, n);
+      EXPECT_IDENTICAL(r, from_integer(int64_t{value} << n));
+      kiv_bigflt_shift_right(&r, &a, -n);
+      EXPECT_IDENTICAL(r, from_integer(int64_t{value} << n));
+      kiv_bigflt_shift_right(&r, &a, n);
+      EXPECT_IDENTICAL(r, small_bigflt(value >> n));
+      if (n > 0) kiv_bigflt_shift_left(&r, &a, -n);
+      EXPECT_IDENTICAL(r, small_bigflt(value >> n));
+    }
+  }
+  const struct {
+    bigflt a;
+    int32_t n;
+    bigflt left, right;
+  } rows[] = {
+      {from_double(2.5), 0, from_double(2.5), small_bigflt(2)},
+      {from_double(-2.5), 1, small_bigflt(-5), small_bigflt(-2)},
+      {from_double(1.25), 1, from_double(2.5), kZero},
+      {kClosest, 1, power_of_two(-32766), kZero},
+      {kNegativeClosest, 1, power_of_two(-32766, 1), small_bigflt(-1)},
+      {small_bigflt(3), INT32_MAX, kInfinity, kZero},
+      {small_bigflt(-3), INT32_MAX, kNegativeInfinity, small_bigflt(-1)},
+      {small_bigflt(3), INT32_MIN, kZero, kInfinity},
+      {kMax, INT32_MIN, kZero, kInfinity},
+      {small_bigflt(-3), INT32_MIN, small_bigflt(-1), kNegativeInfinity},
+      {kZero, INT32_MIN, kZero, kZero},
+      {kMax, 1, kInfinity, extended_bigflt(0, 32766, UINT64_MAX, UINT64_MAX)},
+      {kMax, 32767, kInfinity, small_bigflt(1)},
+      {kMax, 32768, kInfinity, kZero},
+      {kNegativeInfinity, 5, kNegativeInfinity, kNegativeInfinity},
+      {kNan, -5, kNan, kNan},
+      {extended_bigflt(1, 127, kTop, 1), 127, extended_bigflt(1, 254, kTop, 1), small_bigflt(-2)},
+  };
+  for (const auto &row : rows) {
+    SCOPED_TRACE(testing::Message() << row.a << " by " << row.n);
+    kiv_bigflt_shift_left(&r, &row.a, row.n);
+    EXPECT_IDENTICAL(r, row.left);
+    kiv_bigflt_shift_right(&r, &row.a, row.n);
+    EXPECT_IDENTICAL(r, row.right);
+  }
+}
+
+TEST(BigfltOperations, BitsOfIntegers) {
+  std::mt19937_64 random = make_random();
+  constexpr int64_t kSide = 41;
+  bigflt r;
+  for (int64_t i = 0; i < kSide * kSide + 20000; ++i) {
+    const bool random_pair = i >= kSide * kSide;
+    const auto x = random_pair ? static_cast<int64_t>(random_word(random)) : i / kSide - 20;
+    const auto y = random_pair ? static_cast<int64_t>(random_word(random)) >> below(random, 64) : i % kSide - 20;
+    const bigflt a = from_integer(x), b = from_integer(y);
+    SCOPED_TRACE(testing::Message() << x << " and " << y);
+    kiv_bigflt_binary_and(&r, &a, &b);
+    EXPECT_IDENTICAL(r, from_integer(x & y));
+    kiv_bigflt_binary_or(&r, &a, &b);
+    EXPECT_IDENTICAL(r, from_integer(x | y));
+    kiv_bigflt_binary_xor(&r, &a, &b);
+    EXPECT_IDENTICAL(r, from_integer(x ^ y));
+    kiv_bigflt_1s_complement(&r, &a);
+    EXPECT_IDENTICAL(r, from_integer(~x));
+    kiv_bigflt_boolean_not(&r, &a);
+    EXPECT_IDENTICAL(r, small_bigflt(x == 0 ? 1 : 0));
+  }
+}
+
+TEST(BigfltOperations, BitsOfOtherValues) {
+  const bigflt minus_one = small_bigflt(-1), big = power_of_two(200), minus_big = power_of_two(200, 1);
+  const struct {
+    bigflt a, b, and_, or_, xor_;
+  } rows[] = {
+      {from_double(6.75), from_double(-4.25), small_bigflt(4), small_bigflt(-2), small_bigflt(-6)},
+      {from_double(0.5), from_double(-0.5), kZero, kZero, kZero},
+      {big, small_bigflt(1), kZero, big, big},  // rounded
+      {big, minus_one, big, minus_one, minus_big},
+      {minus_big, small_bigflt(1), kZero, minus_big, minus_big},
+      {minus_big, minus_one, minus_big, minus_one, big},
+      {kMax, minus_one, kMax, minus_one, extended_bigflt(1, 32767, UINT64_MAX, UINT64_MAX)},
+      // Half a unit of the last place more than an odd mantissa, and a bit less than that.
+      {extended_bigflt(0, 200, kTop, 1), power_of_two(72), kZero, extended_bigflt(0, 200, kTop, 2),
+       extended_bigflt(0, 200, kTop, 2)},
+      {extended_bigflt(0, 200, kTop, 1), extended_bigflt(0, 71, UINT64_MAX, UINT64_MAX), kZero,
+       extended_bigflt(0, 200, kTop, 1), extended_bigflt(0, 200, kTop, 1)},
+      // Two negative ones whose common bits begin one place above both.
+      {extended_bigflt(1, 32767, kTop, 2), extended_bigflt(1, 32767, UINT64_MAX, UINT64_MAX), kNegativeInfinity,
+       extended_bigflt(1, 32767, kTop, 1), extended_bigflt(0, 32766, UINT64_MAX, UINT64_MAX - 1)},
+      {kZero, kMax, kZero, kMax, kMax},
+      {kInfinity, kZero, kNan, kNan, kNan},
+      {small_bigflt(1), kNan, kNan, kNan, kNan},
+  };
+  for (const auto &row : rows) {
+    SCOPED_TRACE(testing::Message() << row.a << " and " << row.b);
+    const bigflt *const expected[] = {&row.and_, &row.or_, &row.xor_};
+    for (int k = 0; k < 3; ++k) {
+      bigflt r;
+      kBinary[k].plain(&r, &row.a, &row.b);
+      EXPECT_IDENTICAL(r, *expected[k]);
+      kBinary[k].plain(&r, &row.b, &row.a);
+      EXPECT_IDENTICAL(r, *expected[k]);
+    }
+  }
+  bigflt r;
+  const bigflt fraction = from_double(-6.75);
+  kiv_bigflt_1s_complement(&r, &fraction);
+  EXPECT_IDENTICAL(r, small_bigflt(5));
+  kiv_bigflt_1s_complement(&r, &kInfinity);
+  EXPECT_IDENTICAL(r, kNan);
+  kiv_bigflt_boolean_not(&r, &kNan);
+  EXPECT_IDENTICAL(r, kZero);
+}
+
+TEST(BigfltOperations, ComparesAllPairs) {
+  // In order, with equal values side by side; NaN, last, in two forms.
+  struct Value {
+    int rank;
+    bigflt record;
+  };
+  const Value values[] = {{0, kNegativeInfinity},
+                          {1, extended_bigflt(1, 32767, UINT64_MAX, UINT64_MAX)},
+                          {2, power_of_two(40, 1)},
+                          {3, extended_bigflt(1, 31, kTop, 1)},
+                          {4, power_of_two(31, 1)},
+                          {4, small_bigflt(INT32_MIN)},
+                          {5, small_bigflt(-1)},
+                          {6, extended_bigflt(1, -1, UINT64_MAX, UINT64_MAX)},
+                          {7, kNegativeClosest},
+                          {8, extended_bigflt(1, INT32_MIN, 0, 0)},
+                          {8, kZero},
+                          {8, extended_bigflt(0, INT32_MIN, 0, 0)},
+                          {9, kClosest},
+                          {10, extended_bigflt(0, -1, UINT64_MAX, UINT64_MAX)},
+                          {11, small_bigflt(1)},
+                          {11, extended_bigflt(0, 3, kTop >> 3, 0)},  // with leading zeros
+                          {12, extended_bigflt(0, 0, kTop, 1)},
+                          {13, small_bigflt(INT32_MAX)},
+                          {14, power_of_two(31)},
+                          {15, kMax},
+                          {16, kInfinity},
+                          {16, power_of_two(32768)},
+                          {17, kNan},
+                          {17, extended_bigflt(1, INT32_MAX, 0, 1)}};
+  for (const Value &x : values) {
+    for (const Value &y : values) {
+      SCOPED_TRACE(testing::Message() << x.record << " and " << y.record);
+      EXPECT_EQ(kiv_bigflt_compare2integer(&x.record, &y.record), (x.rank > y.rank) - (x.rank < y.rank));
+      const bool ordered = x.rank < 17 && y.rank < 17;
+      const bool expected[] = {ordered && x.rank > y.rank,  ordered && x.rank >= y.rank, ordered && x.rank < y.rank,
+                               ordered && x.rank <= y.rank, ordered && x.rank == y.rank, !ordered || x.rank != y.rank};
+      for (size_t k = 0; k < std::size(expected); ++k) {
+        bigflt r;
+        kBinary[kFirstComparison + k].plain(&r, &x.record, &y.record);
+        EXPECT_TRUE(identical(r, small_bigflt(expected[k] ? 1 : 0))) << kBinary[kFirstComparison + k].name;
+      }
+    }
+  }
+}
+
+TEST(BigfltOperations, Predicates) {
+  enum : unsigned {
+    kIsZero = 1,
+    kNegative = 2,
+    kNormal = 4,
+    kInteger = 8,
+    kFinite = 16,
+    kInf = 32,
+    kIsNan = 64,
+    kFits = 128
+  };
+  const struct {
+    bigflt a;
+    unsigned expected;
+  } rows[] = {
+      {kZero, kIsZero | kNormal | kInteger | kFinite | kFits},
+      {small_bigflt(-7), kNegative | kNormal | kInteger | kFinite | kFits},
+      {extended_bigflt(1, INT32_MIN, 0, 0), kIsZero | kInteger | kFinite | kFits},
+      {power_of_two(31), kNormal | kInteger | kFinite},
+      {power_of_two(31, 1), kNegative | kNormal | kInteger | kFinite | kFits},
+      {extended_bigflt(1, 31, kTop, 1), kNegative | kNormal | kFinite},
+      {extended_bigflt(0, 30, uint64_t{0xFFFFFFFE} << 32, 0), kNormal | kInteger | kFinite | kFits},
+      {extended_bigflt(0, 30, uint64_t{0xFFFFFFFF} << 32, 0), kNormal | kFinite},
+      {extended_bigflt(0, 126, kTop, 1), kNormal | kFinite},
+      {extended_bigflt(0, 127, kTop, 1), kNormal | kInteger | kFinite},
+      {kNegativeClosest, kNegative | kNormal | kFinite},
+      {kMax, kNormal | kInteger | kFinite},
+      {kInfinity, kInf},
+      {kNegativeInfinity, kInf | kNegative},
+      {kNan, kIsNan},
+      {extended_bigflt(1, INT32_MAX, 0, 1), kIsNan},
+      // Records of other forms: 1, infinity, and zero.
+      {extended_bigflt(0, 3, kTop >> 3, 0), kInteger | kFinite | kFits},
+      {power_of_two(40000), kInf},
+      {extended_bigflt(1, 5, 0, 0), kIsZero | kInteger | kFinite | kFits},
+      {power_of_two(INT32_MIN + 1), kIsZero | kInteger | kFinite | kFits},
+  };
+  for (const auto &row : rows) {
+    const bigflt &a = row.a;
+    const int answers[] = {kiv_bigflt_is_zero(&a),           kiv_bigflt_is_negative(&a),
+                           kiv_bigflt_is_normalized(&a),     kiv_bigflt_is_integer(&a),
+                           kiv_bigflt_is_finite_as_bool(&a), kiv_bigflt_is_inf_as_bool(&a),
+                           kiv_bigflt_is_nan_as_bool(&a),    kiv_bigflt_is_signed_integral_and_fits_in_32_bits(&a)};
+    for (unsigned k = 0; k < 8; ++k) {
+      EXPECT_EQ(answers[k], static_cast<int>(row.expected >> k & 1)) << "predicate " << k << " of " << a;
+    }
+  }
+}
+
+TEST(BigfltOperations, IntegersOfASize) {
+  const struct {
+    bigflt a;
+    int32_t least;  // the size from which on it fits; 0: never
+  } rows[] = {
+      {kZero, 1},
+      {small_bigflt(-1), 1},
+      {small_bigflt(1), 2},
+      {small_bigflt(-8), 4},
+      {small_bigflt(8), 5},
+      {small_bigflt(INT32_MIN), 32},
+      {power_of_two(31), 33},
+      {power_of_two(127, 1), 128},
+      {extended_bigflt(1, 127, kTop, 1), 129},
+      {kMax, 32769},
+      {power_of_two(32767, 1), 32768},
+      {from_double(0.5), 0},
+      {extended_bigflt(1, 40, UINT64_MAX, 0), 0},
+      {kInfinity, 0},
+      {kNan, 0},
+  };
+  for (const auto &row : rows) {
+    for (const int32_t bits : {INT32_MIN, -1, 0, row.least - 1, row.least, row.least + 1, INT32_MAX}) {
+      EXPECT_EQ(kiv_bigflt_is_signed_integer_of_size(&row.a, bits), row.least > 0 && bits >= row.least ? 1 : 0)
+          << row.a << " in " << bits;
+    }
+  }
+}
+
+/// A record that no operation gives: any words, or leading zeros, or a small one with garbage around it.
+bigflt random_record(std::mt19937_64 &random) {
+  bigflt a = random_bigflt(random);
+  for (uint8_t &byte : a.unused) byte = static_cast<uint8_t>(random());
+  a.mantissa_bits = a.limb_count = static_cast<uint32_t>(random());
+  if (a.small != 0) {
+    a.sign = static_cast<uint32_t>(random());
+    for (uint32_t &limb : a.mantissa) limb = static_cast<uint32_t>(random());
+    return a;
+  }
+  if (below(random, 4) == 0) a.exponent = static_cast<int32_t>(random());
+  if (below(random, 2) == 0) a.mantissa[3] >>= below(random, 32);
+  if (below(random, 8) == 0) a.mantissa[3] = a.mantissa[2] = 0;
+  return a;
+}
+
+TEST(BigfltOperations, AnyRecordsAndAnyResults) {
+  std::mt19937_64 random = make_random();
+  for (int i = 0; i < 5000; ++i) {
+    const bigflt a = random_record(random), b = random_record(random);
+    // The same values in canonical form.
+    bigflt x, y;
+    kiv_bigflt_shift_left(&x, &a, 0);
+    kiv_bigflt_shift_left(&y, &b, 0);
+    bigflt expected, r;
+    for (const Binary &operation : kBinary) {
+      SCOPED_TRACE(testing::Message() << operation.name << " of " << a << " and " << b);
+      operation.plain(&expected, &x, &y);
+      operation.plain(&(r = a), &r, &b);
+      EXPECT_IDENTICAL(r, expected);
+      operation.plain(&(r = b), &a, &r);
+      EXPECT_IDENTICAL(r, expected);
+      if (operation.implied != nullptr) operation.implied(&(r = a), &b);
+      EXPECT_IDENTICAL(r, expected);
+      operation.plain(&expected, &x, &x);
+      operation.plain(&(r = a), &r, &r);
+      EXPECT_IDENTICAL(r, expected);
+    }
+    for (const Unary &operation : kUnary) {
+      SCOPED_TRACE(testing::Message() << operation.name << " of " << a);
+      operation.plain(&expected, &x);
+      operation.plain(&(r = a), &r);
+      EXPECT_IDENTICAL(r, expected);
+      if (operation.implied != nullptr) operation.implied(&(r = a));
+      EXPECT_IDENTICAL(r, expected);
+    }
+    EXPECT_EQ(kiv_bigflt_compare2integer(&a, &b), kiv_bigflt_compare2integer(&x, &y));
+    EXPECT_EQ(kiv_bigflt_is_negative(&a), kiv_bigflt_is_negative(&x)) << a;
+  }
+}
+
+/// Read from a model of the generator; the first results of a process, and the twentieth.
+TEST(BigfltOperations, RandomValues) {
+  const bigflt first[] = {extended_bigflt(0, -25794, kTop | 0xc7a65a83, 0xec98a5ca),
+                          extended_bigflt(1, -6126, kTop | 0xfdd992bf, 0x496d4476),
+                          extended_bigflt(0, 20725, kTop | 0xddb4d6bb, 0x01e775e2),
+                          extended_bigflt(0, -16418, kTop | 0x75f16277, 0x8ccae60e),
+                          extended_bigflt(0, 277, kTop | 0xf36431f3, 0x9ebe00fa)};
+  static bool fresh = true;
+  uint64_t state = 0;
+  for (int i = 0; fresh && i < 1000; ++i) {
+    const auto next = [&state] { return state = (state == 0 ? 111111 : state) * 6364136223846793005U + 1; };
+    const auto sign = static_cast<uint32_t>(next() >> 63);
+    auto exponent = static_cast<int32_t>(static_cast<uint32_t>(next()));
+    if (exponent < -32767 || exponent > 32767) exponent = exponent % 32767;
+    const auto limb0 = static_cast<uint32_t>(next()), limb2 = static_cast<uint32_t>(next());
+    const bigflt expected = extended_bigflt(sign, exponent, kTop | limb2, limb0);
+    if (i < 5) EXPECT_IDENTICAL(expected, first[i]);
+    bigflt r;
+    kiv_bigflt_random(&r);
+    EXPECT_IDENTICAL(r, expected);
+  }
+  fresh = false;
+}
+
+TEST(BigfltOperations, Payloads) {
+  bigflt a = small_bigflt(-5);
+  kiv_bigflt_poke_32bits(&a, 0x1234);
+  EXPECT_IDENTICAL(a, extended_bigflt(1, 0, kTop, 0x1234));
+  EXPECT_EQ(kiv_bigflt_peek_32bits(&a), 0x1234U);
+  EXPECT_EQ(kiv_bigflt_is_integer(&a), 0);
+  a = extended_bigflt(0, 77, UINT64_MAX, UINT64_MAX);
+  int object = 0;
+  kiv_bigflt_poke_pointer(&a, &object);
+  const auto payload = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(&object));
+  EXPECT_IDENTICAL(a, extended_bigflt(0, 0, kTop | 0xFFFFFFFF, uint64_t{0xFFFFFFFF} << 32 | payload));
+  EXPECT_EQ(kiv_bigflt_peek_32bits(&a), payload);
+  // Even an integer stays in extended form.
+  a = small_bigflt(9);
+  kiv_bigflt_poke_32bits(&a, 0);
+  EXPECT_IDENTICAL(a, power_of_two(0));
+}
+
+/// By Python's zlib.crc32.
+TEST(BigfltOperations, Hash) {
+  bigflt a = power_of_two(0);
+  EXPECT_EQ(kiv_bigflt128_hash(&a), 0x1D80C620U);
+  a = extended_bigflt(1, -5, uint64_t{0xC0000000} << 32 | 7, 8);
+  EXPECT_EQ(kiv_bigflt128_hash(&a), 0x65398C2EU);
+  a = extended_bigflt(0x39, 0x35363738, uint64_t{0x31323334} << 32, 0);
+  EXPECT_EQ(kiv_bigflt128_hash(&a), 0x8513D7E4U);
+}
+
+/// The same bits on every target: a digest of all bytes of many results.
+TEST(BigfltOperations, ResultsAreTheSameEverywhere) {
+  std::mt19937_64 random(20240301);
+  uint64_t digest = 14695981039346656037U;  // FNV-1a
+  const auto add = [&digest](const bigflt &r) {
+    unsigned char bytes[sizeof r];
+    std::memcpy(bytes, &r, sizeof r);
+    for (const unsigned char byte : bytes) digest = (digest ^ byte) * 1099511628211U;
+  };
+  for (int i = 0; i < 5000; ++i) {
+    const bigflt a = random_bigflt(random), b = random_partner(random, a);
+    bigflt r;
+    for (const Binary &operation : kBinary) operation.plain(&r, &a, &b), add(r);
+    for (const Unary &operation : kUnary) operation.plain(&r, &a), add(r);
+  }
+  EXPECT_EQ(digest, 15339811955443166785U);
+}
+
+}  // namespace
