@@ -95,7 +95,7 @@ class Plan {
     return false;
   }
 
-  static bool write_plural(Output *output, const Item<Unit> *item, const void *const *words) {
+  [[gnu::noinline]] static bool write_plural(Output *output, const Item<Unit> *item, const void *const *words) {
     const PluralWord &word = *item->plural;
     const Placeholder &number = item[1].placeholder;
     const bool changes = is_one(number.code, words[number.argument]) == word.when_one;
