@@ -39,7 +39,7 @@ struct Text {
 template <size_t kSize>
 consteval Text<kSize> widen(const char (&ascii)[kSize]) {
   Text<kSize> text = {};
-  for (size_t i = 0; i < kSize; ++i) text.units[i] = static_cast<KIV_UNICHAR>(ascii[i]);
+  for (size_t i = 0; i < kSize; ++i) text.units[i] = static_cast<unsigned char>(ascii[i]);
   return text;
 }
 

@@ -42,7 +42,7 @@ bool last_error_text(char *buffer, size_t capacity);
 class LastErrorText {
  public:
   LastErrorText();
-  ~LastErrorText();
+  ~LastErrorText() { release(); }
   LastErrorText(const LastErrorText &) = delete;
   LastErrorText &operator=(const LastErrorText &) = delete;
 
@@ -50,6 +50,8 @@ class LastErrorText {
   const char *utf8() const { return utf8_; }
 
  private:
+  void release();
+
   uint16_t *utf16_ = nullptr;
   const char *utf8_ = nullptr;
   char buffer_[128];

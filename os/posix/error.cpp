@@ -18,7 +18,7 @@ bool last_error_text(char *buffer, size_t capacity) {
 
 LastErrorText::LastErrorText() : utf8_(strerror_r(errno, buffer_, sizeof buffer_)) {}
 
-LastErrorText::~LastErrorText() = default;
+void LastErrorText::release() {}
 
 const char *last_error_lasting_text() {
   // Neither translated nor printed into anything: a constant.

@@ -26,7 +26,7 @@ LastErrorText::LastErrorText() {
   if (length != 0) utf16_ = reinterpret_cast<uint16_t *>(text);
 }
 
-LastErrorText::~LastErrorText() { LocalFree(utf16_); }
+void LastErrorText::release() { LocalFree(utf16_); }
 
 const char *last_error_lasting_text() {
   char *text = nullptr;
