@@ -129,7 +129,7 @@ KIV_API void kiv_i18n_prn_exit(KIV_I18N *handle);
  *
  * The cost of a known message is that of its length, however many there are, and no lock is taken. A new one costs a
  * copy of the message and the text, 4 bytes for each byte, from the handle's allocator; the table grows to
- * 2 * capacity + 10 pairs. The index is on the C runtime's heap, at most 96 bytes a message. */
+ * 2 * capacity + 10 pairs. The index is on the C runtime's heap, some 130 bytes a message at most. */
 KIV_API KIV_STRING kiv_i18n_get(KIV_I18N *handle, const char *message);
 
 /** The English text: the same text, there is no other language. */
@@ -163,8 +163,8 @@ KIV_API KIV_STRING kiv_i18n_prnd8_en(KIV_I18N *handle, const char *message, cons
 
 /** Writes the text, terminated, to a buffer with room for capacity code points; *count, unless count is null, receives
  * its length without the terminator. 0 for success. 1 on failure: the buffer then has as much of the text as it had
- * room for, terminated, and *count its length; none of it when the message itself fails. Nothing is written to a buffer
- * of no capacity. Nothing is allocated. The handle is not used and may be null. */
+ * room for, terminated, and *count its length; none of it when the message itself fails. Nothing is written to a null
+ * buffer or one of no capacity. Nothing is allocated. The handle is not used and may be null. */
 KIV_API int kiv_i18n_prn2(KIV_I18N *handle, KIV_STRING buffer, uint32_t capacity, uint32_t *count, const char *message,
                           const void *a0, const void *a1);
 

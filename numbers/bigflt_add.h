@@ -83,7 +83,7 @@ inline UInt192 add_192(UInt192 a, const UInt192 &b, uint64_t carry) {
       exponent -= 64;
     } while (sum.high == 0);
   }
-  const int shift = std::countl_zero(sum.high);
+  const int shift = std::countl_zero(sum.high) & 63;  // the word is not 0
   const uint64_t high = sum.high << shift | sum.middle >> 1 >> (63 - shift);
   const uint64_t low = sum.middle << shift | sum.low >> 1 >> (63 - shift);
   return finish(negative, exponent - shift, make_uint128(high, low), sum.low << shift);

@@ -50,7 +50,7 @@ constexpr Extended zero(bool negative = false) { return {0, kZeroExponent, negat
 constexpr Extended from_int32(int32_t value) {
   if (value == 0) return zero();
   const uint32_t magnitude = value < 0 ? 0 - static_cast<uint32_t>(value) : static_cast<uint32_t>(value);
-  const int shift = std::countl_zero(magnitude);
+  const int shift = std::countl_zero(magnitude) & 31;  // it is not 0
   return {make_uint128(uint64_t{magnitude} << (32 + shift), 0), 31 - shift, value < 0};
 }
 

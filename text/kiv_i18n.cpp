@@ -125,7 +125,7 @@ class Plan {
 };
 
 bool write_to_buffer(const auto &plan, const void *const *words, KIV_I18N_OUTPUT *result) {
-  if (result->capacity == 0) return false;
+  if (result->buffer == nullptr || result->capacity == 0) return false;
   Output output(result->buffer, result->capacity);
   const bool success = plan.write(&output, words);
   output.terminate();
@@ -152,7 +152,7 @@ bool format(const Unit *message, uint32_t count, const void *const *words, KIV_I
   if (output->allocator != nullptr) {
     output->buffer = nullptr;
     output->capacity = 0;
-  } else if (output->capacity != 0) {
+  } else if (output->buffer != nullptr && output->capacity != 0) {
     output->buffer[0] = 0;
   }
   *needed = -1;
@@ -175,7 +175,7 @@ KIV_STRING format_new(KIV_ALLOCATOR *allocator, const char *message, const void 
 template <uint32_t kCount>
 int format_into(KIV_STRING buffer, uint32_t capacity, uint32_t *count, const char *message,
                 const void *const (&words)[kCount]) {
-  KIV_I18N_OUTPUT output = {nullptr, buffer, buffer != nullptr ? capacity : 0, 0};
+  KIV_I18N_OUTPUT output = {nullptr, buffer, capacity, 0};
   int32_t needed = 0;
   const bool success = format(message, kCount, words, &output, &needed);
   if (count != nullptr) *count = output.count;

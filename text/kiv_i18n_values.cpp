@@ -29,15 +29,18 @@ bool append_string(Output *output, const Placeholder &p, const Unit *string) {
 }
 
 /// Appends the sign, zeros up to the precision, and the digits.
-bool append_digits(Output *output, const Placeholder &p, const Digits &digits) {
-  const size_t zeros = p.precision > digits.length() ? p.precision - digits.length() : 0;
-  const size_t length = digits.length() + zeros + (digits.negative() ? 1 : 0);
+bool append_digits(Output *output, const Placeholder &p, Digits *digits) {
+  if (p.precision <= digits->length()) {
+    digits->write_sign();
+    return append_field(output, p, digits->text(), digits->length());
+  }
+  const size_t length = p.precision + (digits->negative() ? 1 : 0);
   const size_t blanks = p.width > length ? p.width - length : 0;
-  return (p.left || blanks == 0 || output->fill(' ', blanks)) &&  //
-         (!digits.negative() || output->append('-')) &&           //
-         (zeros == 0 || output->fill('0', zeros)) &&              //
-         output->append(digits.text(), digits.length()) &&        //
-         (!p.left || blanks == 0 || output->fill(' ', blanks));
+  return (p.left || output->fill(' ', blanks)) &&              //
+         (!digits->negative() || output->append('-')) &&       //
+         output->fill('0', p.precision - digits->length()) &&  //
+         output->append(digits->text(), digits->length()) &&   //
+         (!p.left || output->fill(' ', blanks));
 }
 
 bool append_integer(Output *output, const Placeholder &p, const void *word) {
@@ -47,7 +50,7 @@ bool append_integer(Output *output, const Placeholder &p, const void *word) {
   } else {
     write_integer(&digits, p, read_integer(p.code, word));
   }
-  return append_digits(output, p, digits);
+  return append_digits(output, p, &digits);
 }
 
 /// Truth values and characters, which a letter or "x" makes integers.

@@ -49,7 +49,7 @@ class ShortDouble {
     // The power of ten of the first digit, before rounding.
     int first = 0;
     if (integer_ != 0) {
-      while (first < 16 && integer_ >= kPowersOfTen[first + 1]) ++first;
+      while (first < 16 && integer_ >= power_of_ten(first + 1)) ++first;
     } else if (fraction_ != 0) {
       do --first;
       while (first > -4 && scaled(static_cast<uint32_t>(-first)) >> shift_ == UInt128(0));
@@ -60,7 +60,7 @@ class ShortDouble {
     const auto count = static_cast<uint32_t>(behind_point);
     const Parts parts = round_to(count);
     // Rounded up to a digit more than the fixed form has.
-    if (first + 1 == static_cast<int>(digits) && parts.integer >= kPowersOfTen[first + 1]) return 0;
+    if (first + 1 == static_cast<int>(digits) && parts.integer >= power_of_ten(first + 1)) return 0;
     size_t length = write(parts, count, out);
     if (count == 0) return length;
     while (out[length - 1] == '0') --length;
@@ -85,6 +85,8 @@ class ShortDouble {
     }
     return table;
   }();
+
+  static constexpr uint64_t power_of_ten(int exponent) { return kPowersOfTen[static_cast<size_t>(exponent)]; }
 
   UInt128 scaled(uint32_t digits) const { return multiply_64(fraction_, kPowersOfTen[digits]); }
 

@@ -120,9 +120,10 @@ class MessageIndex {
   static_assert(sizeof(Table) % alignof(Slot) == 0);
 
   static constexpr uint32_t kFirstSlots = 16;
+  static constexpr uint32_t kMostSlots = 1u << 28;  // whose size a 32-bit target can say
 
   static Table *make_table(uint32_t slots) {
-    if (slots == 0 || slots > (SIZE_MAX - sizeof(Table)) / sizeof(Slot)) return nullptr;
+    if (slots > kMostSlots) return nullptr;
     void *block = os::heap_alloc(sizeof(Table) + slots * sizeof(Slot));
     if (block == nullptr) return nullptr;
     auto *table = new (block) Table;

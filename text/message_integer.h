@@ -44,12 +44,17 @@ inline uint64_t read_integer(TypeCode code, const void *word) {
   }
 }
 
-/// An integer's digits, right-aligned, behind a sign.
+/// An integer's digits, right-aligned.
 class Digits {
  public:
   const char *text() const { return first_; }
   size_t length() const { return static_cast<size_t>(text_ + sizeof text_ - first_); }
   bool negative() const { return negative_; }
+
+  /// After the digits.
+  void write_sign() {
+    if (negative_) *--first_ = '-';
+  }
 
   void write_decimal(uint64_t value, bool negative) {
     negative_ = negative;
@@ -98,7 +103,7 @@ class Digits {
         "0001020304050607080910111213141516171819202122232425262728293031323334353637383940414243444546474849"
         "5051525354555657585960616263646566676869707172737475767778798081828384858687888990919293949596979899";
     first_ -= 2;
-    std::memcpy(first_, kPairs + 2 * pair, 2);
+    std::memcpy(first_, kPairs + size_t{2} * pair, 2);
   }
 
   void take(const char *text) {

@@ -36,7 +36,6 @@ struct Placeholder {
   uint32_t precision;
   TypeCode code;
   char letter;  ///< of "defgu"; 'g' without one
-  bool has_letter;
   bool hexadecimal;
   bool left;
 };
@@ -72,12 +71,14 @@ enum class Kind : uint8_t { end, malformed, text, character, placeholder, plural
 
 template <class Unit>
 struct Item {
+  struct Run {
+    const Unit *units;
+    size_t length;
+  };
+
   Kind kind;
   union {
-    struct {
-      const Unit *units;
-      size_t length;
-    } text;
+    Run text;
     KIV_UNICHAR character;
     Placeholder placeholder;
     const PluralWord *plural;  ///< Its arguments are the items behind it: a placeholder, then placeholders and texts.
@@ -97,13 +98,11 @@ class Parser {
   /// Reads on and gives the number of items: one, or a plural word and its arguments. After an end or a malformed item
   /// there is no next step.
   size_t next(Item<Unit> *items) {
-    if (next_text(items)) return 1;
-    if (is_digit(at_[1])) {
-      ++at_;
-      items->kind = parse_placeholder(&items->placeholder) ? Kind::placeholder : Kind::malformed;
+    if (*at_ == '[' && is_digit(at_[1])) {
+      parse_placeholder(at_ + 1, items);
       return 1;
     }
-    return parse_plural(items);
+    return next_text(items) ? 1 : parse_plural(items);
   }
 
   /// The same for a text without arguments: false, with nothing read, at a "[" that begins no escape and no end mark.
@@ -146,17 +145,17 @@ class Parser {
     return true;
   }
 
-  bool skip(char c) {
-    if (*at_ != static_cast<Unit>(c)) return false;
-    ++at_;
-    return true;
+  static bool skip(const Unit *&at, char c) {
+    const bool is_there = *at == static_cast<Unit>(c);
+    at += is_there ? 1 : 0;
+    return is_there;
   }
 
   /// A decimal number, UINT32_MAX when it is greater. REQUIRES: a digit.
-  uint32_t number() {
-    uint64_t value = 0;
-    for (; is_digit(*at_); ++at_) {
-      value = value * 10 + static_cast<uint32_t>(*at_ - '0');
+  static uint32_t number(const Unit *&at) {
+    uint64_t value = static_cast<uint32_t>(*at++ - '0');
+    for (; is_digit(*at); ++at) {
+      value = value * 10 + static_cast<uint32_t>(*at - '0');
       if (value > UINT32_MAX) value = UINT32_MAX;
     }
     return static_cast<uint32_t>(value);
@@ -179,63 +178,74 @@ class Parser {
     return true;
   }
 
-  /// At the first digit.
-  bool parse_placeholder(Placeholder *p) {
-    p->argument = number();
-    if (!skip('_') || !parse_type(&p->code)) return false;
-    p->hexadecimal = skip('x');
-    const Unit letter = *at_;
-    p->has_letter = letter == 'd' || letter == 'e' || letter == 'f' || letter == 'g' || letter == 'u';
-    p->letter = p->has_letter ? static_cast<char>(letter) : 'g';
-    if (p->has_letter) ++at_;
-    p->left = skip('-');
-    p->width = is_digit(*at_) ? number() : 0;
-    p->precision = 0;
-    if (skip('.')) {
-      if (!is_digit(*at_)) return false;
-      p->precision = number();
-    }
-    return skip(']') && p->width <= KIV_I18N_MOST_WIDTH && p->precision <= KIV_I18N_MOST_WIDTH;
+  /// At the first digit. False when the placeholder is malformed. The position is a local variable here: most of a
+  /// message's time goes by in this.
+  bool parse_placeholder(const Unit *at, Item<Unit> *item) {
+    Placeholder *p = &item->placeholder;
+    item->kind = Kind::malformed;
+    p->argument = number(at);
+    if (!skip(at, '_') || !parse_type(at, &p->code)) return false;
+    p->width = p->precision = 0;
+    p->letter = 'g';
+    p->hexadecimal = p->left = false;
+    if (*at != ']' && !parse_format(at, p)) return false;
+    if (!skip(at, ']')) return false;
+    at_ = at;
+    item->kind = Kind::placeholder;
+    return true;
   }
 
-  bool parse_type(TypeCode *code) {
-    const Unit type = *at_;
-    if (!is_letter(type)) return false;
-    ++at_;
-    if (type == 's' || type == 'u') {
-      if (is_digit(*at_)) {
-        const unsigned flags = (type == 'u' ? kUnsigned : 0u) | (sizeof(Unit) == 1 ? kPromoted : 0u);
-        *code = static_cast<TypeCode>(4 * parse_width() | flags);
-        return true;
-      }
-      *code = kByteString;
-      return type == 's';
+  static bool parse_format(const Unit *&at, Placeholder *p) {
+    p->hexadecimal = skip(at, 'x');
+    const Unit letter = *at;
+    if (letter == 'd' || letter == 'e' || letter == 'f' || letter == 'g' || letter == 'u') {
+      p->letter = static_cast<char>(letter);
+      ++at;
     }
-    *code = type == 'b'   ? kTruth
+    p->left = skip(at, '-');
+    if (is_digit(*at)) p->width = number(at);
+    if (skip(at, '.')) {
+      if (!is_digit(*at)) return false;
+      p->precision = number(at);
+    }
+    return p->width <= KIV_I18N_MOST_WIDTH && p->precision <= KIV_I18N_MOST_WIDTH;
+  }
+
+  static bool parse_type(const Unit *&at, TypeCode *code) {
+    const Unit type = *at;
+    if (!is_letter(type)) return false;
+    ++at;
+    if ((type == 's' || type == 'u') && is_digit(*at)) {
+      const unsigned flags = (type == 'u' ? kUnsigned : 0u) | (sizeof(Unit) == 1 ? kPromoted : 0u);
+      *code = static_cast<TypeCode>(4 * parse_width(at) | flags);
+      return true;
+    }
+    *code = type == 's'   ? kByteString
+            : type == 'S' ? kString
+            : type == 'd' ? kDouble
+            : type == 'b' ? kTruth
             : type == 'c' ? kByteCharacter
             : type == 'C' ? kCodePoint
-            : type == 'd' ? kDouble
-            : type == 'S' ? kString
                           : kBigflt;
-    return true;
+    return type != 'u';
   }
 
   /// A known width is as long as it is: digits behind it begin the format. Others have all digits, and the first of
   /// them decides. REQUIRES: a digit.
-  unsigned parse_width() {
-    const Unit first = *at_++;
+  static unsigned parse_width(const Unit *&at) {
+    const Unit first = *at++;
     unsigned width = first == '8' ? 0 : first == '1' ? 4 : first == '3' ? 2 : 3;
-    if (first == '1' && *at_ == '6') {
+    if (first == '1' && *at == '6') {
       width = 1;
-      ++at_;
-    } else if ((first == '3' && *at_ == '2') || (first == '6' && *at_ == '4')) {
-      ++at_;
-    } else if (first == '1' && *at_ == '2' && at_[1] == '8') {
-      at_ += 2;
+      ++at;
+    } else if ((first == '3' && *at == '2') || (first == '6' && *at == '4')) {
+      ++at;
+    } else if (first == '1' && *at == '2' && at[1] == '8') {
+      at += 2;
     } else if (first != '8') {
-      while (is_digit(*at_)) ++at_;
+      while (is_digit(*at)) ++at;
     }
-    (void)skip('m');
+    (void)skip(at, 'm');
     return width;
   }
 
@@ -245,12 +255,12 @@ class Parser {
     const Unit *name = ++at_;
     while (is_letter(*at_) || *at_ == '_') ++at_;
     const PluralWord *word = find_plural_word(name, static_cast<size_t>(at_ - name));
-    if (word == nullptr || !skip('(')) return 1;
+    if (word == nullptr || !skip(at_, '(')) return 1;
     for (unsigned i = 1; i <= word->arguments; ++i) {
-      if ((i > 1 && !skip(',')) || !parse_argument(&items[i])) return 1;
+      if ((i > 1 && !skip(at_, ',')) || !parse_argument(&items[i])) return 1;
     }
     const bool of_number = items[1].kind == Kind::placeholder && is_number(items[1].placeholder.code);
-    if (!of_number || !skip(')') || !skip(']')) return 1;
+    if (!of_number || !skip(at_, ')') || !skip(at_, ']')) return 1;
     items->kind = Kind::plural;
     items->plural = word;
     return size_t{1} + word->arguments;
@@ -258,10 +268,7 @@ class Parser {
 
   bool parse_argument(Item<Unit> *item) {
     while (is_blank(*at_)) ++at_;
-    if (*at_ == '[') {
-      item->kind = Kind::placeholder;
-      return is_digit(*++at_) && parse_placeholder(&item->placeholder);
-    }
+    if (*at_ == '[') return is_digit(at_[1]) && parse_placeholder(at_ + 1, item);
     const Unit quote = *at_;
     if (quote == 0) return false;
     const Unit *start = ++at_;
