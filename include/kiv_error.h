@@ -17,11 +17,11 @@
  * takes it like any other record: adding to it and copying it give it back as it is, deleting it does nothing. Nothing
  * but its address tells it from others, and callers have no need to tell. It is never written to.
  *
- * Ownership: a caller keeps what it passes, but for records. A function that takes a record to add to it has consumed
- * it: go on with the result, which is the same record with one entry more, or the static record. What is behind that
- * name is deleted then, with one exception: when the array of entries cannot grow, only the record itself is freed; the
- * older entries stay allocated, out of reach. A program that has run out of memory and wants it back keeps its records
- * in an allocator of their own (kiv_allocator_wrap_new) and empties that.
+ * Ownership: a caller keeps what it passes, but for records. A function that adds to a record has consumed it: go on
+ * with the result, which is the same record with one entry more, or the static record. In the latter case the given one
+ * has been deleted, with one exception: when the array of entries cannot grow, only the record itself is freed, its
+ * array and older entries stay allocated, out of reach. A program that means to go on after a shortage of memory keeps
+ * its records in an allocator of their own (kiv_allocator_wrap_new) and empties that.
  *
  * Arguments: the context is never null. Null byte strings and null KIV_STRINGs are empty ones; a null message is a
  * message that fails. Byte strings are zero-extended. Messages have the syntax of kiv_i18n.h. One that fails (a bad
@@ -132,11 +132,10 @@ KIV_API KIV_ERROR *kiv_error_create_or_prepend(const KIV_ERROR_CONTEXT *context,
 /** A copy that shares nothing with the record. Null for a null record and for one without entries; the static record
  * for itself.
  *
- * Without memory the result is the static record. Mind what is left then: when the copy's record or array could not be
- * made, the given record is untouched; when a string could not, the given record has been deleted, and the unfinished
- * copy stays allocated, out of reach. A caller who needs to know which has to look at the allocator; one who does not
- * copies records only to hand on the copy in place of a record that lives elsewhere, in an allocator emptied as a
- * whole. */
+ * Without memory the result is the static record, and what is left depends on when that was. When the copy's record or
+ * array could not be made, the given record is as it was. When a string could not, the given record has been deleted,
+ * and the unfinished copy stays allocated, out of reach. The result does not tell these apart: do not touch the given
+ * record afterwards, and let an allocator that is emptied as a whole take back what is left. */
 KIV_API KIV_ERROR *kiv_error_deep_copy(const KIV_ERROR_CONTEXT *context, KIV_ERROR *record);
 
 /** Frees a record with its strings. Null and the static record are ignored. */
