@@ -11,6 +11,7 @@
 #include "kiv_bigflt_dump.h"
 #include "kiv_bigflt_text.h"
 #include "kiv_bitops.h"
+#include "kiv_debug_heap.h"
 #include "kiv_leb128.h"
 #include "kiv_mutex.h"
 #include "kiv_semaphore.h"
