@@ -32,8 +32,8 @@ using kiv::ReadableMemory;
 constexpr int kNewByte = 0xAA;
 constexpr uint32_t kLargestSize = UINT32_MAX - kOverhead;
 constexpr char kNotADebugHeap[] = "sorry, not a debug heap allocator\n";
-constexpr char kForFree[] = "free-ing block %p not allocated or already free-ed before\n";
-constexpr char kForRealloc[] = "realloc-ing block %p not allocated before\n";
+constexpr char kForFree[] = "free-ing block %s not allocated or already free-ed before\n";
+constexpr char kForRealloc[] = "realloc-ing block %s not allocated before\n";
 
 uint8_t *start_of(void *user) { return reinterpret_cast<uint8_t *>(reinterpret_cast<uintptr_t>(user) - kHeaderSize); }
 void *user_of(uint8_t *start) { return start + kHeaderSize; }
@@ -111,7 +111,7 @@ void enroll(KIV_ALLOCATOR *allocator, void *block) {
 /// Whether the block was registered. The complaint is a format for its address.
 bool strike_off(KIV_ALLOCATOR *allocator, void *block, const char *complaint) {
   char message[100];
-  std::snprintf(message, sizeof message, complaint, block);
+  std::snprintf(message, sizeof message, complaint, os::address_text(block).text);
   if (!record_is_readable(allocator, kUnregisterRecord)) return false;
   if (kiv_avl_detach(registry_of(allocator), block) != nullptr) return true;
   std::fputs("\n***********************************************************\n", stderr);
@@ -189,7 +189,7 @@ void debug_free(KIV_ALLOCATOR *allocator, void *user) {
 
 int print_registered(void *block, void *separator) {
   auto *before = static_cast<const char **>(separator);
-  std::fprintf(stderr, "%s%p", *before, block);
+  std::fprintf(stderr, "%s%s", *before, os::address_text(block).text);
   *before = ", ";
   return 1;
 }

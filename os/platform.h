@@ -36,6 +36,12 @@ MemoryRange readable_range(const void *address);
 /// The bytes that the C runtime has given for a live block of its heap: at least as many as were asked for.
 size_t heap_block_size(void *block);
 
+/// An address as the C runtime prints "%p".
+struct AddressText {
+  char text[24];
+};
+AddressText address_text(const void *address);
+
 // --- Time (clock.cpp) ------------------------------------------------------------------------------------------------
 
 /// 0 yields the processor; all ones sleeps forever.

@@ -1,4 +1,5 @@
 #include <cerrno>
+#include <cstdio>
 
 #include <malloc.h>
 #include <signal.h>
@@ -25,5 +26,11 @@ MemoryRange readable_range(const void *address) {
 }
 
 size_t heap_block_size(void *block) { return malloc_usable_size(block); }
+
+AddressText address_text(const void *address) {
+  AddressText result{};
+  std::snprintf(result.text, sizeof result.text, "%p", address);
+  return result;
+}
 
 }  // namespace kiv::os

@@ -1,4 +1,5 @@
 #include <malloc.h>
+#include <stdio.h>
 
 #include "os/platform.h"
 #include "os/win32/windows_api.h"
@@ -20,5 +21,12 @@ MemoryRange readable_range(const void *address) {
 }
 
 size_t heap_block_size(void *block) { return _msize(block); }
+
+AddressText address_text(const void *address) {
+  AddressText result{};
+  // The compiler's own library has the name without the underscore, and prints addresses in small letters.
+  (void)_snprintf(result.text, sizeof result.text - 1, "%p", address);
+  return result;
+}
 
 }  // namespace kiv::os
