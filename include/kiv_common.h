@@ -11,6 +11,8 @@
 #include "kiv_bigflt_dump.h"
 #include "kiv_bigflt_text.h"
 #include "kiv_bitops.h"
+#include "kiv_error.h"
+#include "kiv_hash.h"
 #include "kiv_i18n.h"
 #include "kiv_leb128.h"
 #include "kiv_message.h"
@@ -27,5 +29,6 @@
 #include "kiv_thread.h"
 #include "kiv_u128.h"
 #include "kiv_uni.h"
+#include "kiv_vsnprintf.h"
 
 #endif

@@ -6,6 +6,7 @@
 #ifndef KIV_OS_PLATFORM_H
 #define KIV_OS_PLATFORM_H
 
+#include <cstdarg>
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
@@ -35,6 +36,34 @@ void sleep_milliseconds(uint32_t milliseconds);
 
 /// Copies the system's message for this thread's last failed call, cut to the buffer. False when there is none.
 bool last_error_text(char *buffer, size_t capacity);
+
+/// The system's message for this thread's last failed call, as the system has it: in UTF-16, in UTF-8 or not at all,
+/// and then both are null. It may end in a line end.
+class LastErrorText {
+ public:
+  LastErrorText();
+  ~LastErrorText() { release(); }
+  LastErrorText(const LastErrorText &) = delete;
+  LastErrorText &operator=(const LastErrorText &) = delete;
+
+  const uint16_t *utf16() const { return utf16_; }
+  const char *utf8() const { return utf8_; }
+
+ private:
+  void release();
+
+  uint16_t *utf16_ = nullptr;
+  const char *utf8_ = nullptr;
+  char buffer_[128];
+};
+
+/// The same in the system's 8-bit characters, "" when there is none. It is never freed.
+const char *last_error_lasting_text();
+
+// --- Formatted printing (format.cpp) ---------------------------------------------------------------------------------
+
+/// kiv_do_vsnprintf(). REQUIRES: a null buffer has the size 0.
+int format_bounded(char *buffer, size_t size, const char *format, va_list arguments);
 
 // --- Mutexes and semaphores (lock.cpp) -------------------------------------------------------------------------------
 

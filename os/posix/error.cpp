@@ -16,4 +16,14 @@ bool last_error_text(char *buffer, size_t capacity) {
   return true;
 }
 
+LastErrorText::LastErrorText() : utf8_(strerror_r(errno, buffer_, sizeof buffer_)) {}
+
+void LastErrorText::release() {}
+
+const char *last_error_lasting_text() {
+  // Neither translated nor printed into anything: a constant.
+  const char *text = strerrordesc_np(errno);
+  return text != nullptr ? text : "";
+}
+
 }  // namespace kiv::os

@@ -28,6 +28,14 @@ size_t CountingAllocator::size_of(const void *block) const {
   return found != blocks_.end() ? found->second.size : 0;
 }
 
+std::vector<void *> CountingAllocator::blocks() const {
+  std::map<uint32_t, void *> by_age;
+  for (const auto &[block, about] : blocks_) by_age[about.name] = const_cast<void *>(block);
+  std::vector<void *> result;
+  for (const auto &[age, block] : by_age) result.push_back(block);
+  return result;
+}
+
 uint32_t CountingAllocator::name_of(const void *block) const {
   const auto found = names_.find(block);
   return found != names_.end() ? found->second : 0;

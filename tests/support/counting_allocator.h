@@ -33,6 +33,8 @@ class CountingAllocator {
   bool has_failed() const { return failures_ > 0; }
 
   size_t live_blocks() const { return blocks_.size(); }
+  /// The live blocks, oldest first: where a leak is what is promised, a test looks at it and frees it.
+  std::vector<void *> blocks() const;
   /// Bytes asked for in a live block.
   size_t size_of(const void *block) const;
 
