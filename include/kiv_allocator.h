@@ -58,6 +58,15 @@ typedef union KIV_ALLOCATOR_STATE {
     uintptr_t initial_size;  /**< usable bytes */
     uintptr_t caller_owned;
   } fast;
+  struct {
+    kiv_mutex mutex;
+    uintptr_t locked;
+    uintptr_t unused_3;
+    struct KIV_AVL_TREE *blocks; /**< the start addresses of the live blocks, in their order */
+    uintptr_t magic;             /**< KIV_DEBUG_HEAP_MAGIC */
+    uintptr_t unused_6, unused_7, unused_8, unused_9, unused_10, unused_11;
+    uintptr_t caller_owned;
+  } debug_heap; /**< see kiv_debug_heap.h */
 } KIV_ALLOCATOR_STATE;
 
 struct KIV_ALLOCATOR {

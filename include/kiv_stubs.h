@@ -13,7 +13,8 @@ KIV_API int kiv_common_built_with_debug(void);
 KIV_API int kiv_templockfile(void);
 KIV_API int kiv_dev_profiling_mc_get_address(void);
 KIV_API int kiv_dev_profiling_mc_get_results(void);
-/** The assertion hook: 0 means that an internal check which failed reports and carries on. */
+/** The assertion hook: 0 means that an internal check which failed reports and carries on. Programs put another one in
+ * its place with kiv_debug_heap_set_hook. */
 KIV_API int kiv_assert_box_win32(int line, const char *file, const char *message);
 
 /** Always 1; one function with the kiv_mutex_assert_* pair. */

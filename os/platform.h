@@ -22,6 +22,27 @@ void *heap_calloc(size_t count, size_t size);
 void *heap_realloc(void *block, size_t size);
 void heap_free(void *block);
 
+// --- Memory (memory.cpp) ---------------------------------------------------------------------------------------------
+
+/// Addresses from begin to before end.
+struct MemoryRange {
+  uintptr_t begin;
+  uintptr_t end;
+};
+
+/// A range of whole pages that holds address and can be read; empty when address cannot. Does not touch the memory: no
+/// fault, no signal. Other threads may change the answer at any time. Costs a system call.
+MemoryRange readable_range(const void *address);
+
+/// The bytes that the C runtime has given for a live block of its heap: at least as many as were asked for.
+size_t heap_block_size(void *block);
+
+/// An address as the C runtime prints "%p".
+struct AddressText {
+  char text[24];
+};
+AddressText address_text(const void *address);
+
 // --- Time (clock.cpp) ------------------------------------------------------------------------------------------------
 
 /// 0 yields the processor; all ones sleeps forever.

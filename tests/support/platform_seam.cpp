@@ -2,6 +2,7 @@
 
 #include <csetjmp>
 #include <cstdlib>
+#include <utility>
 
 #include "os/platform.h"
 
@@ -40,6 +41,7 @@ using test::platform;
 
 void *heap_alloc(size_t size) {
   platform.log.push_back("malloc " + std::to_string(size));
+  if (platform.next != nullptr) return std::exchange(platform.next, nullptr);
   return test::refuses() ? nullptr : test::counted(std::malloc(size));
 }
 
@@ -57,10 +59,14 @@ void *heap_realloc(void *block, size_t size) {
 
 void heap_free(void *block) {
   if (block != nullptr) --platform.live;
+  if (platform.keeps_freed) return platform.kept.push_back(block);
   std::free(block);
 }
 
-void sleep_milliseconds(uint32_t milliseconds) { platform.log.push_back("sleep " + std::to_string(milliseconds)); }
+void sleep_milliseconds(uint32_t milliseconds) {
+  platform.log.push_back("sleep " + std::to_string(milliseconds));
+  if (platform.on_sleep) platform.on_sleep();
+}
 
 void crash() {
   platform.log.push_back("crash");

@@ -17,6 +17,13 @@ struct PlatformSeam {
   uint32_t failures = 0;
   /// Blocks that are alive.
   size_t live = 0;
+  /// What the next malloc gives in place of a new block.
+  void *next = nullptr;
+  /// Freed blocks are kept as they are, for a look at them; the test frees them.
+  bool keeps_freed = false;
+  std::vector<void *> kept;
+  /// Called for a sleep, behind its entry in the log.
+  std::function<void()> on_sleep;
   /// Calls since the last reset: "malloc 8", "calloc 2 4", "realloc null 8", "realloc block 8", "sleep 1000", "crash".
   std::vector<std::string> log;
 };

@@ -1,0 +1,292 @@
+// What the debug heap detects, linked as its users link it.
+
+#include "kiv_debug_heap.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <thread>
+
+#ifdef _WIN32
+#include <io.h>
+#else
+#include <unistd.h>
+#endif
+
+#include "tests/foundation/debug_heap_reports.h"
+#include "tests/support/counting_allocator.h"
+#include "tests/support/guarded_page.h"
+#include "tests/support/process.h"
+#include "tests/support/random.h"
+
+namespace {
+
+using kiv::test::below;
+using kiv::test::DebugHeapTest;
+using kiv::test::GuardedPage;
+using kiv::test::Lines;
+
+constexpr uint32_t kLargest = 4096;
+
+uint32_t word_at(const void *place) {
+  uint32_t word;
+  std::memcpy(&word, place, sizeof word);
+  return word;
+}
+
+void set_word_at(void *place, uint32_t word) { std::memcpy(place, &word, sizeof word); }
+
+/// A debug heap in its caller's storage.
+struct Heap {
+  KIV_ALLOCATOR record;
+  explicit Heap(uint32_t locked = 0) { EXPECT_EQ(kiv_debug_heap_new(&record, locked), &record); }
+  ~Heap() { kiv_debug_heap_destroy_allocator(&record); }
+  uint8_t *alloc(uint32_t size) { return static_cast<uint8_t *>(record.alloc(&record, size)); }
+  uint8_t *realloc(void *block, uint32_t size) { return static_cast<uint8_t *>(record.realloc(&record, block, size)); }
+  void free(void *block) { record.free(&record, block); }
+};
+
+TEST_F(DebugHeapTest, RecordAndBlocksHaveTheirLayout) {
+  Heap heap(1);
+  const uintptr_t *words = heap.record.state.words;
+  EXPECT_NE(words[0], 0u);
+  EXPECT_EQ(words[1], 1u);
+  EXPECT_NE(words[3], 0u);
+  EXPECT_EQ(words[4], 0xACEDDEAFu);
+  EXPECT_EQ(words[11], 1u);
+  uint8_t *block = heap.alloc(5);
+  const uint8_t expected[] = {0xAA, 0xAA, 0xAA, 0xAA, 25,   0,    0,    0,    0xCA, 0xCA, 0xAC, 0xAC, 0xCD,
+                              0xCD, 0xCD, 0xCD, 0xAA, 0xAA, 0xAA, 0xAA, 0xAA, 0xCD, 0xCD, 0xCD, 0xCD};
+  EXPECT_EQ(std::memcmp(block - 16, expected, sizeof expected), 0);
+  block = heap.realloc(block, 0);
+  EXPECT_EQ(word_at(block - 12), 20u);
+  EXPECT_EQ(word_at(block), 0xCDCDCDCDu);
+  heap.free(block);
+  heap.free(nullptr);
+  auto *zeros = static_cast<uint8_t *>(heap.record.calloc_nofail(&heap.record, 3, 7));
+  EXPECT_TRUE(std::all_of(zeros, zeros + 21, [](uint8_t byte) { return byte == 0; }));
+  EXPECT_EQ(word_at(zeros + 21), 0xCDCDCDCDu);
+  heap.free(zeros);
+  EXPECT_EQ(heap.record.alloc, heap.record.alloc_nofail);
+  EXPECT_EQ(heap.record.calloc, heap.record.calloc_nofail);
+  EXPECT_EQ(heap.record.realloc, heap.record.realloc_nofail);
+}
+
+/// Seeded defects in a block of every size, each with what the next operations report.
+TEST_F(DebugHeapTest, FindsWritesOutOfBounds) {
+  const struct {
+    const char *name;
+    std::function<void(uint8_t *block, uint32_t size)> seed;
+    Lines reports;
+  } defects[] = {
+      {"none", [](uint8_t *, uint32_t) {}, {}},
+      {"filler", [](uint8_t *block, uint32_t) { set_word_at(block - 16, 0); }, {}},
+      {"one byte after", [](uint8_t *block, uint32_t size) { block[size] = 0; }, {207}},
+      {"two bytes after", [](uint8_t *block, uint32_t size) { block[size] = 1, block[size + 3] = 2; }, {207, 207}},
+      {"four bytes after", [](uint8_t *block, uint32_t size) { set_word_at(block + size, 0); }, {207, 207, 207, 207}},
+      {"one byte before", [](uint8_t *block, uint32_t) { block[-1] = 0; }, {219}},
+      {"five bytes before", [](uint8_t *block, uint32_t) { std::memset(block - 5, 0, 5); }, {201, 219, 219, 219, 219}},
+      {"both sides", [](uint8_t *block, uint32_t size) { block[-2] = block[size + 1] = 0xCC; }, {207, 219}},
+      {"no size", [](uint8_t *block, uint32_t) { set_word_at(block - 12, 0); }, {207, 207, 207, 207}},
+      {"small size", [](uint8_t *block, uint32_t) { set_word_at(block - 12, 16); }, {207, 207, 207, 207}},
+      {"huge size", [](uint8_t *block, uint32_t) { set_word_at(block - 12, 0xFFFFFFF0); }, {213}},
+      {"ten bytes before",
+       [](uint8_t *block, uint32_t) { std::memset(block - 10, 0xFF, 10); },
+       {201, 213, 219, 219, 219, 219}},
+  };
+  for (const auto &defect : defects) {
+    SCOPED_TRACE(defect.name);
+    for (uint32_t size = 0; size <= kLargest; ++size) {
+      Heap heap;
+      uint8_t *block = heap.alloc(size);
+      uint8_t *good = heap.alloc(8);
+      defect.seed(block, size);
+      good = heap.realloc(good, 9);
+      ASSERT_EQ(reports(), defect.reports) << "realloc of another block, size " << size;
+      switch (size % 3) {
+        case 0:
+          heap.free(block);
+          break;
+        case 1:
+          heap.free(heap.realloc(block, size + 1));
+          break;
+        default:  // destroy
+          kiv_debug_heap_destroy_allocator(&heap.record);
+          Lines at_destroy{765};
+          at_destroy.insert(at_destroy.end(), defect.reports.begin(), defect.reports.end());
+          ASSERT_EQ(reports(), at_destroy) << "destroy, size " << size;
+          EXPECT_EQ(kiv_debug_heap_new(&heap.record, 0), &heap.record);
+          continue;
+      }
+      ASSERT_EQ(reports(), defect.reports) << "free or realloc, size " << size;
+      heap.free(good);
+      ASSERT_EQ(reports(), Lines{});
+    }
+  }
+}
+
+TEST_F(DebugHeapTest, LeavesUnknownBlocksAlone) {
+  Heap heap, other;
+  for (uint32_t size = 0; size <= kLargest; size += 1 + size / 8) {
+    uint8_t *block = heap.alloc(size);
+    expect_unknown_free(block);
+    other.free(block);
+    EXPECT_EQ(reports(), Lines{513});
+    expect_unknown_realloc(block);
+    uint8_t *fresh = other.realloc(block, size);
+    EXPECT_EQ(reports(), Lines{513});
+    EXPECT_NE(fresh, block);
+    other.free(fresh);
+    heap.free(block);
+  }
+  const Lines from_zeros{513, 201, 207, 207, 207, 207, 219, 219, 219, 219};
+  uint8_t zeros[64] = {};
+  expect_unknown_free(zeros + 17);
+  heap.free(zeros + 17);
+  EXPECT_EQ(reports(), from_zeros);
+  EXPECT_TRUE(std::all_of(zeros, zeros + sizeof zeros, [](uint8_t byte) { return byte == 0; }));
+}
+
+TEST_F(DebugHeapTest, ReadsNothingUnreadable) {
+  Heap heap;
+  GuardedPage page;
+  std::memset(page.first<uint8_t>(), 0xCD, GuardedPage::kSize);
+  const auto free_unknown = [&](uint8_t *user) {
+    expect_unknown_free(user);
+    heap.free(user);
+    return reports();
+  };
+  EXPECT_EQ(free_unknown(page.first<uint8_t>()), (Lines{513, 201, 210, 213}));
+  EXPECT_EQ(free_unknown(reinterpret_cast<uint8_t *>(16)), (Lines{513, 201, 210, 213}));
+  EXPECT_EQ(free_unknown(reinterpret_cast<uint8_t *>(1)), (Lines{513, 201, 210, 213}));
+  EXPECT_EQ(free_unknown(page.last<uint8_t>(0) + 1), (Lines{513, 201, 213}));  // the header's last byte
+  uint8_t *block = page.last<uint8_t>(20) + 16;
+  EXPECT_EQ(free_unknown(block), (Lines{513, 201, 213}));  // a size of 0xCDCDCDCD
+  set_word_at(block - 8, 0xFCFCCFCF);
+  for (const uint32_t total : {20u, 21u, 24u, 25u}) {
+    set_word_at(block - 12, total);
+    EXPECT_EQ(free_unknown(block), total == 20 ? Lines{513} : (Lines{513, 213})) << total;
+  }
+  auto *unreadable = reinterpret_cast<KIV_ALLOCATOR *>(page.last<uint8_t>(0));
+  for (KIV_ALLOCATOR *bad : {unreadable, static_cast<KIV_ALLOCATOR *>(nullptr)}) {
+    EXPECT_EQ(heap.record.alloc(bad, 1), nullptr);
+    EXPECT_EQ(heap.record.calloc(bad, 1, 1), nullptr);
+    EXPECT_EQ(heap.record.realloc(bad, nullptr, 1), nullptr);
+    heap.record.free(bad, block);
+    kiv_debug_heap_destroy_allocator(bad);
+    EXPECT_EQ(reports(), (Lines{409, 465, 529, 624, 757}));
+    kiv_debug_heap_check_all_blocks(bad);
+    kiv_debug_heap_dump_heap_admin(bad);
+    expect_text("sorry, not a debug heap allocator\nsorry, not a debug heap allocator\nalloc list: \n");
+  }
+  EXPECT_EQ(kiv_debug_heap_new(unreadable, 0), nullptr);
+  EXPECT_EQ(reports(), Lines{688});
+}
+
+TEST_F(DebugHeapTest, KnowsRecordsThatAreNone) {
+  const std::string sorry = "sorry, not a debug heap allocator\n";
+  kiv::test::CountingAllocator parent;
+  KIV_ALLOCATOR wrap;
+  kiv_allocator_wrap_new(&wrap, parent.record(), 0);
+  kiv_debug_heap_check_all_blocks(&wrap);
+  kiv_debug_heap_dump_heap_admin(&wrap);
+  kiv_debug_heap_destroy_allocator(&wrap);
+  expect_text(sorry + sorry + "alloc list: \n");
+  EXPECT_EQ(reports(), Lines{757});
+  kiv_allocator_wrap_delete(&wrap);
+
+  KIV_ALLOCATOR *heap = kiv_debug_heap_new(nullptr, 1);
+  kiv_debug_heap_dump_heap_admin(heap);
+  expect_text("alloc list: \n");
+  heap->state.debug_heap.magic ^= 1;
+  void *blocks[] = {heap->alloc(heap, 3), heap->alloc(heap, 4), heap->alloc(heap, 5)};
+  std::sort(std::begin(blocks), std::end(blocks), std::less<>());
+  static_cast<uint8_t *>(blocks[1])[-1] = 0;
+  kiv_debug_heap_check_all_blocks(heap);
+  EXPECT_EQ(reports(), Lines{219});
+  kiv_debug_heap_dump_heap_admin(heap);
+  expect_text(sorry + sorry + sorry + sorry + sorry + "alloc list: ");
+  for (int i = 0; i < 3; ++i) {
+    expect_text((i > 0 ? ", " : "") + kiv::test::address_text(static_cast<uint8_t *>(blocks[i]) - 16));
+  }
+  expect_text("\n");
+  kiv_debug_heap_destroy_allocator(heap);
+  EXPECT_EQ(reports(), (Lines{757, 765, 219}));
+}
+
+TEST_F(DebugHeapTest, GoesOnWithoutItsMutex) {
+  Heap heap(1);
+  EXPECT_EQ(kiv_mutex_delete(&heap.record.state.debug_heap.mutex), 0);
+  heap.record.state.debug_heap.mutex = nullptr;
+  uint8_t *block = heap.alloc(1);
+  EXPECT_EQ(reports(), (Lines{415, 445}));
+  block = heap.realloc(block, 2);
+  EXPECT_EQ(reports(), (Lines{535, 571}));
+  heap.free(block);
+  EXPECT_EQ(reports(), (Lines{630, 643}));
+  kiv_debug_heap_destroy_allocator(&heap.record);
+  EXPECT_EQ(reports(), (Lines{753, 772, 777}));
+  EXPECT_EQ(kiv_debug_heap_new(&heap.record, 0), &heap.record);
+}
+
+/// Right programs hear nothing: random operations on one heap by two threads.
+TEST_F(DebugHeapTest, IsSilentWhenNothingIsWrong) {
+  Heap heap(1);
+  const auto work = [&heap](uint64_t stream) {
+    struct Block {
+      uint8_t *bytes;
+      uint32_t size;
+    };
+    auto random = std::mt19937_64(kiv::test::seed() + stream);
+    std::vector<Block> blocks;
+    uint32_t wrong = 0;
+    for (int i = 0; i < 50000; ++i) {
+      const uint32_t size = below(random, 10) == 0 ? below(random, kLargest + 1) : below(random, 64);
+      const size_t chosen = blocks.empty() ? 0 : below(random, static_cast<uint32_t>(blocks.size()));
+      if (blocks.size() < 4 || (blocks.size() < 24 && below(random, 2) == 0)) {
+        auto *fresh = below(random, 2) == 0 ? heap.alloc(size) : heap.record.calloc(&heap.record, 1, size);
+        blocks.push_back({static_cast<uint8_t *>(std::memset(fresh, static_cast<int>(size % 251), size)), size});
+        continue;
+      }
+      Block &block = blocks[chosen];
+      const bool grows = below(random, 2) == 0;
+      if (grows) block.bytes = heap.realloc(block.bytes, block.size + 100);
+      wrong +=
+          !std::all_of(block.bytes, block.bytes + block.size, [&](uint8_t byte) { return byte == block.size % 251; });
+      heap.free(block.bytes);
+      block = blocks.back();
+      blocks.pop_back();
+    }
+    for (const Block &block : blocks) heap.free(block.bytes);
+    EXPECT_EQ(wrong, 0u) << "seed " << kiv::test::seed();
+  };
+  std::thread second(work, 1);
+  work(2);
+  second.join();
+}
+
+TEST(DebugHeapHook, PrintsWholeLines) {
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(kiv_debug_heap_print_hook(207, "file.c", "write beyond"), 0);
+  EXPECT_EQ(kiv_debug_heap_print_hook(513, "file.c", "no such block\n"), 0);
+  EXPECT_EQ(kiv_debug_heap_print_hook(1, "", ""), 0);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "file.c:207: write beyond\nfile.c:513: no such block\n:1: \n");
+}
+
+/// Standard output is flushed before and after the hook: what went past its buffer stands between.
+KIV_CHILD(flushes) {
+  kiv_debug_heap_set_hook([](int, const char *, const char *) {
+    const bool written = write(1, "2", 1) == 1;
+    return std::printf("3") == 1 && written ? 0 : 1;
+  });
+  std::printf("1");
+  KIV_ALLOCATOR heap;
+  kiv_debug_heap_new(&heap, 0);
+  EXPECT_EQ(heap.alloc(&heap, 0xFFFFFFFF), nullptr);
+  std::_Exit(0);
+}
+
+TEST(DebugHeapHook, StandsBetweenTwoFlushes) { EXPECT_EQ(kiv::test::run_child("flushes").out, "12323"); }
+
+}  // namespace
