@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <regex>
 
 #include "gtest/gtest.h"
 #include "tests/examples/dwarf_images.h"
@@ -18,8 +19,15 @@ using kiv::inspect::ByteOrder;
 
 using Lines = std::vector<std::string>;
 
-ProcessResult run_inspect(const std::vector<std::string> &arguments) {
-  return run_program(program_beside("kiv_inspect"), arguments);
+/// Runs the program as it is and on the debug heap, which has to make no difference and nothing to tell.
+ProcessResult run_inspect(std::vector<std::string> arguments) {
+  const auto result = run_program(program_beside("kiv_inspect"), arguments);
+  arguments.insert(arguments.begin(), "--debug-heap");
+  const auto watched = run_program(program_beside("kiv_inspect"), arguments);
+  EXPECT_EQ(watched.exit_code, result.exit_code);
+  EXPECT_EQ(watched.out, result.out);
+  EXPECT_EQ(watched.err, result.err);
+  return result;
 }
 
 Lines lines_of(const std::string &text) {
@@ -27,6 +35,15 @@ Lines lines_of(const std::string &text) {
   for (size_t at = 0, end; (end = text.find('\n', at)) != std::string::npos; at = end + 1)
     lines.push_back(text.substr(at, end - at));
   return lines;
+}
+
+/// The values that an error's entries have behind one of their labels.
+Lines values_of(const std::string &label, const std::string &err) {
+  Lines values;
+  for (const auto &line : lines_of(err)) {
+    if (line.starts_with(label) && line.size() >= 24) values.push_back(line.substr(24));
+  }
+  return values;
 }
 
 /// The library that the build made, by a path that the test's own system understands.
@@ -171,28 +188,50 @@ TEST(KivInspectProgram, ShowsBytesAndBitFields) {
   }
   const auto outside = run_inspect({"bytes", big, "1017", "2"});
   EXPECT_EQ(outside.exit_code, 1);
-  EXPECT_EQ(outside.err, "kiv_inspect: " + big + ": these addresses are not all in the program\n");
+  EXPECT_EQ(values_of("User message (English)", outside.err),
+            (Lines{"bytes of \"" + big + "\" cannot be shown", "these addresses are not all in the program"}));
   std::remove(little.c_str());
   std::remove(big.c_str());
 }
 
-TEST(KivInspectProgram, TellsErrorsInOneLine) {
+/// An entry of an error, on which line of the sources it may have been made.
+std::string entry_pattern(const std::string &function, const std::string &file, const std::string &message,
+                          const std::string &help) {
+  return "Internal error msg    : " + function + "\nSource file           : " + file +
+         "\nSource line           : [0-9]+\nBinary name           : kiv_inspect\n"
+         "Binary version        : [0-9.]+\nUser message \\(English\\): " +
+         message + "\nUser message \\(Local\\)  : " + message + "\nUser help             : " + help + "\n";
+}
+
+TEST(KivInspectProgram, TellsErrorsLayerByLayer) {
+  const auto absent = run_inspect({"resolve", "no\x1bsuch", "1"});
+  EXPECT_EQ(absent.exit_code, 1);
+  EXPECT_EQ(absent.out, "");
+  // The system's words: Linux says "No such file or directory".
+  const std::regex record(
+      entry_pattern("run_resolve", "resolve_command\\.cpp", "addresses in \"no\\^\\[such\" cannot be resolved", "") +
+      "\\+{33}\n" +
+      entry_pattern("read_file", "file_bytes\\.cpp", "it cannot be opened: [A-Z][A-Za-z .]+",
+                    "Does the file exist, and may you read it\\?"));
+  EXPECT_TRUE(std::regex_match(absent.err, record)) << absent.err;
+
   std::ifstream file(library_file(), std::ios::binary);
   Image image;
   image.bytes.assign(std::istreambuf_iterator<char>(file), {});
   ASSERT_GT(image.bytes.size(), 10000u);
   image.bytes.resize(image.bytes.size() / 2);
   const std::string path = write_file("cut", image);
-  const auto cut = run_inspect({"symbols", path});
-  EXPECT_EQ(cut.exit_code, 1);
-  EXPECT_EQ(cut.out, "");
-  EXPECT_TRUE(cut.err.starts_with("kiv_inspect: " + path + ": ")) << cut.err;
-  EXPECT_EQ(lines_of(cut.err).size(), 1u) << cut.err;
+  for (const std::string command : {"symbols", "constants"}) {
+    const auto cut = run_inspect({command, path});
+    EXPECT_EQ(cut.exit_code, 1);
+    EXPECT_EQ(cut.out, "");
+    const Lines messages = values_of("User message (English)", cut.err);
+    ASSERT_GE(messages.size(), 3u) << cut.err;
+    EXPECT_EQ(messages[0], "the " + command + " of \"" + path + "\" cannot be listed");
+    EXPECT_EQ(messages[1], "its " + command + " cannot be read");
+    EXPECT_EQ(values_of("Source file", cut.err).size(), messages.size());
+  }
   std::remove(path.c_str());
-
-  const auto absent = run_inspect({"resolve", path, "1"});
-  EXPECT_EQ(absent.exit_code, 1);
-  EXPECT_EQ(absent.err, "kiv_inspect: " + path + ": it cannot be opened: No such file or directory\n");
 }
 
 TEST(KivInspectProgram, ExplainsItsUsage) {
@@ -217,7 +256,9 @@ TEST(KivInspectProgram, ExplainsItsUsage) {
     const auto result = run_inspect(arguments);
     EXPECT_EQ(result.exit_code, 2);
     EXPECT_EQ(result.out, "");
-    EXPECT_TRUE(result.err.starts_with("usage:\n  kiv_inspect symbols [--regex] PROGRAM [PATTERN]\n")) << result.err;
+    EXPECT_TRUE(
+        result.err.starts_with("usage: kiv_inspect [--debug-heap] COMMAND\n  symbols [--regex] PROGRAM [PATTERN]\n"))
+        << result.err;
   }
 }
 
