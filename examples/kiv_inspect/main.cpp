@@ -48,14 +48,14 @@ constexpr char kDebugHeap[] = "--debug-heap";
 /// What cannot be printed for lack of memory is left out.
 void print_usage(const Errors &errors, KIV_ALLOCATOR *allocator) {
   Output output(stderr, errors, allocator);
-  (void)output.line("usage: kiv_inspect [[[0_s]] COMMAND[|]", kDebugHeap).ok();
+  (void)output.line("usage: kiv_inspect [[[0_s]] COMMAND[|]", kDebugHeap);
   for (const Command &command : kCommands) {
-    (void)output.line("  [0_s] [1_s][|]", command.name, command.arguments).ok();
+    (void)output.line("  [0_s] [1_s][|]", command.name, command.arguments);
     for (const char *line : command.help) {
-      if (line != nullptr) (void)output.line("      [0_s][|]", line).ok();
+      if (line != nullptr) (void)output.line("      [0_s][|]", line);
     }
   }
-  (void)output.line("with [0_s], all memory is watched, and what happens to it is told[|]", kDebugHeap).ok();
+  (void)output.line("with [0_s], all memory is watched, and what happens to it is told[|]", kDebugHeap);
 }
 
 /// REQUIRES: count strings of the command line, from the command on.
