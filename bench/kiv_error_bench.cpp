@@ -90,8 +90,7 @@ struct Std {
   static std::u32string message(const Layer &layer, bool formatted) {
     if (!formatted) return std::u32string(layer.text);
     // {fmt} takes no bytes for code points.
-    return fmt::format(fmt::runtime(std::u32string_view(U"cannot read \"{}\" at line {}")), widen(layer.file),
-                       layer.line);
+    return fmt::format(std::u32string_view(U"cannot read \"{}\" at line {}"), widen(layer.file), layer.line);
   }
   static Record *add(Record *record, const Layer &layer, bool formatted) {
     if (record == nullptr) record = new Record;

@@ -2,7 +2,8 @@
  * Allocator records: every family that needs memory takes one from its caller, and frees through the same one.
  *
  * Three kinds are made here. The default kind is the C runtime's heap. The wrapping kind records every block, so that
- * one call releases all of them. The fast kind carves blocks out of chunks and releases only all together.
+ * one call releases all of them. The fast kind carves blocks out of chunks and releases only all together. A fourth
+ * kind, which checks its blocks, is in kiv_debug_heap.h.
  *
  * Conventions: sizes are unsigned 32-bit numbers and their arithmetic wraps silently (an alloc of 0xFFFFFFFF bytes from
  * the fast kind gives a block of no bytes, one of a few bytes less null). A failed operation gives null and leaves the

@@ -89,7 +89,7 @@ class DebugHeapTest : public testing::Test {
   void expect_text(const std::string &text) { text_ += text; }
   /// The text of a report 513, and its message.
   void expect_unknown(const char *operation, const uint8_t *user, const char *complaint) {
-    unknown_message = operation + address_text(user - 16) + complaint;
+    unknown_message = operation + address_text(reinterpret_cast<void *>((uintptr_t)user - 16)) + complaint;
     expect_text("\n***********************************************************\n" + unknown_message);
   }
   void expect_unknown_free(const uint8_t *user) {
