@@ -28,7 +28,7 @@ const KIV_UNICHAR *NameText::decode(std::string_view name) {
 
 const KIV_UNICHAR *NameText::spell_bytes(std::string_view bytes) {
   constexpr char kDigits[] = "0123456789abcdef";
-  constexpr uint64_t kUnits = 3;  // a byte
+  constexpr size_t kUnits = 3;  // a byte
   if (bytes.size() > UINT32_MAX / (kUnits * sizeof(KIV_UNICHAR)) ||
       !make_room((kUnits * bytes.size() + 1) * sizeof(KIV_UNICHAR))) {
     return nullptr;

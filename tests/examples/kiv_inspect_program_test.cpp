@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
-#include <regex>
 
 #include "gtest/gtest.h"
 #include "tests/examples/dwarf_images.h"
@@ -194,26 +193,42 @@ TEST(KivInspectProgram, ShowsBytesAndBitFields) {
   std::remove(big.c_str());
 }
 
-/// An entry of an error, on which line of the sources it may have been made.
-std::string entry_pattern(const std::string &function, const std::string &file, const std::string &message,
-                          const std::string &help) {
-  return "Internal error msg    : " + function + "\nSource file           : " + file +
-         "\nSource line           : [0-9]+\nBinary name           : kiv_inspect\n"
-         "Binary version        : [0-9.]+\nUser message \\(English\\): " +
-         message + "\nUser message \\(Local\\)  : " + message + "\nUser help             : " + help + "\n";
+/// The text of an error with "#" for its numbers, which change with the sources, and for the system's words.
+std::string without_details(const std::string &err) {
+  constexpr std::string_view kSystem = "cannot be opened: ";
+  std::string result;
+  for (std::string line : lines_of(err)) {
+    if (line.size() > 24 && line.find_first_not_of("0123456789.", 24) == line.npos) line.replace(24, line.npos, "#");
+    const size_t system = line.find(kSystem);
+    if (system != line.npos && system + kSystem.size() < line.size())
+      line.replace(system + kSystem.size(), line.npos, "#");
+    result += line + "\n";
+  }
+  return result;
 }
 
 TEST(KivInspectProgram, TellsErrorsLayerByLayer) {
   const auto absent = run_inspect({"resolve", "no\x1bsuch", "1"});
   EXPECT_EQ(absent.exit_code, 1);
   EXPECT_EQ(absent.out, "");
-  // The system's words: Linux says "No such file or directory".
-  const std::regex record(
-      entry_pattern("run_resolve", "resolve_command\\.cpp", "addresses in \"no\\^\\[such\" cannot be resolved", "") +
-      "\\+{33}\n" +
-      entry_pattern("read_file", "file_bytes\\.cpp", "it cannot be opened: [A-Z][A-Za-z .]+",
-                    "Does the file exist, and may you read it\\?"));
-  EXPECT_TRUE(std::regex_match(absent.err, record)) << absent.err;
+  EXPECT_EQ(without_details(absent.err),
+            "Internal error msg    : run_resolve\n"
+            "Source file           : resolve_command.cpp\n"
+            "Source line           : #\n"
+            "Binary name           : kiv_inspect\n"
+            "Binary version        : #\n"
+            "User message (English): addresses in \"no^[such\" cannot be resolved\n"
+            "User message (Local)  : addresses in \"no^[such\" cannot be resolved\n"
+            "User help             : \n"
+            "+++++++++++++++++++++++++++++++++\n"
+            "Internal error msg    : read_file\n"
+            "Source file           : file_bytes.cpp\n"
+            "Source line           : #\n"
+            "Binary name           : kiv_inspect\n"
+            "Binary version        : #\n"
+            "User message (English): it cannot be opened: #\n"
+            "User message (Local)  : it cannot be opened: #\n"
+            "User help             : Does the file exist, and may you read it?\n");
 
   std::ifstream file(library_file(), std::ios::binary);
   Image image;
