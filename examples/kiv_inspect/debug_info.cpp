@@ -8,6 +8,7 @@
 namespace kiv::inspect {
 namespace {
 
+constexpr char kUnreadableUnit[] = "the unit at offset 0x[0_u64x] of its debug information cannot be read[|]";
 constexpr char kCutOff[] = "an entry of its debug information is cut off[|]";
 
 int by_start(const void *key, const void *value) {
@@ -63,7 +64,7 @@ Status DebugInfo::read_units(ByteView section, bool is_in_types, KIV_ALLOCATOR *
   for (uint64_t at = 0; at < section.size();) {
     UnitHeader header;
     Status status = read_unit_header(errors_, section, static_cast<uint32_t>(at), is_in_types, &header);
-    if (!status.ok()) return status;
+    if (!status.ok()) return errors_.add(status, kUnreadableUnit, at);
     void *block = pool->alloc(pool, sizeof(Unit));
     if (block == nullptr) return errors_.out_of_memory();
     auto *unit = new (block) Unit{};
@@ -76,8 +77,7 @@ Status DebugInfo::read_units(ByteView section, bool is_in_types, KIV_ALLOCATOR *
     unit->type_offset = header.type_offset;
     status = abbreviations_.table_at(header.abbreviations, &unit->abbreviations);
     if (status.ok()) status = read_unit_entry(unit);
-    if (!status.ok())
-      return errors_.add(status, "the unit at offset 0x[0_u64x] of its debug information cannot be read[|]", at);
+    if (!status.ok()) return errors_.add(status, kUnreadableUnit, at);
     if (!is_in_types && kiv_avl_insert(by_start_, unit) != 0) return errors_.out_of_memory();
     // Of several with one signature any will do: they have the same type.
     if (header.has_type && kiv_avl_insert(by_signature_, unit) != 0) return errors_.out_of_memory();

@@ -27,7 +27,7 @@ const KIV_UNICHAR *NameText::decode(std::string_view name) {
 }
 
 const KIV_UNICHAR *NameText::spell_bytes(std::string_view bytes) {
-  constexpr char kDigits[] = "0123456789abcdef";
+  constexpr unsigned char kDigits[] = "0123456789abcdef";
   constexpr size_t kUnits = 3;  // a byte
   if (bytes.size() > UINT32_MAX / (kUnits * sizeof(KIV_UNICHAR)) ||
       !make_room((kUnits * bytes.size() + 1) * sizeof(KIV_UNICHAR))) {
@@ -37,8 +37,8 @@ const KIV_UNICHAR *NameText::spell_bytes(std::string_view bytes) {
   for (const char c : bytes) {
     const auto byte = static_cast<uint8_t>(c);
     *end++ = ' ';
-    *end++ = static_cast<KIV_UNICHAR>(kDigits[byte >> 4]);
-    *end++ = static_cast<KIV_UNICHAR>(kDigits[byte & 15]);
+    *end++ = kDigits[byte >> 4];
+    *end++ = kDigits[byte & 15];
   }
   *end = 0;
   return string;

@@ -84,13 +84,13 @@ void print_visible(const KIV_UNICHAR *text, FILE *stream) {
   }
 }
 
-Status Output::print(const char *message, const void *const *a) {
-  if (kiv_i18n_prn8(nullptr, buffer_, kBufferSize, nullptr, message, a[0], a[1], a[2], a[3], a[4], a[5], a[6], a[7]) ==
-      0) {
+Status Output::print(const char *message, const void *const *words) {
+  if (kiv_i18n_prn8(nullptr, buffer_, kBufferSize, nullptr, message, words[0], words[1], words[2], words[3], words[4],
+                    words[5], words[6], words[7]) == 0) {
     print_visible(buffer_, stream_);
   } else {
-    const KIV_STRING text =
-        kiv_i18n_prna8(nullptr, allocator_, message, a[0], a[1], a[2], a[3], a[4], a[5], a[6], a[7]);
+    const KIV_STRING text = kiv_i18n_prna8(nullptr, allocator_, message, words[0], words[1], words[2], words[3],
+                                           words[4], words[5], words[6], words[7]);
     if (text == nullptr) return errors_.out_of_memory();
     print_visible(text, stream_);
     kiv_string_delete(allocator_, text);

@@ -44,17 +44,17 @@ Status Errors::out_of_memory() const {
   return {kiv_error_create(&context_, nullptr, nullptr, 0, nullptr, nullptr, nullptr, nullptr)};
 }
 
-Status Errors::add_words(Status status, const Message &message, const void *const *a) const {
+Status Errors::add_words(Status status, const Message &message, const void *const *words) const {
   if (context_.allocator == nullptr) return out_of_memory();
   const char *file = file_name(message.file);
   const KIV_UNICHAR *binary = units(U"kiv_inspect"), *help = units(message.help);
-  if (a == nullptr) {
+  if (words == nullptr) {
     return {kiv_error_prepend(&context_, status.error, message.function, file, message.line, binary,
                               KIV_INSPECT_VERSION, help, message.text)};
   }
   return {kiv_error_prepend_prn8(&context_, status.error, message.function, file, message.line, binary,
-                                 KIV_INSPECT_VERSION, help, message.text, a[0], a[1], a[2], a[3], a[4], a[5], a[6],
-                                 a[7])};
+                                 KIV_INSPECT_VERSION, help, message.text, words[0], words[1], words[2], words[3],
+                                 words[4], words[5], words[6], words[7])};
 }
 
 }  // namespace kiv::inspect

@@ -230,6 +230,14 @@ TEST(KivInspectProgram, TellsErrorsLayerByLayer) {
             "User message (Local)  : it cannot be opened: #\n"
             "User help             : Does the file exist, and may you read it?\n");
 
+  Image damaged = build_elf(false, ByteOrder::little, {{false, "name", 1, 2, 1, 1}});
+  damaged.put_at(damaged.marks.at("symtab") + 16, 0xFFFFFFFF, 4);
+  const std::string damaged_path = write_file("damaged", damaged);
+  EXPECT_EQ(values_of("User message (Local)", run_inspect({"symbols", damaged_path}).err),
+            (Lines{"the symbols of \"" + damaged_path + "\" cannot be listed", "its symbols cannot be read",
+                   "section 1, a symbol table, cannot be read", "a name lies outside the string table"}));
+  std::remove(damaged_path.c_str());
+
   std::ifstream file(library_file(), std::ios::binary);
   Image image;
   image.bytes.assign(std::istreambuf_iterator<char>(file), {});
