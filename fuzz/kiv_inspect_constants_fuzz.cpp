@@ -15,8 +15,8 @@ void require(bool holds) {
   if (!holds) std::abort();
 }
 
-void check_constants(ByteView file, KIV_ALLOCATOR *memory) {
-  ConstantTable table;
+void check_constants(const Errors &errors, ByteView file, KIV_ALLOCATOR *memory) {
+  ConstantTable table(errors);
   if (!table.open(memory).ok()) return;
   (void)read_constants(file, table).ok();
   for (const Constant *c = table.first(); c != nullptr; c = c->next) {
@@ -30,8 +30,8 @@ void check_constants(ByteView file, KIV_ALLOCATOR *memory) {
 }
 
 /// The first bytes of the input also are the addresses that are asked for.
-void check_memory(ByteView file, KIV_ALLOCATOR *memory) {
-  MemoryMap map;
+void check_memory(const Errors &errors, ByteView file, KIV_ALLOCATOR *memory) {
+  MemoryMap map(errors);
   if (!map.open(file, memory).ok()) return;
   uint8_t bytes[64];
   for (uint32_t at = 0; at < std::min(file.size(), 256u); at += 8) {
@@ -48,8 +48,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   KIV_ALLOCATOR heap, wrap;
   require(kiv_allocator_wrap_new(&wrap, kiv_allocator_default_new(&heap), 0) != nullptr);
   const ByteView file(data, static_cast<uint32_t>(size), ByteOrder::little);
-  check_constants(file, &wrap);
-  check_memory(file, &wrap);
+  {
+    const Errors errors(&wrap);
+    check_constants(errors, file, &wrap);
+    check_memory(errors, file, &wrap);
+  }
   kiv_allocator_wrap_delete(&wrap);
   return 0;
 }

@@ -36,7 +36,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   KIV_ALLOCATOR heap, wrap;
   require(kiv_allocator_wrap_new(&wrap, kiv_allocator_default_new(&heap), 0) != nullptr);
   {
-    SymbolTable table;
+    const Errors errors(&wrap);
+    SymbolTable table(errors);
     Walk walk = {&table, nullptr};
     if (table.open(&wrap).ok()) {
       (void)read_symbols({data, static_cast<uint32_t>(size), ByteOrder::little}, table).ok();

@@ -18,3 +18,5 @@ show $program constants $program 'kiv::inspect::Outcome::*'
 show $program constants $program '*::k[CM]*'
 # What main starts with, and its first instruction's bits.
 show $program bytes $program "$main" 32 0:16
+# What it says when it fails, with its memory watched.
+show $program --debug-heap resolve absent 0 2>&1 || echo "(exit status $?)"

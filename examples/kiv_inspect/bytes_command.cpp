@@ -3,7 +3,6 @@
 // set, and "float" when a floating-point format is as wide.
 
 #include <algorithm>
-#include <cinttypes>
 #include <cstdio>
 #include <optional>
 #include <string_view>
@@ -60,28 +59,39 @@ std::optional<Request> parse(Arguments arguments) {
   return request;
 }
 
-void print_line(const MemoryMap &memory, uint64_t address, uint32_t count) {
+constexpr AddressMessage kLine = {"[0_u64x.8] [1_s-24] [2_s-24]  |[3_s]|[|]",
+                                  "[0_u64x.16] [1_s-24] [2_s-24]  |[3_s]|[|]"};
+constexpr uint32_t kBytesPerGroup = kBytesPerLine / 2;
+
+/// A group of bytes in hexadecimal.
+struct Group {
+  Group(const uint8_t *bytes, uint32_t count) {
+    for (uint32_t i = 0; i < count; ++i) std::snprintf(text + 3 * size_t{i}, 4, " %02x", bytes[i]);
+  }
+  char text[3 * kBytesPerGroup + 1] = "";
+};
+
+Status print_line(const MemoryMap &memory, uint64_t address, uint32_t count, Output &output) {
   uint8_t bytes[kBytesPerLine];
   memory.read(address, count, bytes);
-  print_address(address, memory.address_digits());
-  for (uint32_t i = 0; i < kBytesPerLine; ++i) {
-    if (i % 8 == 0) std::putchar(' ');
-    if (i < count) {
-      std::printf(" %02x", bytes[i]);
-    } else {
-      std::fputs("   ", stdout);
-    }
+  char characters[kBytesPerLine + 1] = "";
+  for (uint32_t i = 0; i < count; ++i) {
+    const bool plain = bytes[i] >= ' ' && bytes[i] <= '~';
+    characters[i] = plain ? static_cast<char>(bytes[i]) : '.';
   }
-  std::fputs("  |", stdout);
-  for (uint32_t i = 0; i < count; ++i) std::putchar(bytes[i] >= ' ' && bytes[i] <= '~' ? bytes[i] : '.');
-  std::fputs("|\n", stdout);
+  const uint32_t first = std::min(count, kBytesPerGroup);
+  const Group left(bytes, first), right(bytes + first, count - first);
+  const char *const as_text = characters;
+  return output.line(kLine.of(memory.address_digits()), address, left.text, right.text, as_text);
 }
 
-void print_bytes(const MemoryMap &memory, const Request &request) {
-  for (uint64_t at = 0; at < request.count && std::ferror(stdout) == 0; at += kBytesPerLine) {
-    print_line(memory, request.address + at,
-               static_cast<uint32_t>(std::min<uint64_t>(request.count - at, kBytesPerLine)));
+Status print_bytes(const MemoryMap &memory, const Request &request, Output &output) {
+  Status status;
+  for (uint64_t at = 0; at < request.count && status.ok() && !output.has_failed(); at += kBytesPerLine) {
+    const auto count = static_cast<uint32_t>(std::min<uint64_t>(request.count - at, kBytesPerLine));
+    status = print_line(memory, request.address + at, count, output);
   }
+  return status;
 }
 
 /// A field of 128 bits that starts within a byte is in 17 bytes.
@@ -103,31 +113,44 @@ KIV_U128 read_field(const MemoryMap &memory, const Request &request, ByteOrder o
   return value;
 }
 
-void print_field(const MemoryMap &memory, const Request &request) {
+Status print_field(const MemoryMap &memory, const Request &request, Output &output) {
   const BitField &field = *request.field;
   const ByteOrder order = field.order.value_or(memory.order());
   const KIV_U128 value = read_field(memory, request, order);
-  std::printf("bits      %" PRIu64 ":%" PRIu32 "%s\n", field.first, field.width, order == ByteOrder::big ? "be" : "le");
-  char digits[48];
-  kiv_u128_to_str_bis(&value, -16, "0x", '\0', digits);
-  std::printf("hex       %s\n", digits);
-  kiv_u128_to_str_bis(&value, 10, nullptr, '\0', digits);
-  std::printf("unsigned  %s\n", digits);
+  Status status =
+      output.line("bits      [0_u64]:[1_u32][2_s][|]", field.first, field.width, order == ByteOrder::big ? "be" : "le");
+  if (status.ok()) status = output.line("hex       0x[0_u128x][|]", value);
+  if (status.ok()) status = output.line("unsigned  [0_u128][|]", value);
   const int unused = static_cast<int>(kMostBits - field.width);
   KIV_U128 shifted = value;
   kiv_u128_lsl(&shifted, unused);
   KIV_S128 extended;
   kiv_u128_to_s128(&shifted, &extended);
-  if (kiv_s128_sign(&extended) < 0) {
+  if (status.ok() && kiv_s128_sign(&extended) < 0) {
     kiv_s128_asr(&extended, unused);
-    kiv_s128_to_str_bis(&extended, 10, nullptr, '\0', digits);
-    std::printf("signed    %s\n", digits);
+    status = output.line("signed    [0_s128][|]", extended);
   }
   const FloatFormat *format = float_format_of_width(field.width);
-  if (format == nullptr) return;
+  if (!status.ok() || format == nullptr) return status;
   char text[kFloatTextSize];
   format_float(value, *format, text);
-  std::printf("float     %s\n", text);
+  return output.line("float     [0_s][|]", text);
+}
+
+Status show(const Arguments &arguments, const Request &request) {
+  const Errors &errors = arguments.errors;
+  Program program(errors, arguments.allocator);
+  Status status = program.load(arguments.values[0]);
+  if (status.ok()) status = program.load_memory();
+  if (!status.ok()) return status;
+  const MemoryMap &memory = program.memory();
+  if (!memory.contains(request.address, request.count)) {
+    return errors.failure("these addresses are not all in the program[|]");
+  }
+  Output output(stdout, errors, arguments.allocator);
+  status = print_bytes(memory, request, output);
+  if (status.ok() && request.field) status = print_field(memory, request, output);
+  return status.ok() ? output.finish() : status;
 }
 
 }  // namespace
@@ -135,18 +158,7 @@ void print_field(const MemoryMap &memory, const Request &request) {
 Outcome run_bytes(Arguments arguments) {
   const auto request = parse(arguments);
   if (!request) return Outcome::wrong_usage;
-  const char *path = arguments.values[0];
-  Program program(arguments.allocator);
-  Status status = program.load(path);
-  if (status.ok()) status = program.load_memory();
-  if (!status.ok()) return fail(path, status);
-  const MemoryMap &memory = program.memory();
-  if (!memory.contains(request->address, request->count)) {
-    return fail(path, {"these addresses are not all in the program"});
-  }
-  print_bytes(memory, *request);
-  if (request->field) print_field(memory, *request);
-  return finish_output();
+  return finish(arguments, show(arguments, *request), "bytes of \"[0_S]\" cannot be shown[|]", arguments.values[0]);
 }
 
 }  // namespace kiv::inspect

@@ -59,16 +59,19 @@ struct Level {
 class Walk {
  public:
   Walk(ByteView file, ConstantTable &table)
-      : table_(table), info_(file.size()), name_bytes_left_(uint64_t{file.size()} * kNameBytesPerByte) {}
+      : table_(table),
+        info_(table.errors(), file.size()),
+        name_bytes_left_(uint64_t{file.size()} * kNameBytesPerByte) {}
 
   Status run(const DebugSections &sections) {
     KIV_ALLOCATOR *pool = table_.pool();
     levels_ = static_cast<Level *>(pool->alloc(pool, kMostLevels * sizeof(Level)));
     name_ = static_cast<char *>(pool->alloc(pool, kLongestName));
-    if (levels_ == nullptr || name_ == nullptr) return kOutOfMemory;
+    if (levels_ == nullptr || name_ == nullptr) return table_.errors().out_of_memory();
     Status status = info_.open(sections, pool);
     for (const Unit *unit = info_.first_unit(); status.ok() && unit != nullptr; unit = unit->next) {
-      status = walk_unit(*unit);
+      status = table_.errors().add(walk_unit(*unit),
+                                   "the unit at offset 0x[0_u32x] of its debug information is damaged[|]", unit->start);
     }
     return status;
   }
@@ -93,7 +96,8 @@ class Walk {
   }
 
   Status enter(const Unit &unit, const Entry &entry) {
-    if (depth_ == kMostLevels) return {"the entries of its debug information are nested too deeply"};
+    if (depth_ == kMostLevels)
+      return table_.errors().failure("the entries of its debug information are nested too deeply[|]");
     Level &level = *new (&levels_[depth_++]) Level;
     if (!is_scope(entry.tag)) return {};
     Declaration declaration;
@@ -139,8 +143,8 @@ class Walk {
     for (uint32_t i = 0; i < depth_; ++i) {
       if (!levels_[i].name.empty()) fits = fits && append(levels_[i].name) && append("::");
     }
-    if (!fits || !append(name)) return {"a name in its debug information is too long"};
-    if (size + depth_ > name_bytes_left_) return {"its names share too many bytes"};
+    if (!fits || !append(name)) return table_.errors().failure("a name in its debug information is too long[|]");
+    if (size + depth_ > name_bytes_left_) return table_.errors().failure("its names share too many bytes[|]");
     name_bytes_left_ -= size + depth_;
     *whole = {name_, size};
     return {};
@@ -158,7 +162,7 @@ class Walk {
 
 Status read_constants(ByteView file, ConstantTable &table) {
   DebugSections sections;
-  Status status = find_debug_sections(file, table.pool(), &sections);
+  Status status = find_debug_sections(table.errors(), file, table.pool(), &sections);
   if (!status.ok()) return status;
   Walk walk(file, table);
   return walk.run(sections);

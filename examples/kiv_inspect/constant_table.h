@@ -23,7 +23,8 @@ struct Constant {
 
 class ConstantTable {
  public:
-  ConstantTable() = default;
+  /// REQUIRES: the errors outlive this.
+  explicit ConstantTable(const Errors &errors) : errors_(errors) {}
   ConstantTable(const ConstantTable &) = delete;  // the tree points to the pool
   ConstantTable &operator=(const ConstantTable &) = delete;
 
@@ -38,7 +39,11 @@ class ConstantTable {
   /// Memory that lasts as long as the table, for readers that fill it.
   KIV_ALLOCATOR *pool() { return &pool_; }
 
+  /// Where failures of these readers come from.
+  const Errors &errors() const { return errors_; }
+
  private:
+  const Errors &errors_;
   KIV_ALLOCATOR pool_ = {};
   KIV_AVL_TREE *known_ = nullptr;
   Constant *first_ = nullptr;

@@ -8,7 +8,8 @@
 namespace kiv::inspect {
 namespace {
 
-constexpr Status kCutOff = {"an entry of its debug information is cut off"};
+constexpr char kUnreadableUnit[] = "the unit at offset 0x[0_u64x] of its debug information cannot be read[|]";
+constexpr char kCutOff[] = "an entry of its debug information is cut off[|]";
 
 int by_start(const void *key, const void *value) {
   const uint32_t a = static_cast<const Unit *>(key)->start, b = static_cast<const Unit *>(value)->start;
@@ -52,7 +53,7 @@ Status DebugInfo::open(const DebugSections &sections, KIV_ALLOCATOR *pool) {
   attributes_left_ = (uint64_t{sections.info.size()} + sections.types.size()) * 64;
   by_start_ = kiv_avl_new_using_KIV_ALLOCATOR(pool, by_start, nullptr, nullptr);
   by_signature_ = kiv_avl_new_using_KIV_ALLOCATOR(pool, by_signature, nullptr, nullptr);
-  if (by_start_ == nullptr || by_signature_ == nullptr) return kOutOfMemory;
+  if (by_start_ == nullptr || by_signature_ == nullptr) return errors_.out_of_memory();
   Status status = abbreviations_.open(sections.abbreviations, pool);
   if (status.ok()) status = read_units(sections.info, false, pool);
   if (status.ok()) status = read_units(sections.types, true, pool);
@@ -62,10 +63,10 @@ Status DebugInfo::open(const DebugSections &sections, KIV_ALLOCATOR *pool) {
 Status DebugInfo::read_units(ByteView section, bool is_in_types, KIV_ALLOCATOR *pool) {
   for (uint64_t at = 0; at < section.size();) {
     UnitHeader header;
-    Status status = read_unit_header(section, static_cast<uint32_t>(at), is_in_types, &header);
-    if (!status.ok()) return status;
+    Status status = read_unit_header(errors_, section, static_cast<uint32_t>(at), is_in_types, &header);
+    if (!status.ok()) return errors_.add(status, kUnreadableUnit, at);
     void *block = pool->alloc(pool, sizeof(Unit));
-    if (block == nullptr) return kOutOfMemory;
+    if (block == nullptr) return errors_.out_of_memory();
     auto *unit = new (block) Unit{};
     unit->bytes = section.part(0, header.end).value_or(ByteView());
     unit->is_in_types = is_in_types;
@@ -76,10 +77,10 @@ Status DebugInfo::read_units(ByteView section, bool is_in_types, KIV_ALLOCATOR *
     unit->type_offset = header.type_offset;
     status = abbreviations_.table_at(header.abbreviations, &unit->abbreviations);
     if (status.ok()) status = read_unit_entry(unit);
-    if (!status.ok()) return status;
-    if (!is_in_types && kiv_avl_insert(by_start_, unit) != 0) return kOutOfMemory;
+    if (!status.ok()) return errors_.add(status, kUnreadableUnit, at);
+    if (!is_in_types && kiv_avl_insert(by_start_, unit) != 0) return errors_.out_of_memory();
     // Of several with one signature any will do: they have the same type.
-    if (header.has_type && kiv_avl_insert(by_signature_, unit) != 0) return kOutOfMemory;
+    if (header.has_type && kiv_avl_insert(by_signature_, unit) != 0) return errors_.out_of_memory();
     *last_unit_ = unit;
     last_unit_ = &unit->next;
     at = header.end;
@@ -95,7 +96,7 @@ Status DebugInfo::read_unit_entry(Unit *unit) {
   Entry entry;
   const Status status = read_entry(*unit, unit->first, &entry);
   if (!status.ok()) return status;
-  if (entry.is_skeleton) return kSplitDebugInfo;
+  if (entry.is_skeleton) return errors_.failure(kSplitDebugInfo);
   if (entry.text_offsets) unit->text_offsets = entry.text_offsets.number.lo;
   return {};
 }
@@ -106,11 +107,13 @@ Status DebugInfo::read_entry(const Unit &unit, uint64_t offset, Entry *entry) {
   entry->start = reader.at();
   const uint64_t code = reader.short_leb128();
   entry->next = reader.at();
-  if (!reader.ok()) return kCutOff;
+  if (!reader.ok()) return errors_.failure(kCutOff);
   if (code == 0) return {};
   const Abbreviation *abbreviation = abbreviations_.find(*unit.abbreviations, code);
-  if (abbreviation == nullptr) return {"an entry of its debug information has an unknown abbreviation"};
-  if (abbreviation->count >= attributes_left_) return {"its debug information refers too often to the same entries"};
+  if (abbreviation == nullptr)
+    return errors_.failure("an entry of its debug information has an unknown abbreviation[|]");
+  if (abbreviation->count >= attributes_left_)
+    return errors_.failure("its debug information refers too often to the same entries[|]");
   attributes_left_ -= abbreviation->count + 1u;
   entry->tag = abbreviation->tag;
   entry->has_children = abbreviation->has_children;
@@ -118,12 +121,13 @@ Status DebugInfo::read_entry(const Unit &unit, uint64_t offset, Entry *entry) {
     const AttributeRow &row = abbreviation->attributes[i];
     FormValue ignored;
     FormValue *value = field_of(entry, row.name);
-    const Status status = read_form(reader, row.form, row.implicit, unit.format, value != nullptr ? value : &ignored);
+    const Status status =
+        read_form(errors_, reader, row.form, row.implicit, unit.format, value != nullptr ? value : &ignored);
     if (!status.ok()) return status;
     entry->is_skeleton = entry->is_skeleton || row.name == dwarf::kDwoName || row.name == dwarf::kGnuDwoName;
   }
   entry->next = reader.at();
-  return reader.ok() ? Status{} : kCutOff;
+  return reader.ok() ? Status{} : errors_.failure(kCutOff);
 }
 
 Status DebugInfo::find(const Unit &unit, const FormValue &value, EntryPlace *place) const {
@@ -149,7 +153,7 @@ Status DebugInfo::find(const Unit &unit, const FormValue &value, EntryPlace *pla
       return {};
   }
   if (place->unit == nullptr || place->offset < place->unit->first || place->offset >= place->unit->bytes.size()) {
-    return {"a reference in its debug information leads nowhere"};
+    return errors_.failure("a reference in its debug information leads nowhere[|]");
   }
   return {};
 }
@@ -166,7 +170,7 @@ Status DebugInfo::text(const Unit &unit, const FormValue &value, std::string_vie
     case ValueClass::text_index:
       return indexed_text(unit, value.number.lo, text);
     case ValueClass::foreign_text:
-      return {"its debug information has names in another file"};
+      return errors_.failure("its debug information has names in another file[|]");
     default:
       return {};
   }
@@ -176,7 +180,7 @@ Status DebugInfo::indexed_text(const Unit &unit, uint64_t index, std::string_vie
   const uint32_t width = unit.format.offset_size;
   const auto table = sections_.string_offsets.rest(unit.text_offsets);
   const auto entry = table && index < table->size() ? table->part(index * width, width) : std::nullopt;
-  if (!entry) return {"a name's index lies outside the string offsets"};
+  if (!entry) return errors_.failure("a name's index lies outside the string offsets[|]");
   return names_.read(sections_.strings, entry->number({0, width}), text);
 }
 

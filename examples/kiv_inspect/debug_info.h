@@ -52,7 +52,9 @@ struct EntryPlace {
 
 class DebugInfo {
  public:
-  explicit DebugInfo(uint32_t file_size) : names_(file_size) {}
+  /// REQUIRES: the errors outlive this.
+  DebugInfo(const Errors &errors, uint32_t file_size)
+      : errors_(errors), abbreviations_(errors), names_(errors, file_size) {}
 
   /// Finds the units. REQUIRES: the sections and the pool outlive this.
   Status open(const DebugSections &sections, KIV_ALLOCATOR *pool);
@@ -74,6 +76,7 @@ class DebugInfo {
   Status read_unit_entry(Unit *unit);
   Status indexed_text(const Unit &unit, uint64_t index, std::string_view *text);
 
+  const Errors &errors_;
   DebugSections sections_;
   Abbreviations abbreviations_;
   SymbolNames names_;

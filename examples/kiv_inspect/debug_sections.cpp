@@ -10,7 +10,8 @@
 namespace kiv::inspect {
 namespace {
 
-constexpr Status kCompressed = {"its debug information is compressed, which is not supported"};
+constexpr char kCompressed[] = "its debug information is compressed, which is not supported[|]";
+constexpr char32_t kCompressedHelp[] = U"objcopy --decompress-debug-sections makes a readable copy.";
 
 constexpr struct {
   std::string_view name;
@@ -48,8 +49,8 @@ Choice choose(ByteView table, DebugSections *sections) {
 /// Of several sections with one name the first counts.
 bool is_wanted(const Choice &choice) { return choice.bytes != nullptr && choice.bytes->size() == 0; }
 
-Status find_in_elf(ByteView file, DebugSections *sections, bool *split) {
-  ElfImage image;
+Status find_in_elf(const Errors &errors, ByteView file, DebugSections *sections, bool *split) {
+  ElfImage image(errors);
   Status status = image.open(file);
   sections->x87 = image.is_x86();
   ByteView names;
@@ -59,15 +60,16 @@ Status find_in_elf(ByteView file, DebugSections *sections, bool *split) {
     const Choice choice = choose(names.rest(section.name).value_or(ByteView()), sections);
     *split = *split || choice.split;
     if (!is_wanted(choice) || section.type == ElfSection::kNoBits) continue;
-    if (!image.is_linked()) return {"it is an object file: its debug information is not linked"};
-    if (choice.compressed || section.has(ElfSection::kCompressed)) return kCompressed;
+    if (!image.is_linked()) return errors.failure("it is an object file: its debug information is not linked[|]");
+    if (choice.compressed || section.has(ElfSection::kCompressed))
+      return errors.failure({kCompressed, kCompressedHelp});
     status = image.contents(section, choice.bytes);
   }
   return status;
 }
 
-Status find_in_pe(ByteView file, KIV_ALLOCATOR *scratch, DebugSections *sections, bool *split) {
-  PeImage image;
+Status find_in_pe(const Errors &errors, ByteView file, KIV_ALLOCATOR *scratch, DebugSections *sections, bool *split) {
+  PeImage image(errors);
   Status status = image.open(file, scratch);
   sections->x87 = image.is_x86();
   for (uint32_t i = 1; status.ok() && i <= image.section_count(); ++i) {
@@ -77,7 +79,7 @@ Status find_in_pe(ByteView file, KIV_ALLOCATOR *scratch, DebugSections *sections
     const Choice choice = choose(name, sections);
     *split = *split || choice.split;
     if (!status.ok() || !is_wanted(choice)) continue;
-    if (choice.compressed) return kCompressed;
+    if (choice.compressed) return errors.failure({kCompressed, kCompressedHelp});
     status = image.contents(section, choice.bytes);
   }
   return status;
@@ -85,18 +87,20 @@ Status find_in_pe(ByteView file, KIV_ALLOCATOR *scratch, DebugSections *sections
 
 }  // namespace
 
-Status find_debug_sections(ByteView file, KIV_ALLOCATOR *scratch, DebugSections *sections) {
+Status find_debug_sections(const Errors &errors, ByteView file, KIV_ALLOCATOR *scratch, DebugSections *sections) {
   *sections = {};
-  Status status = {"it is neither an ELF nor a PE file"};
+  Status status;
   bool split = false;
   if (ElfImage::recognises(file)) {
-    status = find_in_elf(file, sections, &split);
+    status = find_in_elf(errors, file, sections, &split);
   } else if (PeImage::recognises(file)) {
-    status = find_in_pe(file, scratch, sections, &split);
+    status = find_in_pe(errors, file, scratch, sections, &split);
+  } else {
+    return errors.failure("it is neither an ELF nor a PE file[|]");
   }
   if (!status.ok()) return status;
   if (sections->info.size() != 0 || sections->types.size() != 0) return {};
-  return split ? kSplitDebugInfo : Status{"it has no debug information"};
+  return errors.failure(split ? kSplitDebugInfo : "it has no debug information[|]");
 }
 
 }  // namespace kiv::inspect

@@ -16,7 +16,7 @@ struct DebugSections {
 
 /// Finds them in a program of any known format. A program without debug information, or with one that is compressed,
 /// split or not linked yet, is refused. Memory comes from scratch and is not given back.
-Status find_debug_sections(ByteView file, KIV_ALLOCATOR *scratch, DebugSections *sections);
+Status find_debug_sections(const Errors &errors, ByteView file, KIV_ALLOCATOR *scratch, DebugSections *sections);
 
 }  // namespace kiv::inspect
 

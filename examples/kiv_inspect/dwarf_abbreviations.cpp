@@ -7,7 +7,7 @@
 namespace kiv::inspect {
 namespace {
 
-constexpr Status kCutOff = {"its abbreviations are cut off"};
+constexpr char kCutOff[] = "its abbreviations are cut off[|]";
 
 int by_offset(const void *key, const void *value) {
   const uint64_t a = static_cast<const AbbreviationTable *>(key)->offset;
@@ -37,7 +37,7 @@ Status Abbreviations::open(ByteView section, KIV_ALLOCATOR *pool) {
   pool_ = pool;
   tables_ = kiv_avl_new_using_KIV_ALLOCATOR(pool, by_offset, nullptr, nullptr);
   codes_ = kiv_avl_new_using_KIV_ALLOCATOR(pool, by_code, nullptr, nullptr);
-  return tables_ != nullptr && codes_ != nullptr ? Status{} : kOutOfMemory;
+  return tables_ != nullptr && codes_ != nullptr ? Status{} : errors_.out_of_memory();
 }
 
 Status Abbreviations::table_at(uint64_t offset, const AbbreviationTable **table) {
@@ -46,10 +46,10 @@ Status Abbreviations::table_at(uint64_t offset, const AbbreviationTable **table)
   Status status;
   if (found == nullptr) {
     void *block = pool_->alloc(pool_, sizeof(AbbreviationTable));
-    if (block == nullptr) return kOutOfMemory;
+    if (block == nullptr) return errors_.out_of_memory();
     found = new (block) AbbreviationTable(key);
     status = read_table(found);
-    if (status.ok() && kiv_avl_insert(tables_, found) != 0) status = kOutOfMemory;
+    if (status.ok() && kiv_avl_insert(tables_, found) != 0) status = errors_.out_of_memory();
   }
   *table = found;
   return status;
@@ -62,10 +62,10 @@ Status Abbreviations::read_table(AbbreviationTable *table) {
     const Status status = read_abbreviation(reader, code, table);
     if (!status.ok()) return status;
     const uint32_t size = reader.at() - start + 1;
-    if (size > bytes_left_) return {"its abbreviation tables share too many bytes"};
+    if (size > bytes_left_) return errors_.failure("its abbreviation tables share too many bytes[|]");
     bytes_left_ -= size;
   }
-  return reader.ok() ? Status{} : kCutOff;
+  return reader.ok() ? Status{} : errors_.failure(kCutOff);
 }
 
 Status Abbreviations::read_abbreviation(ByteReader &reader, uint64_t code, AbbreviationTable *table) {
@@ -75,17 +75,17 @@ Status Abbreviations::read_abbreviation(ByteReader &reader, uint64_t code, Abbre
   uint32_t count = 0;
   for (ByteReader ahead = reader; read_row(ahead, &row);) ++count;
   // A row takes two bytes of the section or more.
-  if (count > UINT32_MAX / sizeof(AttributeRow)) return kOutOfMemory;
+  if (count > UINT32_MAX / sizeof(AttributeRow)) return errors_.out_of_memory();
   const auto rows_size = static_cast<uint32_t>(count * sizeof(AttributeRow));
   auto *rows = static_cast<AttributeRow *>(count > 0 ? pool_->alloc(pool_, rows_size) : nullptr);
   void *block = pool_->alloc(pool_, sizeof(Abbreviation));
-  if (block == nullptr || (rows == nullptr && count > 0)) return kOutOfMemory;
+  if (block == nullptr || (rows == nullptr && count > 0)) return errors_.out_of_memory();
   for (uint32_t i = 0; i < count; ++i) (void)read_row(reader, &rows[i]);
   (void)read_row(reader, &row);  // the end
-  if (!reader.ok()) return kCutOff;
+  if (!reader.ok()) return errors_.failure(kCutOff);
   // Of several with one code the first counts.
   auto *abbreviation = new (block) Abbreviation{code, tag, has_children, count, rows};
-  return kiv_avl_shared_insert(codes_, &table->by_code, abbreviation) == 0 ? Status{} : kOutOfMemory;
+  return kiv_avl_shared_insert(codes_, &table->by_code, abbreviation) == 0 ? Status{} : errors_.out_of_memory();
 }
 
 const Abbreviation *Abbreviations::find(const AbbreviationTable &table, uint64_t code) const {

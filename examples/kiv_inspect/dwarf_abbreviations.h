@@ -36,6 +36,9 @@ struct AbbreviationTable {
 
 class Abbreviations {
  public:
+  /// REQUIRES: the errors outlive this.
+  explicit Abbreviations(const Errors &errors) : errors_(errors) {}
+
   /// REQUIRES: the pool outlives the tables; nothing is given back to it.
   Status open(ByteView section, KIV_ALLOCATOR *pool);
 
@@ -48,6 +51,7 @@ class Abbreviations {
   Status read_table(AbbreviationTable *table);
   Status read_abbreviation(ByteReader &reader, uint64_t code, AbbreviationTable *table);
 
+  const Errors &errors_;
   ByteView section_;
   uint64_t bytes_left_ = 0;
   KIV_ALLOCATOR *pool_ = nullptr;

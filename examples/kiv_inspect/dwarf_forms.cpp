@@ -105,7 +105,8 @@ KIV_U128 image(ByteReader &reader, ByteOrder order) {
 
 }  // namespace
 
-Status read_form(ByteReader &reader, uint64_t form, const KIV_U128 &implicit, UnitFormat format, FormValue *value) {
+Status read_form(const Errors &errors, ByteReader &reader, uint64_t form, const KIV_U128 &implicit, UnitFormat format,
+                 FormValue *value) {
   FormRow row = row_of(form);
   while (row.shape == kIndirect && reader.ok()) {
     row = row_of(reader.short_leb128());
@@ -115,7 +116,7 @@ Status read_form(ByteReader &reader, uint64_t form, const KIV_U128 &implicit, Un
   value->value_class = row.value_class;
   switch (row.shape) {
     case kUnknown:
-      return {"an attribute has an unknown form"};
+      return errors.failure("an attribute has an unknown form[|]");
     case kNothing:
       break;
     case kAddress:

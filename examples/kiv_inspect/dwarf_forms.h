@@ -45,7 +45,8 @@ struct FormValue {
 
 /// Reads one value. An implicit constant, whose value is in the abbreviation, is that. The reader's ok() tells whether
 /// the bytes were there; the status is for forms that are unknown.
-Status read_form(ByteReader &reader, uint64_t form, const KIV_U128 &implicit, UnitFormat format, FormValue *value);
+Status read_form(const Errors &errors, ByteReader &reader, uint64_t form, const KIV_U128 &implicit, UnitFormat format,
+                 FormValue *value);
 
 }  // namespace kiv::inspect
 

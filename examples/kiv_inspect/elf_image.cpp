@@ -36,9 +36,9 @@ bool ElfImage::recognises(ByteView file) { return file.size() >= 4 && std::memcm
 
 Status ElfImage::open(ByteView file) {
   const uint64_t elf_class = file.number(kClass);
-  if (elf_class != 1 && elf_class != 2) return {"its ELF class is unknown"};
+  if (elf_class != 1 && elf_class != 2) return errors_.failure("its ELF class is unknown[|]");
   const uint64_t byte_order = file.number(kByteOrder);
-  if (byte_order != 1 && byte_order != 2) return {"its ELF byte order is unknown"};
+  if (byte_order != 1 && byte_order != 2) return errors_.failure("its ELF byte order is unknown[|]");
   has_64_bits_ = elf_class == 2;
   file_ = file.in_order(byte_order == 1 ? ByteOrder::little : ByteOrder::big);
 
@@ -47,21 +47,21 @@ Status ElfImage::open(ByteView file) {
 
   const Layout &in = layout(has_64_bits_);
   const auto header = file_.part(0, in.header_size);
-  if (!header) return {"its ELF header is cut off"};
+  if (!header) return errors_.failure("its ELF header is cut off[|]");
   const uint64_t table = header->number(in.section_table);
   if (table == 0) return {};  // sections may be stripped
   const uint64_t stride = header->number(in.section_stride);
-  if (stride < in.section_size) return {"its section headers are too small"};
+  if (stride < in.section_size) return errors_.failure("its section headers are too small[|]");
   uint64_t count = header->number(in.section_count);
   if (count == 0) {
     // A count that does not fit stands in the first section's size.
     const auto first = file_.part(table, stride);
-    if (!first) return {"its section table lies outside the file"};
+    if (!first) return errors_.failure("its section table lies outside the file[|]");
     count = first->number(in.size);
   }
   // Also keeps the product from overflowing.
   const auto entries = count <= file_.size() ? file_.part(table, count * stride) : std::nullopt;
-  if (!entries) return {"its section table lies outside the file"};
+  if (!entries) return errors_.failure("its section table lies outside the file[|]");
   section_table_ = *entries;
   section_count_ = static_cast<uint32_t>(count);
   section_stride_ = static_cast<uint32_t>(stride);
@@ -85,7 +85,7 @@ ElfSection ElfImage::section(uint32_t index) const {
 
 Status ElfImage::contents(const ElfSection &section, ByteView *bytes) const {
   const auto part = file_.part(section.offset, section.size);
-  if (!part) return {"a section lies outside the file"};
+  if (!part) return errors_.failure("a section lies outside the file[|]");
   *bytes = *part;
   return {};
 }
@@ -96,7 +96,7 @@ Status ElfImage::section_names(ByteView *names) const {
   uint64_t index = file_.number(in.names_index);
   if (index == kElsewhere && section_count_ > 0) index = section(0).link;
   if (index == 0 || section_count_ == 0) return {};
-  if (index >= section_count_) return {"its sections have no string table"};
+  if (index >= section_count_) return errors_.failure("its sections have no string table[|]");
   return contents(section(static_cast<uint32_t>(index)), names);
 }
 
@@ -109,9 +109,9 @@ Status ElfImage::segments(ByteView *table, uint32_t *count) const {
   uint64_t all = file_.number(in.segment_count);
   if (all == kElsewhere && section_count_ > 0) all = section_table_.number(in.info);
   const uint64_t stride = file_.number(in.segment_stride);
-  if (all != 0 && stride < in.segment_size) return {"its program headers are too small"};
+  if (all != 0 && stride < in.segment_size) return errors_.failure("its program headers are too small[|]");
   const auto entries = file_.part(start, all * stride);  // at most 32 and 16 bits
-  if (!entries) return {"its program headers lie outside the file"};
+  if (!entries) return errors_.failure("its program headers lie outside the file[|]");
   *table = *entries;
   *count = static_cast<uint32_t>(all);
   return {};

@@ -35,6 +35,9 @@ struct ElfSegment {
 
 class ElfImage {
  public:
+  /// REQUIRES: the errors outlive this.
+  explicit ElfImage(const Errors &errors) : errors_(errors) {}
+
   static bool recognises(ByteView file);
 
   /// REQUIRES: recognises(file).
@@ -62,6 +65,7 @@ class ElfImage {
   bool is_x86() const { return machine_ == 3 || machine_ == 62; }
 
  private:
+  const Errors &errors_;
   ByteView file_;
   ByteView section_table_;
   bool has_64_bits_ = false;

@@ -52,8 +52,8 @@ Status add_symbol(ByteView entry, const Layout &in, ByteView strings, SymbolName
 Status read_table(const ElfImage &image, const ElfSection &section, SymbolNames &names, SymbolTable &table) {
   if (section.size == 0) return {};
   const Layout &in = image.has_64_bits() ? kLayout64 : kLayout32;
-  if (section.entry_size < in.symbol_size) return {"its symbol table's entries are too small"};
-  if (section.link >= image.section_count()) return {"a symbol table has no string table"};
+  if (section.entry_size < in.symbol_size) return table.errors().failure("its symbol table's entries are too small[|]");
+  if (section.link >= image.section_count()) return table.errors().failure("a symbol table has no string table[|]");
   ByteView symbols, strings;
   Status status = image.contents(section, &symbols);
   if (status.ok()) status = image.contents(image.section(section.link), &strings);
@@ -68,18 +68,19 @@ Status read_table(const ElfImage &image, const ElfSection &section, SymbolNames 
 }  // namespace
 
 Status read_elf_symbols(ByteView file, SymbolTable &table) {
-  ElfImage image;
+  ElfImage image(table.errors());
   Status status = image.open(file);
   table.address_digits = image.has_64_bits() ? 16 : 8;
-  SymbolNames names(file.size());
+  SymbolNames names(table.errors(), file.size());
   uint32_t seen_symtab = 0, seen_dynsym = 0;
   for (uint32_t i = 0; status.ok() && i < image.section_count(); ++i) {
     const ElfSection section = image.section(i);
     if (section.type != kSymtab && section.type != kDynsym) continue;
     // More than one of a type is not allowed; many that lie over each other would take quadratic time.
     if (++(section.type == kSymtab ? seen_symtab : seen_dynsym) > 1)
-      return {"it has several symbol tables of one type"};
-    status = read_table(image, section, names, table);
+      return table.errors().failure("it has several symbol tables of one type[|]");
+    status = table.errors().add(read_table(image, section, names, table),
+                                "section [0_u32], a symbol table, cannot be read[|]", i);
   }
   return status;
 }

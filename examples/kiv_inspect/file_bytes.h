@@ -10,7 +10,7 @@ namespace kiv::inspect {
 
 /// Reads a file into one block of the allocator's, which has to be large enough for it: the library's sizes have 32
 /// bits, and so files above 4 GiB - 1 are refused.
-Status read_file(const char *path, KIV_ALLOCATOR *allocator, ByteView *bytes);
+Status read_file(const Errors &errors, const char *path, KIV_ALLOCATOR *allocator, ByteView *bytes);
 
 }  // namespace kiv::inspect
 

@@ -1,49 +1,92 @@
 // kiv_inspect looks into programs, ELF or PE, for the people who write debuggers. The exit status is 0, 1 after an
-// error (one line on standard error tells it), or 2 for a command line that makes no sense.
+// error (its record is on standard error), or 2 for a command line that makes no sense.
 
 #include <climits>
 #include <clocale>
-#include <cstdio>
 #include <cstring>
 
 #include "examples/kiv_inspect/command.h"
+#include "examples/kiv_inspect/output.h"
+#include "kiv_debug_heap.h"
 
 namespace kiv::inspect {
 namespace {
 
 constexpr Command kCommands[] = {
-    {"symbols", "[--regex] PROGRAM [PATTERN]", 1, 3,
-     "the symbols in the order of their addresses: address, kind (F function, O object, - other), name;\n"
-     "      with a pattern those whose whole name it matches (* any characters, ? any one, [a-f] one of these),\n"
-     "      with --regex those of which a regular expression matches a part (. [] * + ? ^ $)",
+    {"symbols",
+     "[--regex] PROGRAM [PATTERN]",
+     1,
+     3,
+     {"the symbols in the order of their addresses: address, kind (F function, O object, - other), name;",
+      "with a pattern those whose whole name it matches (* any characters, ? any one, [a-f] one of these),",
+      "with --regex those of which a regular expression matches a part (. [] * + ? ^ $)"},
      run_symbols},
-    {"resolve", "PROGRAM HEX...", 2, INT_MAX, "the nearest symbol at or below each address, and the distance from it",
+    {"resolve",
+     "PROGRAM HEX...",
+     2,
+     INT_MAX,
+     {"the nearest symbol at or below each address, and the distance from it"},
      run_resolve},
-    {"constants", "PROGRAM [PATTERN]", 1, 2,
-     "the constants of the debug information: kind (E enumerator, C constant, V variable, M member), name, value;\n"
-     "      with a pattern those whose whole name it matches",
+    {"constants",
+     "PROGRAM [PATTERN]",
+     1,
+     2,
+     {"the constants of the debug information: kind (E enumerator, C constant, V variable, M member), name, value;",
+      "with a pattern those whose whole name it matches"},
      run_constants},
-    {"bytes", "PROGRAM HEX COUNT [FIRST:WIDTH[be|le]]", 3, 4,
-     "the bytes from an address on, as they are loaded; with FIRST:WIDTH a bit field out of them, too: 1 to 128 bits,\n"
-     "      from bit FIRST on, of a number in the byte order of the program, or big (be) or little endian (le)",
+    {"bytes",
+     "PROGRAM HEX COUNT [FIRST:WIDTH[be|le]]",
+     3,
+     4,
+     {"the bytes from an address on, as they are loaded; with FIRST:WIDTH a bit field out of them, too: 1 to 128 bits,",
+      "from bit FIRST on, of a number in the byte order of the program, or big (be) or little endian (le)"},
      run_bytes},
 };
 
-void print_usage() {
-  std::fputs("usage:\n", stderr);
+constexpr char kDebugHeap[] = "--debug-heap";
+
+/// What cannot be printed for lack of memory is left out.
+void print_usage(const Errors &errors, KIV_ALLOCATOR *allocator) {
+  Output output(stderr, errors, allocator);
+  (void)output.line("usage: kiv_inspect [[[0_s]] COMMAND[|]", kDebugHeap);
   for (const Command &command : kCommands) {
-    std::fprintf(stderr, "  kiv_inspect %s %s\n      %s\n", command.name, command.arguments, command.help);
+    (void)output.line("  [0_s] [1_s][|]", command.name, command.arguments);
+    for (const char *line : command.help) {
+      if (line != nullptr) (void)output.line("      [0_s][|]", line);
+    }
   }
+  (void)output.line("with [0_s], all memory is watched, and what happens to it is told[|]", kDebugHeap);
 }
 
-Outcome run(int argc, char **argv, KIV_ALLOCATOR *allocator) {
-  const Arguments arguments = {argc - 2, argv + 2, allocator};
+/// REQUIRES: count strings of the command line, from the command on.
+Outcome run(int count, char **values, KIV_ALLOCATOR *allocator) {
+  const Errors errors(allocator);
+  const Arguments arguments = {count - 1, values + 1, allocator, errors};
+  Outcome outcome = Outcome::wrong_usage;
   for (const Command &command : kCommands) {
-    if (argc < 2 || std::strcmp(argv[1], command.name) != 0) continue;
-    if (arguments.count < command.least || arguments.count > command.most) break;
-    return command.run(arguments);
+    if (count < 1 || std::strcmp(values[0], command.name) != 0) continue;
+    if (arguments.count >= command.least && arguments.count <= command.most) outcome = command.run(arguments);
   }
-  return Outcome::wrong_usage;
+  if (outcome == Outcome::wrong_usage) print_usage(errors, allocator);
+  return outcome;
+}
+
+/// On the C runtime's heap, whose failures are the callers' to notice.
+Outcome run_plainly(int count, char **values) {
+  KIV_ALLOCATOR heap;
+  const Outcome outcome = run(count, values, kiv_allocator_default_new(&heap));
+  (void)kiv_allocator_default_delete(&heap);
+  return outcome;
+}
+
+/// On the debug heap, which tells of writes outside of blocks, of blocks that are freed twice, and of those that are
+/// left at the end.
+Outcome run_watched(int count, char **values) {
+  (void)kiv_debug_heap_set_hook(kiv_debug_heap_print_hook);
+  KIV_ALLOCATOR heap;
+  const Outcome outcome = run(count, values, kiv_debug_heap_new(&heap, 0));
+  kiv_debug_heap_destroy_allocator(&heap);
+  return outcome;
 }
 
 }  // namespace
@@ -52,9 +95,7 @@ Outcome run(int argc, char **argv, KIV_ALLOCATOR *allocator) {
 int main(int argc, char **argv) {
   // Names are shown as the user's system shows text; numbers are not touched by that.
   (void)std::setlocale(LC_CTYPE, "");
-  KIV_ALLOCATOR heap;
-  const auto outcome = kiv::inspect::run(argc, argv, kiv_allocator_default_new(&heap));
-  (void)kiv_allocator_default_delete(&heap);
-  if (outcome == kiv::inspect::Outcome::wrong_usage) kiv::inspect::print_usage();
-  return static_cast<int>(outcome);
+  using namespace kiv::inspect;
+  const bool watched = argc > 1 && std::strcmp(argv[1], kDebugHeap) == 0;
+  return static_cast<int>(watched ? run_watched(argc - 2, argv + 2) : run_plainly(argc - 1, argv + 1));
 }

@@ -19,21 +19,22 @@ int by_address(const void *key, const void *value) {
 
 Status MemoryMap::open(ByteView file, KIV_ALLOCATOR *pool) {
   regions_ = kiv_avl_new_using_KIV_ALLOCATOR(pool, by_address, nullptr, nullptr);
-  if (regions_ == nullptr) return kOutOfMemory;
+  if (regions_ == nullptr) return errors_.out_of_memory();
   if (ElfImage::recognises(file)) return read_elf(file, pool);
   if (PeImage::recognises(file)) return read_pe(file, pool);
-  return {"it is neither an ELF nor a PE file"};
+  return errors_.failure("it is neither an ELF nor a PE file[|]");
 }
 
 Status MemoryMap::add(const MemoryRegion &region, KIV_ALLOCATOR *pool) {
   if (region.size == 0) return {};
   void *block = pool->alloc(pool, sizeof(MemoryRegion));
-  if (block == nullptr || kiv_avl_insert(regions_, new (block) MemoryRegion(region)) != 0) return kOutOfMemory;
+  if (block == nullptr || kiv_avl_insert(regions_, new (block) MemoryRegion(region)) != 0)
+    return errors_.out_of_memory();
   return {};
 }
 
 Status MemoryMap::read_elf(ByteView file, KIV_ALLOCATOR *pool) {
-  ElfImage image;
+  ElfImage image(errors_);
   Status status = image.open(file);
   order_ = image.order();
   address_digits_ = image.has_64_bits() ? 16 : 8;
@@ -44,7 +45,7 @@ Status MemoryMap::read_elf(ByteView file, KIV_ALLOCATOR *pool) {
     const ElfSegment segment = image.segment(table, i);
     if (segment.type != ElfSegment::kLoad) continue;
     const auto bytes = file.part(segment.offset, std::min(segment.file_size, segment.memory_size));
-    if (!bytes) return {"a segment lies outside the file"};
+    if (!bytes) return errors_.failure("a segment lies outside the file[|]");
     status = add({segment.address, segment.memory_size, *bytes}, pool);
   }
   if (count != 0) return status;
@@ -59,17 +60,17 @@ Status MemoryMap::read_elf(ByteView file, KIV_ALLOCATOR *pool) {
 }
 
 Status MemoryMap::read_pe(ByteView file, KIV_ALLOCATOR *pool) {
-  PeImage image;
+  PeImage image(errors_);
   Status status = image.open(file, pool);
   address_digits_ = image.has_64_bits() ? 16 : 8;
   if (!status.ok()) return status;
   const auto headers = file.part(0, image.headers_size());
-  if (!headers) return {"its PE header is cut off"};
+  if (!headers) return errors_.failure("its PE header is cut off[|]");
   status = add({image.address_of(0), headers->size(), *headers}, pool);
   for (uint32_t i = 1; status.ok() && i <= image.section_count(); ++i) {
     const PeSection &section = *image.section_by_number(i);
     const auto bytes = file.part(section.file_offset, section.file_size);
-    if (!bytes) return {"a section lies outside the file"};
+    if (!bytes) return errors_.failure("a section lies outside the file[|]");
     status = add({image.address_of(section.address), section.size, *bytes}, pool);
   }
   return status;

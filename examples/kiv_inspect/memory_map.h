@@ -22,6 +22,9 @@ struct MemoryRegion {
 
 class MemoryMap {
  public:
+  /// REQUIRES: the errors outlive this.
+  explicit MemoryMap(const Errors &errors) : errors_(errors) {}
+
   /// Reads the regions of a program of any known format: the segments of an ELF file, or its sections when it has no
   /// segments; the headers and sections of a PE file. The map's memory comes from the pool and is not given back.
   Status open(ByteView file, KIV_ALLOCATOR *pool);
@@ -42,6 +45,7 @@ class MemoryMap {
   Status read_pe(ByteView file, KIV_ALLOCATOR *pool);
   const MemoryRegion *region_at(uint64_t address) const;
 
+  const Errors &errors_;
   KIV_AVL_TREE *regions_ = nullptr;
   ByteOrder order_ = ByteOrder::little;
   int address_digits_ = 16;

@@ -10,6 +10,7 @@
 #include <cwchar>
 #include <iterator>
 
+#include "kiv_i18n.h"
 #include "kiv_string.h"
 
 namespace kiv::inspect {
@@ -44,39 +45,70 @@ bool can_be_written(KIV_UNICHAR c) {
   return static_cast<KIV_UNICHAR>(wide) == c && std::wcrtomb(bytes, wide, &state) != static_cast<size_t>(-1);
 }
 
-void print_visible(KIV_UNICHAR c) {
+void print_character(KIV_UNICHAR c, FILE *stream) {
   const KIV_UNICHAR text[] = {c, 0};
   if (c < 0x80 || (!is_formatting(c) && can_be_written(c))) {
-    (void)kiv_string_print_verbose_control_chars(text, stdout, print_to_stream);
+    (void)kiv_string_print_verbose_control_chars(text, stream, print_to_stream);
   } else {
-    std::printf("\\x%" PRIX32, c);
+    std::fprintf(stream, "\\x%" PRIX32, c);
   }
+}
+
+/// The printer of error records. Their strings come as "%S", and have to be harmless, too.
+int print_harmless(void *destination, const char *format, ...) {
+  auto *stream = static_cast<FILE *>(destination);
+  va_list arguments;
+  va_start(arguments, format);
+  int result = 0;
+  if (std::strcmp(format, "%S") == 0) {
+    for (const wchar_t *c = va_arg(arguments, const wchar_t *); *c != 0; ++c) {
+      print_character(static_cast<KIV_UNICHAR>(*c), stream);
+    }
+  } else {
+    result = std::vfprintf(stream, format, arguments);
+  }
+  va_end(arguments);
+  return result;
 }
 
 }  // namespace
 
-Outcome fail(const char *subject, Status status) {
-  (void)std::fflush(stdout);
-  const bool explained = status.error_number != 0;
-  std::fprintf(stderr, "kiv_inspect: %s: %s%s%s\n", subject, status.problem, explained ? ": " : "",
-               explained ? std::strerror(status.error_number) : "");
-  return Outcome::failed;
-}
-
-Outcome finish_output() {
-  errno = 0;
-  if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return Outcome::done;
-  return fail("standard output", {"it cannot be written", errno});
-}
-
-void print_address(uint64_t address, int digits) { std::printf("%0*" PRIx64, digits, address); }
-
-void print_name(const KIV_UNICHAR *name) {
-  if (std::all_of(name, name + kiv_string_length(name), is_plain)) {
-    (void)kiv_string_fputs(name, stdout, print_to_stream);
-    return;
+// Nearly all characters are plain: runs of them are written in one go.
+void print_visible(const KIV_UNICHAR *text, FILE *stream) {
+  char run[128];
+  while (*text != 0) {
+    size_t length = 0;
+    while (length < sizeof run && is_plain(*text)) run[length++] = static_cast<char>(*text++);
+    (void)std::fwrite(run, 1, length, stream);
+    if (*text != 0 && !is_plain(*text)) print_character(*text++, stream);
   }
-  for (; *name != 0; ++name) print_visible(*name);
+}
+
+Status Output::print(const char *message, const void *const *words) {
+  if (kiv_i18n_prn8(nullptr, buffer_, kBufferSize, nullptr, message, words[0], words[1], words[2], words[3], words[4],
+                    words[5], words[6], words[7]) == 0) {
+    print_visible(buffer_, stream_);
+  } else {
+    const KIV_STRING text = kiv_i18n_prna8(nullptr, allocator_, message, words[0], words[1], words[2], words[3],
+                                           words[4], words[5], words[6], words[7]);
+    if (text == nullptr) return errors_.out_of_memory();
+    print_visible(text, stream_);
+    kiv_string_delete(allocator_, text);
+  }
+  (void)std::putc('\n', stream_);
+  return {};
+}
+
+Status Output::finish() {
+  errno = 0;
+  if (std::fflush(stream_) == 0 && !has_failed()) return {};
+  if (errno == 0) return errors_.failure("the output cannot be written[|]");
+  return errors_.system_failure("the output cannot be written: [0_S][|]");
+}
+
+void print_error(Status status) {
+  (void)std::fflush(stdout);
+  kiv_error_print(status.error, stderr, print_harmless);
 }
 
 }  // namespace kiv::inspect

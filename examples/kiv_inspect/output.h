@@ -1,26 +1,60 @@
-// How the commands print.
+// How the program prints: every line is a message of kiv_i18n.h.
 #ifndef KIV_INSPECT_OUTPUT_H
 #define KIV_INSPECT_OUTPUT_H
 
-#include <cstdint>
+#include <cstdio>
 
-#include "examples/kiv_inspect/command.h"
+#include "examples/kiv_inspect/message_words.h"
 #include "examples/kiv_inspect/status.h"
 #include "kiv_types.h"
 
 namespace kiv::inspect {
 
-/// The error line on standard error.
-Outcome fail(const char *subject, Status status);
-
-/// Ends a command's output: it has failed when it could not be written.
-Outcome finish_output();
-
-void print_address(uint64_t address, int digits);
-
-/// Prints a name as the locale shows it. What has no shape becomes visible: control characters as ^A, others that are
+/// Prints a text as the locale shows it. What has no shape becomes visible: control characters as ^A, others that are
 /// not printable as \x and their number. A name from a hostile file cannot play with a terminal.
-void print_name(const KIV_UNICHAR *name);
+void print_visible(const KIV_UNICHAR *text, FILE *stream);
+
+/// A message that shows an address in all of its digits, for programs of either width.
+struct AddressMessage {
+  const char *with_8_digits, *with_16_digits;
+
+  const char *of(int digits) const { return digits == 8 ? with_8_digits : with_16_digits; }
+};
+
+/// Lines of a stream. One that does not fit in the buffer takes its memory from the allocator, and gives it back.
+class Output {
+ public:
+  /// REQUIRES: errors and allocator outlive this.
+  Output(FILE *stream, const Errors &errors, KIV_ALLOCATOR *allocator)
+      : stream_(stream), errors_(errors), allocator_(allocator) {}
+  Output(const Output &) = delete;
+  Output &operator=(const Output &) = delete;
+
+  /// Prints a message with its values, and a line end. Whether the stream could be written, finish() tells.
+  template <class... Values>
+  Status line(const char *message, const Values &...values) {
+    return print(message, MessageWords(values...).words());
+  }
+
+  /// Whether the stream has failed, so that further lines are of no use.
+  bool has_failed() const { return std::ferror(stream_) != 0; }
+
+  /// Ends the output: a failure when it could not be written.
+  Status finish();
+
+ private:
+  Status print(const char *message, const void *const *words);
+
+  static constexpr uint32_t kBufferSize = 512;  // code points
+
+  FILE *stream_;
+  const Errors &errors_;
+  KIV_ALLOCATOR *allocator_;
+  KIV_UNICHAR buffer_[kBufferSize];
+};
+
+/// Prints the record of a failure to standard error.
+void print_error(Status status);
 
 }  // namespace kiv::inspect
 

@@ -61,19 +61,20 @@ Status PeImage::open(ByteView file, KIV_ALLOCATOR *scratch) {
   file_ = file.in_order(ByteOrder::little);
   const uint64_t header_at = file_.u32(kHeaderOffsetAt);
   const auto header = file_.part(header_at, kCoffHeaderSize);
-  if (!header) return {"its PE header is cut off"};
+  if (!header) return errors_.failure("its PE header is cut off[|]");
   const uint32_t section_count = header->u16(6);
   is_x86_ = header->u16(4) == 0x14C || header->u16(4) == 0x8664;
   coff_symbols_ = {header->u32(12), header->u32(16)};
   const uint32_t optional_size = header->u16(20);
   const auto optional = file_.part(header_at + kCoffHeaderSize, optional_size);
-  if (!optional) return {"its PE header is cut off"};
+  if (!optional) return errors_.failure("its PE header is cut off[|]");
   const uint16_t magic = optional->u16(0);
-  if (magic != kLayout32.magic && magic != kLayout64.magic) return {"its kind of PE header is unknown"};
+  if (magic != kLayout32.magic && magic != kLayout64.magic)
+    return errors_.failure("its kind of PE header is unknown[|]");
   has_64_bits_ = magic == kLayout64.magic;
   read_optional_header(*optional);
   const auto sections = file_.part(header_at + kCoffHeaderSize + optional_size, uint64_t{section_count} * kSectionSize);
-  if (!sections) return {"its section table lies outside the file"};
+  if (!sections) return errors_.failure("its section table lies outside the file[|]");
   return read_sections(*sections, section_count, scratch);
 }
 
@@ -90,7 +91,7 @@ Status PeImage::read_sections(ByteView headers, uint32_t count, KIV_ALLOCATOR *s
   by_address_ = kiv_avl_new_using_KIV_ALLOCATOR(scratch, by_address, nullptr, nullptr);
   // At most 65535 records: the size cannot overflow.
   sections_ = static_cast<PeSection *>(scratch->alloc(scratch, count * static_cast<uint32_t>(sizeof(PeSection))));
-  if (by_address_ == nullptr || sections_ == nullptr) return kOutOfMemory;
+  if (by_address_ == nullptr || sections_ == nullptr) return errors_.out_of_memory();
   for (uint32_t at = 0; section_count_ < count; at += kSectionSize) {
     const ByteView header = headers.part(at, kSectionSize).value_or(ByteView());
     PeSection &section = sections_[section_count_++];
@@ -102,7 +103,7 @@ Status PeImage::read_sections(ByteView headers, uint32_t count, KIV_ALLOCATOR *s
     section.executable = (header.u32(36) & kExecutable) != 0;
     section.name = header.part(0, kShortNameSize).value_or(ByteView());
     // Sections do not overlap. In a damaged file that has some, the earlier of two at one address counts.
-    if (section.size != 0 && kiv_avl_insert(by_address_, &section) != 0) return kOutOfMemory;
+    if (section.size != 0 && kiv_avl_insert(by_address_, &section) != 0) return errors_.out_of_memory();
   }
   return {};
 }
@@ -136,7 +137,7 @@ Status PeImage::name(const PeSection &section, ByteView *name) const {
 Status PeImage::contents(const PeSection &section, ByteView *bytes) const {
   const bool padded = section.memory_size != 0 && section.memory_size < section.file_size;
   const auto part = file_.part(section.file_offset, padded ? section.memory_size : section.file_size);
-  if (!part) return {"a section lies outside the file"};
+  if (!part) return errors_.failure("a section lies outside the file[|]");
   *bytes = *part;
   return {};
 }
@@ -149,18 +150,18 @@ Status PeImage::coff_strings(ByteView *strings) const {
   const auto size = file_.part(start, 4);
   if (!size) return {};  // a file without long names may end before it
   const auto part = file_.part(start, size->u32(0));
-  if (!part) return {"its string table lies outside the file"};
+  if (!part) return errors_.failure("its string table lies outside the file[|]");
   *strings = *part;
   return {};
 }
 
 Status PeImage::bytes_at(uint32_t rva, ByteView *bytes) const {
   const PeSection *section = section_at(rva);
-  if (section == nullptr) return {"an address lies in no section"};
+  if (section == nullptr) return errors_.failure("an address lies in no section[|]");
   const auto contents = file_.part(section->file_offset, section->file_size);
-  if (!contents) return {"a section lies outside the file"};
+  if (!contents) return errors_.failure("a section lies outside the file[|]");
   const auto rest = contents->rest(rva - section->address);
-  if (!rest) return {"an address lies behind the bytes of its section"};
+  if (!rest) return errors_.failure("an address lies behind the bytes of its section[|]");
   *bytes = *rest;
   return {};
 }

@@ -22,10 +22,16 @@ struct PeSection {
 
 class PeImage {
  public:
+  /// REQUIRES: the errors outlive this.
+  explicit PeImage(const Errors &errors) : errors_(errors) {}
+
   static bool recognises(ByteView file);
 
   /// Memory for the sections comes from scratch and is not given back. REQUIRES: recognises(file).
   Status open(ByteView file, KIV_ALLOCATOR *scratch);
+
+  /// Where failures of its readers come from.
+  const Errors &errors() const { return errors_; }
 
   bool has_64_bits() const { return has_64_bits_; }
 
@@ -73,6 +79,7 @@ class PeImage {
   void read_optional_header(ByteView header);
   Status read_sections(ByteView headers, uint32_t count, KIV_ALLOCATOR *scratch);
 
+  const Errors &errors_;
   ByteView file_;
   bool has_64_bits_ = false;
   bool is_x86_ = false;

@@ -18,7 +18,7 @@ Status read_coff_name(ByteView entry, ByteView strings, SymbolNames &names, std:
     const uint32_t offset = entry.u32(4);
     if (offset == 0) return {};  // a name of no bytes
     // What comes before the first name is the table's size.
-    return offset >= 4 ? names.read(strings, offset, name) : Status{"a name lies outside the string table"};
+    return names.read(strings, offset >= 4 ? offset : UINT64_MAX, name);
   }
   const void *end = std::memchr(entry.data(), 0, kShortNameSize);
   const auto size =
@@ -32,7 +32,7 @@ Status add_coff_symbol(const PeImage &image, ByteView entry, ByteView strings, S
   const uint8_t storage_class = entry.u8(16);
   if (number <= 0 || (storage_class != kExternal && storage_class != kStatic)) return {};
   const PeSection *section = image.section_by_number(static_cast<uint32_t>(number));
-  if (section == nullptr) return {"a symbol's section does not exist"};
+  if (section == nullptr) return table.errors().failure("a symbol's section does not exist[|]");
   const bool is_function = (entry.u16(14) & 0x30) == 0x20;
   const bool has_more = entry.u8(17) != 0;
   // A static symbol with a further record that is no function stands for a section, or for one file's part of it.
@@ -52,12 +52,13 @@ Status read_coff_symbols(ByteView file, const PeImage &image, SymbolNames &names
   if (offset == 0 || count == 0) return {};
   const uint64_t size = uint64_t{count} * kSymbolSize;
   const auto symbols = file.part(offset, size);
-  if (!symbols) return {"its symbol table lies outside the file"};
+  if (!symbols) return table.errors().failure("its symbol table lies outside the file[|]");
   ByteView strings;
   Status status = image.coff_strings(&strings);
   for (uint64_t at = 0; status.ok() && at < size;) {
     const ByteView entry = symbols->part(at, kSymbolSize).value_or(ByteView());
-    status = add_coff_symbol(image, entry, strings, names, table);
+    status = table.errors().add(add_coff_symbol(image, entry, strings, names, table),
+                                "COFF symbol [0_u64] cannot be read[|]", at / kSymbolSize);
     at += uint64_t{kSymbolSize} * (1u + entry.u8(17));  // further records belong to this symbol
   }
   return status;
@@ -67,7 +68,7 @@ Status read_coff_symbols(ByteView file, const PeImage &image, SymbolNames &names
 Status add_export(const PeImage &image, uint32_t name_rva, uint32_t ordinal, ByteView functions, SymbolNames &names,
                   SymbolTable &table) {
   const auto entry = functions.part(uint64_t{ordinal} * 4, 4);
-  if (!entry) return {"an exported name has no address"};
+  if (!entry) return table.errors().failure("an exported name has no address[|]");
   const uint32_t rva = entry->u32(0);
   const auto [directory, directory_size] = image.export_table();
   const bool is_forwarder = rva - directory < directory_size;
@@ -90,7 +91,7 @@ Status read_array(const PeImage &image, uint32_t rva, uint32_t count, uint32_t w
   const Status status = image.bytes_at(rva, &rest);
   if (!status.ok()) return status;
   const auto part = rest.part(0, uint64_t{count} * width);
-  if (!part) return {"its export table is cut off"};
+  if (!part) return image.errors().failure("its export table is cut off[|]");
   *array = *part;
   return {};
 }
@@ -110,8 +111,9 @@ Status read_exports(const PeImage &image, SymbolNames &names, SymbolTable &table
   if (status.ok()) status = read_array(image, header.u32(32), name_count, 4, &name_rvas);
   if (status.ok()) status = read_array(image, header.u32(36), name_count, 2, &ordinals);
   for (uint32_t i = 0; status.ok() && i < name_count; ++i) {
-    status = add_export(image, static_cast<uint32_t>(name_rvas.number({i * 4, 4})), ordinals.u16(i * 2), functions,
-                        names, table);
+    const auto name_rva = static_cast<uint32_t>(name_rvas.number({i * 4, 4}));
+    status = table.errors().add(add_export(image, name_rva, ordinals.u16(i * 2), functions, names, table),
+                                "export [0_u32] cannot be read[|]", i);
   }
   return status;
 }
@@ -120,10 +122,10 @@ Status read_exports(const PeImage &image, SymbolNames &names, SymbolTable &table
 
 Status read_pe_symbols(ByteView file, SymbolTable &table) {
   file = file.in_order(ByteOrder::little);
-  PeImage image;
+  PeImage image(table.errors());
   Status status = image.open(file, table.pool());
   table.address_digits = image.has_64_bits() ? 16 : 8;
-  SymbolNames names(file.size());
+  SymbolNames names(table.errors(), file.size());
   if (status.ok()) status = read_coff_symbols(file, image, names, table);
   if (status.ok()) status = read_exports(image, names, table);
   return status;

@@ -11,27 +11,36 @@ namespace kiv::inspect {
 Status read_symbols(ByteView file, SymbolTable &table) {
   if (ElfImage::recognises(file)) return read_elf_symbols(file, table);
   if (PeImage::recognises(file)) return read_pe_symbols(file, table);
-  return {"it is neither an ELF nor a PE file"};
+  return table.errors().failure("it is neither an ELF nor a PE file[|]");
 }
 
-Program::Program(KIV_ALLOCATOR *parent) : memory_(kiv_allocator_wrap_new(&storage_, parent, 0)) {}
+Program::Program(const Errors &errors, KIV_ALLOCATOR *parent)
+    : errors_(errors),
+      memory_(kiv_allocator_wrap_new(&storage_, parent, 0)),
+      symbols_(errors),
+      constants_(errors),
+      memory_map_(errors) {}
 
 Program::~Program() {
   if (memory_ != nullptr) kiv_allocator_wrap_delete(memory_);
 }
 
-Status Program::load(const char *path) { return memory_ != nullptr ? read_file(path, memory_, &file_) : kOutOfMemory; }
+Status Program::load(const char *path) {
+  return memory_ != nullptr ? read_file(errors_, path, memory_, &file_) : errors_.out_of_memory();
+}
 
 Status Program::load_symbols() {
   const Status status = symbols_.open(memory_);
-  return status.ok() ? read_symbols(file_, symbols_) : status;
+  return status.ok() ? errors_.add(read_symbols(file_, symbols_), "its symbols cannot be read[|]") : status;
 }
 
 Status Program::load_constants() {
   const Status status = constants_.open(memory_);
-  return status.ok() ? read_constants(file_, constants_) : status;
+  return status.ok() ? errors_.add(read_constants(file_, constants_), "its constants cannot be read[|]") : status;
 }
 
-Status Program::load_memory() { return memory_map_.open(file_, memory_); }
+Status Program::load_memory() {
+  return errors_.add(memory_map_.open(file_, memory_), "its memory cannot be laid out[|]");
+}
 
 }  // namespace kiv::inspect

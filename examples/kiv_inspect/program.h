@@ -17,8 +17,8 @@ Status read_symbols(ByteView file, SymbolTable &table);
 /// All memory comes from a wrapping allocator, so that one call gives everything back.
 class Program {
  public:
-  /// REQUIRES: the parent outlives the program.
-  explicit Program(KIV_ALLOCATOR *parent);
+  /// REQUIRES: errors and parent outlive the program.
+  Program(const Errors &errors, KIV_ALLOCATOR *parent);
   ~Program();
   Program(const Program &) = delete;
   Program &operator=(const Program &) = delete;
@@ -35,6 +35,7 @@ class Program {
   const MemoryMap &memory() const { return memory_map_; }
 
  private:
+  const Errors &errors_;
   KIV_ALLOCATOR storage_ = {};
   KIV_ALLOCATOR *memory_;  // null when it could not be made
   ByteView file_;

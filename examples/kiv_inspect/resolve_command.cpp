@@ -2,9 +2,6 @@
 // below it; "ADDRESS NAME" where it starts, "ADDRESS no symbol" below all symbols. How large a symbol is does not
 // count: many have no size.
 
-#include <cinttypes>
-#include <cstdio>
-
 #include "examples/kiv_inspect/command.h"
 #include "examples/kiv_inspect/name_text.h"
 #include "examples/kiv_inspect/number_arguments.h"
@@ -14,20 +11,30 @@
 namespace kiv::inspect {
 namespace {
 
-Status print_resolved(const SymbolTable &symbols, uint64_t address, NameText &text) {
+constexpr AddressMessage kNone = {"[0_u64x.8] no symbol[|]", "[0_u64x.16] no symbol[|]"};
+constexpr AddressMessage kStart = {"[0_u64x.8] [1_S][|]", "[0_u64x.16] [1_S][|]"};
+constexpr AddressMessage kInside = {"[0_u64x.8] [1_S]+0x[2_u64x][|]", "[0_u64x.16] [1_S]+0x[2_u64x][|]"};
+
+Status print_resolved(const SymbolTable &symbols, uint64_t address, NameText &text, Output &output) {
+  const int digits = symbols.address_digits;
   const Symbol *symbol = symbols.nearest(address);
-  const KIV_UNICHAR *name = symbol != nullptr ? text.decode(symbol->name) : nullptr;
-  if (symbol != nullptr && name == nullptr) return kOutOfMemory;
-  print_address(address, symbols.address_digits);
-  std::putchar(' ');
-  if (symbol == nullptr) {
-    std::fputs("no symbol", stdout);
-  } else {
-    print_name(name);
-    if (symbol->address != address) std::printf("+0x%" PRIx64, address - symbol->address);
+  if (symbol == nullptr) return output.line(kNone.of(digits), address);
+  const KIV_UNICHAR *name = text.decode(symbol->name);
+  if (name == nullptr) return symbols.errors().out_of_memory();
+  if (symbol->address == address) return output.line(kStart.of(digits), address, name);
+  return output.line(kInside.of(digits), address, name, address - symbol->address);
+}
+
+Status resolve(const Arguments &arguments) {
+  Program program(arguments.errors, arguments.allocator);
+  Status status = program.load(arguments.values[0]);
+  if (status.ok()) status = program.load_symbols();
+  NameText text(arguments.allocator);
+  Output output(stdout, arguments.errors, arguments.allocator);
+  for (int i = 1; i < arguments.count && status.ok(); ++i) {
+    status = print_resolved(program.symbols(), *parse_address(arguments.values[i]), text, output);
   }
-  std::putchar('\n');
-  return {};
+  return status.ok() ? output.finish() : status;
 }
 
 }  // namespace
@@ -36,16 +43,7 @@ Outcome run_resolve(Arguments arguments) {
   for (int i = 1; i < arguments.count; ++i) {
     if (!parse_address(arguments.values[i])) return Outcome::wrong_usage;
   }
-  Program program(arguments.allocator);
-  const char *path = arguments.values[0];
-  Status status = program.load(path);
-  if (status.ok()) status = program.load_symbols();
-  if (!status.ok()) return fail(path, status);
-  NameText text(arguments.allocator);
-  for (int i = 1; i < arguments.count && status.ok(); ++i) {
-    status = print_resolved(program.symbols(), *parse_address(arguments.values[i]), text);
-  }
-  return status.ok() ? finish_output() : fail(path, status);
+  return finish(arguments, resolve(arguments), "addresses in \"[0_S]\" cannot be resolved[|]", arguments.values[0]);
 }
 
 }  // namespace kiv::inspect

@@ -7,11 +7,12 @@ namespace kiv::inspect {
 
 Status SymbolNames::read(ByteView table, uint64_t offset, std::string_view *name) {
   const auto text = table.rest(offset);
-  if (!text || text->size() == 0) return {"a name lies outside the string table"};
+  if (!text || text->size() == 0) return errors_.failure("a name lies outside the string table[|]");
   const auto limit = static_cast<size_t>(std::min<uint64_t>(text->size(), bytes_left_));
   const void *end = limit > 0 ? std::memchr(text->data(), 0, limit) : nullptr;
   if (end == nullptr) {
-    return limit == text->size() ? Status{"a name has no end"} : Status{"its names share too many bytes"};
+    return limit == text->size() ? errors_.failure("a name has no end[|]")
+                                 : errors_.failure("its names share too many bytes[|]");
   }
   const auto size = static_cast<size_t>(static_cast<const uint8_t *>(end) - text->data());
   bytes_left_ -= size + 1;

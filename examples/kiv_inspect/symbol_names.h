@@ -15,12 +15,14 @@ namespace kiv::inspect {
 
 class SymbolNames {
  public:
-  explicit SymbolNames(uint32_t file_size) : bytes_left_(uint64_t{file_size} * 16) {}
+  /// REQUIRES: the errors outlive this.
+  SymbolNames(const Errors &errors, uint32_t file_size) : errors_(errors), bytes_left_(uint64_t{file_size} * 16) {}
 
   /// The name from offset to the next zero byte, which has to be in the table.
   Status read(ByteView table, uint64_t offset, std::string_view *name);
 
  private:
+  const Errors &errors_;
   uint64_t bytes_left_;
 };
 

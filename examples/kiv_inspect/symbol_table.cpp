@@ -34,19 +34,19 @@ int by_address_rank_and_name(const void *key, const void *value) {
 }  // namespace
 
 Status SymbolTable::open(KIV_ALLOCATOR *parent) {
-  if (kiv_allocator_fast_new(&pool_, parent, 0, nullptr, 0, kChunkSize) != 0) return kOutOfMemory;
+  if (kiv_allocator_fast_new(&pool_, parent, 0, nullptr, 0, kChunkSize) != 0) return errors_.out_of_memory();
   in_order_ = kiv_avl_new_using_KIV_ALLOCATOR(&pool_, by_address_rank_and_name, nullptr, nullptr);
   by_name_ = kiv_avl_new_using_KIV_ALLOCATOR(&pool_, by_address_and_name, nullptr, nullptr);
-  return in_order_ != nullptr && by_name_ != nullptr ? Status{} : kOutOfMemory;
+  return in_order_ != nullptr && by_name_ != nullptr ? Status{} : errors_.out_of_memory();
 }
 
 Status SymbolTable::add(const Symbol &symbol) {
   auto *known = static_cast<Symbol *>(kiv_avl_find(by_name_, &symbol));
   if (known == nullptr) {
     void *block = pool_.alloc(&pool_, sizeof(Symbol));
-    if (block == nullptr) return kOutOfMemory;
+    if (block == nullptr) return errors_.out_of_memory();
     known = new (block) Symbol(symbol);
-    if (kiv_avl_insert(by_name_, known) != 0) return kOutOfMemory;
+    if (kiv_avl_insert(by_name_, known) != 0) return errors_.out_of_memory();
   } else if (compare_rank(symbol, *known) < 0) {
     (void)kiv_avl_detach(in_order_, known);
     known->kind = symbol.kind;
@@ -54,7 +54,7 @@ Status SymbolTable::add(const Symbol &symbol) {
   } else {
     return {};
   }
-  return kiv_avl_insert(in_order_, known) == 0 ? Status{} : kOutOfMemory;
+  return kiv_avl_insert(in_order_, known) == 0 ? Status{} : errors_.out_of_memory();
 }
 
 const Symbol *SymbolTable::nearest(uint64_t address) const {

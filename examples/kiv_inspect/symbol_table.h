@@ -30,7 +30,8 @@ struct Symbol {
 
 class SymbolTable {
  public:
-  SymbolTable() = default;
+  /// REQUIRES: the errors outlive this.
+  explicit SymbolTable(const Errors &errors) : errors_(errors) {}
   SymbolTable(const SymbolTable &) = delete;  // the trees point to the pool
   SymbolTable &operator=(const SymbolTable &) = delete;
 
@@ -50,10 +51,14 @@ class SymbolTable {
   /// Memory that lasts as long as the table, for readers that fill it.
   KIV_ALLOCATOR *pool() { return &pool_; }
 
+  /// Where failures of these readers come from.
+  const Errors &errors() const { return errors_; }
+
   /// Hexadecimal digits of the program's addresses: 8 or 16.
   int address_digits = 16;
 
  private:
+  const Errors &errors_;
   KIV_ALLOCATOR pool_ = {};
   KIV_AVL_TREE *in_order_ = nullptr;
   KIV_AVL_TREE *by_name_ = nullptr;

@@ -2,7 +2,6 @@
 // addresses. At one address functions come before objects before others, and of each global symbols before weak and
 // local ones. A program without symbols, or without any that the pattern matches, gives no lines.
 
-#include <cstdio>
 #include <cstring>
 
 #include "examples/kiv_inspect/command.h"
@@ -39,10 +38,14 @@ bool parse(Arguments arguments, Options *options) {
   return options->path != nullptr && (options->pattern != nullptr || !options->regex);
 }
 
+constexpr AddressMessage kLine = {"[0_u64x.8] [1_c] [2_S][|]", "[0_u64x.16] [1_c] [2_S][|]"};
+
 struct Listing {
   const KIV_UNICHAR *pattern;
   bool regex;
-  int address_digits;
+  const char *line;
+  const Errors &errors;
+  Output &output;
   NameText name;
   Status status;
 
@@ -59,15 +62,31 @@ int print_if_matching(void *value, void *context) {
   auto &listing = *static_cast<Listing *>(context);
   const KIV_UNICHAR *name = listing.name.decode(symbol.name);
   if (name == nullptr) {
-    listing.status = kOutOfMemory;
-    return 0;
+    listing.status = listing.errors.out_of_memory();
+  } else if (listing.chooses(name)) {
+    const char kind = kKindLetters[static_cast<int>(symbol.kind)];
+    listing.status = listing.output.line(listing.line, symbol.address, kind, name);
   }
-  if (!listing.chooses(name)) return 1;
-  print_address(symbol.address, listing.address_digits);
-  std::printf(" %c ", kKindLetters[static_cast<int>(symbol.kind)]);
-  print_name(name);
-  std::putchar('\n');
-  return std::ferror(stdout) == 0;
+  return listing.status.ok() && !listing.output.has_failed();
+}
+
+Status list(const Arguments &arguments, const Options &options) {
+  const Errors &errors = arguments.errors;
+  Program program(errors, arguments.allocator);
+  Status status = program.load(options.path);
+  if (status.ok()) status = program.load_symbols();
+  if (!status.ok()) return status;
+  const SymbolTable &symbols = program.symbols();
+  NameText pattern(arguments.allocator);
+  Output output(stdout, errors, arguments.allocator);
+  Listing listing = {
+      nullptr, options.regex, kLine.of(symbols.address_digits), errors, output, NameText(arguments.allocator), {}};
+  if (options.pattern != nullptr) {
+    listing.pattern = pattern.decode(options.pattern);
+    if (listing.pattern == nullptr) return errors.out_of_memory();
+  }
+  symbols.walk(print_if_matching, &listing);
+  return listing.status.ok() ? output.finish() : listing.status;
 }
 
 }  // namespace
@@ -75,18 +94,7 @@ int print_if_matching(void *value, void *context) {
 Outcome run_symbols(Arguments arguments) {
   Options options;
   if (!parse(arguments, &options)) return Outcome::wrong_usage;
-  Program program(arguments.allocator);
-  Status status = program.load(options.path);
-  if (status.ok()) status = program.load_symbols();
-  if (!status.ok()) return fail(options.path, status);
-  NameText pattern(arguments.allocator);
-  Listing listing = {nullptr, options.regex, program.symbols().address_digits, NameText(arguments.allocator), {}};
-  if (options.pattern != nullptr) {
-    listing.pattern = pattern.decode(options.pattern);
-    if (listing.pattern == nullptr) listing.status = kOutOfMemory;
-  }
-  if (listing.status.ok()) program.symbols().walk(print_if_matching, &listing);
-  return listing.status.ok() ? finish_output() : fail(options.path, listing.status);
+  return finish(arguments, list(arguments, options), "the symbols of \"[0_S]\" cannot be listed[|]", options.path);
 }
 
 }  // namespace kiv::inspect

@@ -6,7 +6,7 @@
 
 namespace kiv::inspect {
 
-inline constexpr Status kSplitDebugInfo = {"its debug information is split: the entries are in .dwo files"};
+inline constexpr char kSplitDebugInfo[] = "its debug information is split: the entries are in .dwo files[|]";
 
 /// Offsets count from the section's start but for type_offset.
 struct UnitHeader {
@@ -20,7 +20,7 @@ struct UnitHeader {
 };
 
 /// Reads the header at an offset of .debug_info, or of the .debug_types that version 4 had.
-Status read_unit_header(ByteView section, uint32_t offset, bool is_in_types, UnitHeader *header);
+Status read_unit_header(const Errors &errors, ByteView section, uint32_t offset, bool is_in_types, UnitHeader *header);
 
 }  // namespace kiv::inspect
 

@@ -10,6 +10,7 @@
 #include "examples/kiv_inspect/program.h"
 #include "gtest/gtest.h"
 #include "tests/examples/dwarf_images.h"
+#include "tests/examples/failure_text.h"
 #include "tests/support/counting_allocator.h"
 #include "tests/support/random.h"
 
@@ -47,10 +48,11 @@ Reading read(const Bytes &bytes) {
   std::copy(bytes.begin(), bytes.end(), exact.get());
   KIV_ALLOCATOR heap, wrap;
   kiv_allocator_wrap_new(&wrap, kiv_allocator_default_new(&heap), 0);
-  ConstantTable table;
+  const Errors errors(&heap);
+  ConstantTable table(errors);
   EXPECT_TRUE(table.open(&wrap).ok());
   const Status status = read_constants({exact.get(), static_cast<uint32_t>(bytes.size()), ByteOrder::little}, table);
-  Reading reading{status.ok() ? "" : status.problem, {}};
+  Reading reading{problem_of(status), {}};
   for (const Constant *c = table.first(); c != nullptr; c = c->next) reading.constants.push_back(line_of(*c));
   kiv_allocator_wrap_delete(&wrap);
   return reading;
@@ -477,11 +479,13 @@ TEST(KivInspectConstants, IsNotKeptBusyByHostileFiles) {
 TEST(KivInspectConstants, TellsEveryShortageOfMemory) {
   const std::string path = write_file("sweep", cases()[0].image);
   const uint32_t points = sweep_failures([&](CountingAllocator &allocator) {
-    Program program(allocator.record());
+    KIV_ALLOCATOR heap;
+    const Errors errors(kiv_allocator_default_new(&heap));
+    Program program(errors, allocator.record());
     Status status = program.load(path.c_str());
     if (status.ok()) status = program.load_constants();
     if (status.ok()) status = program.load_memory();
-    EXPECT_STREQ(status.problem, allocator.has_failed() ? kOutOfMemory.problem : nullptr);
+    EXPECT_EQ(problem_of(status), allocator.has_failed() ? kOutOfMemoryText : "");
   });
   EXPECT_GE(points, 4u);
   std::remove(path.c_str());

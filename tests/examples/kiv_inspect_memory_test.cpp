@@ -3,6 +3,7 @@
 #include "examples/kiv_inspect/memory_map.h"
 
 #include "gtest/gtest.h"
+#include "tests/examples/failure_text.h"
 #include "tests/examples/program_images.h"
 
 namespace {
@@ -37,10 +38,11 @@ TEST(KivInspectMemory, ShowsWhatIsLoaded) {
   };
   KIV_ALLOCATOR heap, wrap;
   kiv_allocator_wrap_new(&wrap, kiv_allocator_default_new(&heap), 0);
+  const Errors errors(&heap);
   for (const auto &row : kRows) {
-    MemoryMap map;
+    MemoryMap map(errors);
     const Status status = map.open({row.image.bytes.data(), row.image.size(), ByteOrder::little}, &wrap);
-    EXPECT_STREQ(status.problem, nullptr);
+    EXPECT_EQ(problem_of(status), "");
     EXPECT_EQ(map.contains(row.address, row.count), !row.bytes.empty()) << row.address << " " << row.count;
     std::string bytes(row.bytes.size(), 'x');
     map.read(row.address, static_cast<uint32_t>(bytes.size()), reinterpret_cast<uint8_t *>(bytes.data()));
@@ -48,9 +50,9 @@ TEST(KivInspectMemory, ShowsWhatIsLoaded) {
   }
   Image image = kRows[0].image;
   image.put_at(image.marks.at("segments") + 8, image.size() - 3, 8);
-  MemoryMap map;
-  EXPECT_STREQ(map.open({image.bytes.data(), image.size(), ByteOrder::little}, &wrap).problem,
-               "a segment lies outside the file");
+  MemoryMap map(errors);
+  EXPECT_EQ(problem_of(map.open({image.bytes.data(), image.size(), ByteOrder::little}, &wrap)),
+            "a segment lies outside the file");
   kiv_allocator_wrap_delete(&wrap);
 }
 

@@ -6,6 +6,7 @@
 #include "examples/kiv_inspect/name_text.h"
 #include "examples/kiv_inspect/program.h"
 #include "gtest/gtest.h"
+#include "tests/examples/failure_text.h"
 #include "tests/examples/program_images.h"
 #include "tests/support/counting_allocator.h"
 #include "tests/support/random.h"
@@ -42,10 +43,11 @@ Reading read(const Bytes &bytes, const std::vector<uint64_t> &addresses = {}) {
   std::copy(bytes.begin(), bytes.end(), exact.get());
   KIV_ALLOCATOR heap, wrap;
   kiv_allocator_wrap_new(&wrap, kiv_allocator_default_new(&heap), 0);
-  SymbolTable table;
+  const Errors errors(&heap);
+  SymbolTable table(errors);
   EXPECT_TRUE(table.open(&wrap).ok());
   const Status status = read_symbols({exact.get(), static_cast<uint32_t>(bytes.size()), ByteOrder::little}, table);
-  Reading reading{status.ok() ? "" : status.problem};
+  Reading reading{problem_of(status)};
   reading.digits = table.address_digits;
   table.walk(add_line, &reading);
   for (const uint64_t address : addresses) {
@@ -286,10 +288,12 @@ TEST(KivInspect, TellsEveryShortageOfMemory) {
   for (const Case &c : cases()) {
     const std::string path = write_file("sweep", c.image);
     const uint32_t points = sweep_failures([&](CountingAllocator &allocator) {
-      Program program(allocator.record());
+      KIV_ALLOCATOR heap;
+      const Errors errors(kiv_allocator_default_new(&heap));
+      Program program(errors, allocator.record());
       Status status = program.load(path.c_str());
       if (status.ok()) status = program.load_symbols();
-      EXPECT_STREQ(status.problem, allocator.has_failed() ? kOutOfMemory.problem : nullptr);
+      EXPECT_EQ(problem_of(status), allocator.has_failed() ? kOutOfMemoryText : "");
     });
     EXPECT_GE(points, 4u);  // the file's block, the pool's chunk and its header, and a cell for each
     std::remove(path.c_str());
