@@ -77,6 +77,7 @@ enum : uint32_t {
   kSize = 11,
   kValue = 28,
   kOrigin = 49,
+  kDeclaration = 60,
   kEncoding = 62,
   kSpecification = 71,
   kType = 73,
@@ -268,6 +269,18 @@ DwarfBuilder build_program(const DwarfShape &shape, Lines *expected) {
   builder.entry(kEnumeration, true, {name("Shared"), {kEncoding, kData1, 5}, {kSize, kData1, 1}});
   builder.entry(kEnumerator, false, {name("minus"), {kValue, kData1, 0xFF}});
   builder.end_children();
+  // A type that completes a declaration in the scopes around it, and one that is only a scope.
+  builder.begin_unit(2, kTypeSignature + 1);
+  builder.entry(kNamespace, true, {name("far"), {kDeclaration, kPresent}});
+  const uint64_t scoped = builder.entry(kStruct, false, {name("Scoped"), {kDeclaration, kPresent}});
+  builder.end_children();
+  builder.entry(kStruct, true, {name("Scoped"), {kSpecification, kRef4, scoped}});
+  const uint64_t inner = builder.entry(kEnumeration, false, {name("Inner"), {kDeclaration, kFlag, 1}});
+  builder.entry(kMember, false, {name("n"), {kValue, kData1, 3}});
+  builder.end_children();
+  builder.entry(kEnumeration, true, {{kSpecification, kRef4, inner}});
+  builder.entry(kEnumerator, false, {name("i"), {kValue, kData1, 4}});
+  builder.end_children();
 
   builder.begin_unit();
   const uint64_t first_unit = builder.unit_start();
@@ -284,8 +297,12 @@ DwarfBuilder build_program(const DwarfShape &shape, Lines *expected) {
   builder.entry(kEnumerator, false, {{kName, kStrx, 0}, {kValue, kData1, 0xFD}});
   builder.end_children();
   builder.entry(kStruct, true, {{kName, kLineStrp, line_text}});
-  const uint64_t member = builder.entry(kMember, false, {name("m"), {kType, kRef2, qualified}, {kValue, kData2, 0xFF}});
+  const uint64_t member = builder.entry(
+      kMember, false, {name("m"), {kType, kRef2, qualified}, {kValue, kData2, 0xFF}, {kDeclaration, kPresent}});
   builder.entry(kMember, false, {name("without a value")});
+  builder.end_children();
+  builder.entry(kStruct, true, {{kDeclaration, kPresent}, {kSignature, kSig8, kTypeSignature}});
+  builder.entry(kMember, false, {name("s"), {kValue, kData1, 5}});
   builder.end_children();
   builder.end_children();
   builder.end_children();
@@ -308,12 +325,15 @@ DwarfBuilder build_program(const DwarfShape &shape, Lines *expected) {
                "E outer::Color::one = 7",
                "E outer::zero = 253",
                "M outer::from line::m = -1",
+               "M outer::Shared::s = 5",
+               "V outer::from line::m = -4",
                "V m = -4",
                "V shared = -5",
                "V elsewhere = 251",
                "V v = -6"};
   // A type of version 4 has a section of its own, which comes last.
-  expected->insert(shape.version < 5 ? expected->end() : expected->begin(), "E Shared::minus = -1");
+  expected->insert(shape.version < 5 ? expected->end() : expected->begin(),
+                   {"E Shared::minus = -1", "M far::Scoped::n = 3", "E far::Scoped::Inner::i = 4"});
   return builder;
 }
 
