@@ -196,6 +196,7 @@ const std::vector<ValueRow> kValues = {
     {"__float128", kData16, 0, "\x3F\xFF\x40" + std::string(13, '\0'), "1.25"},
     {"__float128", kBlock4, 0, "\x3F\xFD" + std::string(14, '\x55'), "0.3333333333333333333333333333333333"},
     {"long", kData16, 0, std::string(6, '\xEE') + "\xBF\xFF\xA0" + std::string(7, '\0'), "-1.25"},
+    {"long", kBlock1, 0, "\xBF\xFF\xA0" + std::string(7, '\0'), "-1.25"},
     {"complex", kBlock1, 0, "\1\2", "01.02."},
     {"odd", kBlock1, 0, "\1\2\3\4\5\6", "01.02.03.04.05.06."},
 };
