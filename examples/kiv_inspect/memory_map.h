@@ -23,7 +23,8 @@ struct MemoryRegion {
 class MemoryMap {
  public:
   /// Reads the regions of a program of any known format: the segments of an ELF file, or its sections when it has no
-  /// segments; the headers and sections of a PE file. The map's memory comes from the pool and is not given back.
+  /// segments; the headers and sections of a PE file. An object file is refused. The map's memory comes from the pool
+  /// and is not given back.
   Status open(ByteView file, KIV_ALLOCATOR *pool);
 
   /// Whether all of these addresses are in the program.

@@ -51,6 +51,10 @@ TEST(KivInspectMemory, ShowsWhatIsLoaded) {
   MemoryMap map;
   EXPECT_STREQ(map.open({image.bytes.data(), image.size(), ByteOrder::little}, &wrap).problem,
                "a segment lies outside the file");
+  image = build_elf_sections(true, ByteOrder::little, sections);
+  image.put_at(16, 1, 2);  // an object file
+  EXPECT_STREQ(map.open({image.bytes.data(), image.size(), ByteOrder::little}, &wrap).problem,
+               "it is an object file: its addresses are not final");
   kiv_allocator_wrap_delete(&wrap);
 }
 
