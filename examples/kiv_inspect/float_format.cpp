@@ -62,7 +62,7 @@ void format_float(const KIV_U128 &image, const FloatFormat &format, char (&text)
     if (digits < format.digits && !reads_back(text, bytes, format)) continue;
     const long magnitude = std::strtol(exponent + 1, nullptr, 10);
     if (magnitude < -4 || magnitude > 15) return;
-    // The same digits without an exponent.
+    // The same digits without an exponent. An integer's other digits are its own rather than zeros.
     (void)kiv_bigflt_sprint(text, kFloatTextSize, "f", std::max(1, digits - 1 - static_cast<int>(magnitude)), &value);
     return;
   }

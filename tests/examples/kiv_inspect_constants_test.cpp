@@ -184,6 +184,7 @@ const std::vector<ValueRow> kValues = {
     {"int", kBlock2, 0, "\1\2", "01.02."},
     // Numbers with a fraction.
     {"half", kData2, 0x3555, "", "0.3333"},
+    {"half", kData2, 0x7BFF, "", "65504.0"},
     {"__bf16", kData2, 0x3FC0, "", "1.5"},
     {"float", kData4, 0x3DCCCCCD, "", "0.1"},
     {"float", kUdata, 0x7F7FFFFF, "", "3.4028235e+38"},
