@@ -34,7 +34,7 @@ Status describe(DebugInfo &info, const Unit &unit, const Entry &entry, ValueType
   if (type->kind != ValueType::floating) return {};
   std::string_view name;
   const Status status = info.text(unit, entry.name, &name);
-  type->format = float_format_of_type(name, type->size, info.sections().x87);
+  type->format = float_format_of_type(name, type->size, info.sections().x87, info.sections().double_pairs);
   if (type->format == nullptr) type->kind = ValueType::other;
   return status;
 }

@@ -21,8 +21,8 @@ struct FloatFormat {
 const FloatFormat *float_format_of_width(uint32_t bits);
 
 /// The format of a base type, or null when it is none of these. Types of 12 and 16 bytes are told apart by what the
-/// program runs on, and by name.
-const FloatFormat *float_format_of_type(std::string_view name, uint64_t bytes, bool x87);
+/// program runs on, and by name. A pair of doubles, as PowerPC has, is none.
+const FloatFormat *float_format_of_type(std::string_view name, uint64_t bytes, bool x87, bool double_pairs);
 
 /// Room for any number.
 inline constexpr uint32_t kFloatTextSize = 64;

@@ -234,6 +234,23 @@ TEST(KivInspectConstants, DecodesValuesInEveryForm) {
   }
 }
 
+TEST(KivInspectConstants, ShowsNoPairOfDoublesAsOneNumber) {
+  DwarfBuilder builder(kPlain);
+  builder.begin_unit();
+  for (const char *label : {"long double", "__ibm128", "__float128"}) {
+    const uint64_t type = builder.entry(kBase, false, {name(label), {kEncoding, kData1, 4}, {kSize, kData1, 16}});
+    const std::string one = std::string(14, '\0') + "\xFF\x3F";
+    builder.entry(kConstant, false, {name(label), {kType, kRef4, type}, {kValue, kBlock1, 0, one}});
+  }
+  Image image = builder.elf();
+  image.put_at(18, 21, 2);  // PowerPC
+  std::string bytes;
+  for (int i = 0; i < 14; ++i) bytes += "00.";
+  bytes += "ff.3f.";
+  EXPECT_EQ(read(image.bytes).constants,
+            (Lines{"C long double = " + bytes, "C __ibm128 = " + bytes, "C __float128 = 1.0"}));
+}
+
 TEST(KivInspectConstants, SkipsEveryForm) {
   for (const DwarfShape &shape : kShapes) {
     DwarfBuilder builder(shape);
