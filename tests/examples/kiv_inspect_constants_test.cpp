@@ -288,7 +288,7 @@ DwarfBuilder build_program(const DwarfShape &shape, Lines *expected) {
   builder.entry(kEnumeration, true, {name("Shared"), {kEncoding, kData1, 5}, {kSize, kData1, 1}});
   builder.entry(kEnumerator, false, {name("minus"), {kValue, kData1, 0xFF}});
   builder.end_children();
-  // A type that completes a declaration in the scopes around it, and one that is only a scope.
+  // A type that completes a declaration in its scopes, and an enumeration that completes one in the type.
   builder.begin_unit(2, kTypeSignature + 1);
   builder.entry(kNamespace, true, {name("far"), {kDeclaration, kPresent}});
   const uint64_t scoped = builder.entry(kStruct, false, {name("Scoped"), {kDeclaration, kPresent}});
