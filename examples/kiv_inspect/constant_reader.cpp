@@ -1,6 +1,7 @@
 #include "examples/kiv_inspect/constant_reader.h"
 
 #include <algorithm>
+#include <functional>
 #include <new>
 #include <optional>
 
@@ -51,9 +52,30 @@ bool is_scope(uint64_t tag) {
 
 /// An entry whose children are being read.
 struct Level {
-  std::string_view name;  // of a scope
-  ValueType enumerators;  // of an enumeration
+  std::string_view name;                   // of a scope
+  std::optional<std::string_view> around;  // what is in front of it, when that is not in the levels below
+  std::optional<std::string_view> inside;  // what is in front of its children, once it is spelled
+  ValueType enumerators;                   // of an enumeration
 };
+
+/// What is in front of a declaration's name, and of the names of entries that complete it: these stand elsewhere.
+struct DeclaredScopes {
+  const Unit *unit;
+  uint64_t offset;
+  std::string_view names;
+};
+
+int by_place(const void *key, const void *value) {
+  const auto &a = *static_cast<const DeclaredScopes *>(key), &b = *static_cast<const DeclaredScopes *>(value);
+  if (a.unit != b.unit) return std::less<>()(a.unit, b.unit) ? -1 : 1;
+  return (a.offset > b.offset) - (a.offset < b.offset);
+}
+
+/// Whether an entry is a declaration of a scope or a constant that other entries complete.
+bool is_declaration(const Entry &entry) {
+  return entry.is_declaration && (is_scope(entry.tag) || entry.tag == dwarf::kConstant ||
+                                  entry.tag == dwarf::kVariable || entry.tag == dwarf::kMember);
+}
 
 /// The walk through all entries. It goes down and up by a stack of its own.
 class Walk {
@@ -67,7 +89,8 @@ class Walk {
     KIV_ALLOCATOR *pool = table_.pool();
     levels_ = static_cast<Level *>(pool->alloc(pool, kMostLevels * sizeof(Level)));
     name_ = static_cast<char *>(pool->alloc(pool, kLongestName));
-    if (levels_ == nullptr || name_ == nullptr) return table_.errors().out_of_memory();
+    declared_ = kiv_avl_new_using_KIV_ALLOCATOR(pool, by_place, nullptr, nullptr);
+    if (levels_ == nullptr || name_ == nullptr || declared_ == nullptr) return table_.errors().out_of_memory();
     Status status = info_.open(sections, pool);
     for (const Unit *unit = info_.first_unit(); status.ok() && unit != nullptr; unit = unit->next) {
       status = table_.errors().add(walk_unit(*unit),
@@ -89,7 +112,8 @@ class Walk {
         depth_ -= depth_ > 0;
         continue;
       }
-      if (const auto kind = kind_of(entry)) status = add(unit, entry, *kind);
+      if (is_declaration(entry)) status = declare(unit, entry);
+      if (const auto kind = kind_of(entry); status.ok() && kind) status = add(unit, entry, *kind);
       if (status.ok() && entry.has_children) status = enter(unit, entry);
     }
     return status;
@@ -103,6 +127,7 @@ class Walk {
     Declaration declaration;
     Status status = read_declaration(info_, unit, entry, &declaration);
     level.name = declaration.name;
+    if (status.ok()) status = find_scopes(unit, entry, &level.around);
     if (status.ok() && entry.tag == dwarf::kEnumerationType) {
       status = read_enumeration_type(info_, unit, entry, &level.enumerators);
     }
@@ -126,12 +151,57 @@ class Walk {
       status = info_.text(unit, entry.const_value, &constant.value.contents);
       if (constant.value.contents.data() == nullptr) return status;  // a value of another kind: none to be shown
     }
-    if (status.ok()) status = spell(declaration.name, &constant.name);
+    std::optional<std::string_view> around;
+    if (status.ok()) status = find_scopes(unit, entry, &around);
+    if (status.ok()) status = spell(around, declaration.name, &constant.name);
     return status.ok() ? table_.add(constant) : status;
   }
 
-  /// The name with those of the scopes around it.
-  Status spell(std::string_view name, std::string_view *whole) {
+  /// Keeps what is in front of a declaration's name.
+  Status declare(const Unit &unit, const Entry &entry) {
+    std::optional<std::string_view> around;
+    Status status = find_scopes(unit, entry, &around);
+    if (status.ok() && !around) status = spell_scopes(&around);
+    if (!status.ok()) return status;
+    KIV_ALLOCATOR *pool = table_.pool();
+    void *block = pool->alloc(pool, sizeof(DeclaredScopes));
+    if (block == nullptr) return kOutOfMemory;
+    auto *declared = new (block) DeclaredScopes{&unit, entry.start, *around};
+    return kiv_avl_insert(declared_, declared) == 0 ? Status{} : kOutOfMemory;
+  }
+
+  /// What is in front of the name of the declaration that an entry completes; none for other entries. Declarations
+  /// come before the entries that complete them.
+  Status find_scopes(const Unit &unit, const Entry &entry, std::optional<std::string_view> *around) const {
+    EntryPlace place;
+    const Status status = info_.find(unit, entry.specification, &place);
+    const DeclaredScopes key = {place.unit, place.offset, {}};
+    const auto *declared = static_cast<const DeclaredScopes *>(kiv_avl_find(declared_, &key));
+    if (declared != nullptr) *around = declared->names;
+    return status;
+  }
+
+  /// The names of the scopes around the current place, in memory that lasts; spelled once for all children of an entry.
+  Status spell_scopes(std::optional<std::string_view> *names) {
+    *names = std::string_view();
+    if (depth_ == 0) return {};
+    Level &level = levels_[depth_ - 1];
+    if (!level.inside) {
+      std::string_view spelled;
+      const Status status = spell({}, {}, &spelled);
+      if (!status.ok()) return status;
+      KIV_ALLOCATOR *pool = table_.pool();
+      auto *copy = static_cast<char *>(pool->alloc(pool, static_cast<uint32_t>(spelled.size()) + 1));
+      if (copy == nullptr) return kOutOfMemory;
+      std::copy(spelled.begin(), spelled.end(), copy);
+      level.inside = {copy, spelled.size()};
+    }
+    *names = level.inside;
+    return {};
+  }
+
+  /// The name with those of the scopes around it, or with the given ones in front.
+  Status spell(const std::optional<std::string_view> &around, std::string_view name, std::string_view *whole) {
     uint32_t size = 0;
     const auto append = [&](std::string_view part) {
       if (part.size() > kLongestName - size) return false;
@@ -139,8 +209,15 @@ class Walk {
       size += static_cast<uint32_t>(part.size());
       return true;
     };
-    bool fits = true;
-    for (uint32_t i = 0; i < depth_; ++i) {
+    std::string_view front = around.value_or(std::string_view());
+    uint32_t first = around ? depth_ : 0;
+    for (uint32_t i = first; i < depth_; ++i) {
+      if (!levels_[i].around) continue;
+      front = *levels_[i].around;
+      first = i;
+    }
+    bool fits = append(front);
+    for (uint32_t i = first; i < depth_; ++i) {
       if (!levels_[i].name.empty()) fits = fits && append(levels_[i].name) && append("::");
     }
     if (!fits || !append(name)) return table_.errors().failure("a name in its debug information is too long[|]");
@@ -154,6 +231,7 @@ class Walk {
   DebugInfo info_;
   Level *levels_ = nullptr;
   uint32_t depth_ = 0;
+  KIV_AVL_TREE *declared_ = nullptr;
   char *name_ = nullptr;
   uint64_t name_bytes_left_;
 };

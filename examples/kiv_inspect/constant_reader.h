@@ -12,8 +12,8 @@
 namespace kiv::inspect {
 
 /// Enumerators, constants, and variables and members with a constant value, of DWARF versions 2 to 5 in an ELF or PE
-/// file. Names have those of the namespaces, types and enumerations around them: "namespace::type::name". Text and
-/// bytes of values stay in the file. The table is open.
+/// file. Names have those of the namespaces, types and enumerations around them, or around the declarations that they
+/// complete: "namespace::type::name". Text and bytes of values stay in the file. The table is open.
 Status read_constants(ByteView file, ConstantTable &table);
 
 }  // namespace kiv::inspect

@@ -35,8 +35,10 @@ KIV_U128 extend(const KIV_U128 &number, uint64_t bytes, bool is_signed) {
   return result;
 }
 
-/// Whether bytes have one number of the type, whose size has to be theirs.
+/// Whether bytes have one number of the type, whose size has to be theirs; a floating-point number's padding may be
+/// left out.
 bool is_number(ByteView bytes, const ValueType &type) {
+  if (type.kind == ValueType::floating && bytes.size() == type.format->size / 8) return true;
   return bytes.size() >= 1 && bytes.size() <= 16 && type.kind != ValueType::unknown && type.kind != ValueType::other &&
          (type.size == bytes.size() || type.size == 0);
 }

@@ -35,8 +35,9 @@ FormValue *field_of(Entry *entry, uint64_t attribute) {
     case dwarf::kEncoding:
       return &entry->encoding;
     case dwarf::kAbstractOrigin:
-    case dwarf::kSpecification:
       return &entry->origin;
+    case dwarf::kSpecification:
+      return &entry->specification;
     case dwarf::kSignature:
       return &entry->signature;
     case dwarf::kStringOffsetsBase:
@@ -125,6 +126,7 @@ Status DebugInfo::read_entry(const Unit &unit, uint64_t offset, Entry *entry) {
         read_form(errors_, reader, row.form, row.implicit, unit.format, value != nullptr ? value : &ignored);
     if (!status.ok()) return status;
     entry->is_skeleton = entry->is_skeleton || row.name == dwarf::kDwoName || row.name == dwarf::kGnuDwoName;
+    entry->is_declaration = entry->is_declaration || row.name == dwarf::kDeclaration;
   }
   entry->next = reader.at();
   return reader.ok() ? Status{} : errors_.failure(kCutOff);

@@ -53,6 +53,7 @@ Status find_in_elf(const Errors &errors, ByteView file, DebugSections *sections,
   ElfImage image(errors);
   Status status = image.open(file);
   sections->x87 = image.is_x86();
+  sections->double_pairs = image.is_powerpc();
   ByteView names;
   if (status.ok()) status = image.section_names(&names);
   for (uint32_t i = 0; status.ok() && i < image.section_count(); ++i) {

@@ -11,7 +11,8 @@ namespace kiv::inspect {
 /// Those that are absent are empty.
 struct DebugSections {
   ByteView info, types, abbreviations, strings, line_strings, string_offsets;
-  bool x87 = false;  // long double is the extended format of x86
+  bool x87 = false;           // long double is the extended format of x86
+  bool double_pairs = false;  // long double is a pair of doubles
 };
 
 /// Finds them in a program of any known format. A program without debug information, or with one that is compressed,

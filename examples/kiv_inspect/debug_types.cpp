@@ -34,7 +34,7 @@ Status describe(DebugInfo &info, const Unit &unit, const Entry &entry, ValueType
   if (type->kind != ValueType::floating) return {};
   std::string_view name;
   const Status status = info.text(unit, entry.name, &name);
-  type->format = float_format_of_type(name, type->size, info.sections().x87);
+  type->format = float_format_of_type(name, type->size, info.sections().x87, info.sections().double_pairs);
   if (type->format == nullptr) type->kind = ValueType::other;
   return status;
 }
@@ -108,9 +108,12 @@ Status read_declaration(DebugInfo &info, const Unit &unit, const Entry &entry, D
       declaration->type = current.type;
       declaration->type_unit = place.unit;
     }
-    if (!current.origin || (!declaration->name.empty() && declaration->type)) break;
+    FormValue next = current.specification ? current.specification : current.origin;
+    // A declaration may have its name in a type unit.
+    if (!next && declaration->name.empty()) next = current.signature;
+    if (!next || (!declaration->name.empty() && declaration->type)) break;
     const Unit &from = *place.unit;
-    Status status = info.find(from, current.origin, &place);
+    Status status = info.find(from, next, &place);
     if (!status.ok() || place.unit == nullptr) return status;
     status = info.read_entry(*place.unit, place.offset, &current);
     if (!status.ok()) return status;

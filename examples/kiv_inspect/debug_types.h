@@ -13,7 +13,8 @@ Status read_value_type(DebugInfo &info, const Unit &unit, const FormValue &refer
 /// The type of the enumerators of an enumeration: its underlying type, or what it says about itself.
 Status read_enumeration_type(DebugInfo &info, const Unit &unit, const Entry &enumeration, ValueType *type);
 
-/// An entry's name and type, which may stand in the entries that it completes. Empty and absent when there are none.
+/// An entry's name and type, which may stand in the entries that it completes, and the name in the type unit that
+/// completes it. Empty and absent when there are none.
 struct Declaration {
   std::string_view name;
   const Unit *type_unit = nullptr;  // of the type

@@ -38,6 +38,7 @@ enum Attribute : uint32_t {
   kByteSize = 0x0B,
   kConstValue = 0x1C,
   kAbstractOrigin = 0x31,
+  kDeclaration = 0x3C,
   kEncoding = 0x3E,
   kSpecification = 0x47,
   kType = 0x49,

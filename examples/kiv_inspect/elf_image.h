@@ -64,6 +64,9 @@ class ElfImage {
   /// Whether the program is for x86 of either width.
   bool is_x86() const { return machine_ == 3 || machine_ == 62; }
 
+  /// Whether the program is for PowerPC of either width.
+  bool is_powerpc() const { return machine_ == 20 || machine_ == 21; }
+
  private:
   const Errors &errors_;
   ByteView file_;

@@ -36,10 +36,11 @@ const FloatFormat *float_format_of_width(uint32_t bits) {
   return found != std::end(kFormats) ? found : nullptr;
 }
 
-const FloatFormat *float_format_of_type(std::string_view name, uint64_t bytes, bool x87) {
+const FloatFormat *float_format_of_type(std::string_view name, uint64_t bytes, bool x87, bool double_pairs) {
   if (bytes == 2 && contains(name, "bf")) return &kBrainFloat;  // __bf16, std::bfloat16_t
   if (bytes > 16) return nullptr;
-  const bool quad = contains(name, "128");  // __float128, _Float128, std::float128_t
+  const bool quad = contains(name, "128") && !contains(name, "ibm");  // __float128, _Float128, but not __ibm128
+  if (double_pairs && bytes == 16 && !quad) return nullptr;
   if (x87 && (bytes == 12 || (bytes == 16 && !quad))) return float_format_of_width(80);
   return float_format_of_width(static_cast<uint32_t>(8 * bytes));
 }
@@ -62,7 +63,7 @@ void format_float(const KIV_U128 &image, const FloatFormat &format, char (&text)
     if (digits < format.digits && !reads_back(text, bytes, format)) continue;
     const long magnitude = std::strtol(exponent + 1, nullptr, 10);
     if (magnitude < -4 || magnitude > 15) return;
-    // The same digits without an exponent.
+    // The same digits without an exponent. An integer's other digits are its own rather than zeros.
     (void)kiv_bigflt_sprint(text, kFloatTextSize, "f", std::max(1, digits - 1 - static_cast<int>(magnitude)), &value);
     return;
   }

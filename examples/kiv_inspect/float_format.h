@@ -21,13 +21,14 @@ struct FloatFormat {
 const FloatFormat *float_format_of_width(uint32_t bits);
 
 /// The format of a base type, or null when it is none of these. Types of 12 and 16 bytes are told apart by what the
-/// program runs on, and by name.
-const FloatFormat *float_format_of_type(std::string_view name, uint64_t bytes, bool x87);
+/// program runs on, and by name. A pair of doubles, as PowerPC has, is none.
+const FloatFormat *float_format_of_type(std::string_view name, uint64_t bytes, bool x87, bool double_pairs);
 
 /// Room for any number.
 inline constexpr uint32_t kFloatTextSize = 64;
 
-/// The shortest decimal text that reads back as the same number: "0.1", "-3.0", "6.62607015e-34", "NaN", "+Inf".
+/// The shortest decimal digits that read back as the same number, but integers below 1e16 whole: "0.1", "-3.0",
+/// "65504.0" (of binary16, where 6.55e4 is the same), "6.62607015e-34", "NaN", "+Inf".
 void format_float(const KIV_U128 &image, const FloatFormat &format, char (&text)[kFloatTextSize]);
 
 }  // namespace kiv::inspect

@@ -48,7 +48,8 @@ Status MemoryMap::read_elf(ByteView file, KIV_ALLOCATOR *pool) {
     if (!bytes) return errors_.failure("a segment lies outside the file[|]");
     status = add({segment.address, segment.memory_size, *bytes}, pool);
   }
-  if (count != 0) return status;
+  if (!status.ok() || count != 0) return status;
+  if (!image.is_linked()) return {"it is an object file: its addresses are not final"};
   for (uint32_t i = 0; status.ok() && i < image.section_count(); ++i) {
     const ElfSection section = image.section(i);
     if (!section.has(ElfSection::kAllocated)) continue;
@@ -82,11 +83,18 @@ const MemoryRegion *MemoryMap::region_at(uint64_t address) const {
   return region != nullptr && address - region->address < region->size ? region : nullptr;
 }
 
+/// Of a region, from an address in it up to its end.
+uint64_t MemoryMap::size_from(const MemoryRegion &region, uint64_t address) const {
+  const uint64_t left = region.size - (address - region.address);
+  const auto *next = static_cast<const MemoryRegion *>(kiv_avl_find_least_greater(regions_, &region));
+  return next != nullptr ? std::min(left, next->address - address) : left;
+}
+
 bool MemoryMap::contains(uint64_t address, uint64_t count) const {
   while (count > 0) {
     const MemoryRegion *region = region_at(address);
     if (region == nullptr) return false;
-    const uint64_t left = region->size - (address - region->address);
+    const uint64_t left = size_from(*region, address);
     if (count <= left) return count - 1 <= UINT64_MAX - address;
     if (left > UINT64_MAX - address) return false;  // the addresses wrap
     address += left;
@@ -101,7 +109,7 @@ void MemoryMap::read(uint64_t address, uint32_t count, uint8_t *bytes) const {
     const MemoryRegion *region = region_at(address);
     if (region == nullptr) return;
     const uint64_t offset = address - region->address;
-    const auto here = static_cast<uint32_t>(std::min<uint64_t>(count, region->size - offset));
+    const auto here = static_cast<uint32_t>(std::min<uint64_t>(count, size_from(*region, address)));
     const auto rest = region->bytes.rest(offset);
     if (rest) std::copy_n(rest->data(), std::min(here, rest->size()), bytes);
     address += here;

@@ -1,7 +1,7 @@
 // The memory of a program as it is loaded: target bytes by address.
 //
-// Representation. The loaded regions in a tree by address. Regions do not overlap; in a damaged file that has such, the
-// one that starts nearest below an address has it.
+// Representation. The loaded regions in a tree by address. Regions do not overlap; in a damaged file that has such, a
+// region ends where the next one starts, and of several that start at one address the first counts.
 // Cost. O(log n) for each region that a range of addresses goes through.
 #ifndef KIV_INSPECT_MEMORY_MAP_H
 #define KIV_INSPECT_MEMORY_MAP_H
@@ -26,7 +26,8 @@ class MemoryMap {
   explicit MemoryMap(const Errors &errors) : errors_(errors) {}
 
   /// Reads the regions of a program of any known format: the segments of an ELF file, or its sections when it has no
-  /// segments; the headers and sections of a PE file. The map's memory comes from the pool and is not given back.
+  /// segments; the headers and sections of a PE file. An object file is refused. The map's memory comes from the pool
+  /// and is not given back.
   Status open(ByteView file, KIV_ALLOCATOR *pool);
 
   /// Whether all of these addresses are in the program.
@@ -44,6 +45,7 @@ class MemoryMap {
   Status read_elf(ByteView file, KIV_ALLOCATOR *pool);
   Status read_pe(ByteView file, KIV_ALLOCATOR *pool);
   const MemoryRegion *region_at(uint64_t address) const;
+  uint64_t size_from(const MemoryRegion &region, uint64_t address) const;
 
   const Errors &errors_;
   KIV_AVL_TREE *regions_ = nullptr;

@@ -79,6 +79,7 @@ enum : uint32_t {
   kSize = 11,
   kValue = 28,
   kOrigin = 49,
+  kDeclaration = 60,
   kEncoding = 62,
   kSpecification = 71,
   kType = 73,
@@ -185,6 +186,7 @@ const std::vector<ValueRow> kValues = {
     {"int", kBlock2, 0, "\1\2", "01.02."},
     // Numbers with a fraction.
     {"half", kData2, 0x3555, "", "0.3333"},
+    {"half", kData2, 0x7BFF, "", "65504.0"},
     {"__bf16", kData2, 0x3FC0, "", "1.5"},
     {"float", kData4, 0x3DCCCCCD, "", "0.1"},
     {"float", kUdata, 0x7F7FFFFF, "", "3.4028235e+38"},
@@ -197,6 +199,7 @@ const std::vector<ValueRow> kValues = {
     {"__float128", kData16, 0, "\x3F\xFF\x40" + std::string(13, '\0'), "1.25"},
     {"__float128", kBlock4, 0, "\x3F\xFD" + std::string(14, '\x55'), "0.3333333333333333333333333333333333"},
     {"long", kData16, 0, std::string(6, '\xEE') + "\xBF\xFF\xA0" + std::string(7, '\0'), "-1.25"},
+    {"long", kBlock1, 0, "\xBF\xFF\xA0" + std::string(7, '\0'), "-1.25"},
     {"complex", kBlock1, 0, "\1\2", "01.02."},
     {"odd", kBlock1, 0, "\1\2\3\4\5\6", "01.02.03.04.05.06."},
 };
@@ -231,6 +234,23 @@ TEST(KivInspectConstants, DecodesValuesInEveryForm) {
     EXPECT_EQ(reading.problem, "") << shape_text(shape);
     EXPECT_EQ(reading.constants, expected) << shape_text(shape);
   }
+}
+
+TEST(KivInspectConstants, ShowsNoPairOfDoublesAsOneNumber) {
+  DwarfBuilder builder(kPlain);
+  builder.begin_unit();
+  for (const char *label : {"long double", "__ibm128", "__float128"}) {
+    const uint64_t type = builder.entry(kBase, false, {name(label), {kEncoding, kData1, 4}, {kSize, kData1, 16}});
+    const std::string one = std::string(14, '\0') + "\xFF\x3F";
+    builder.entry(kConstant, false, {name(label), {kType, kRef4, type}, {kValue, kBlock1, 0, one}});
+  }
+  Image image = builder.elf();
+  image.put_at(18, 21, 2);  // PowerPC
+  std::string bytes;
+  for (int i = 0; i < 14; ++i) bytes += "00.";
+  bytes += "ff.3f.";
+  EXPECT_EQ(read(image.bytes).constants,
+            (Lines{"C long double = " + bytes, "C __ibm128 = " + bytes, "C __float128 = 1.0"}));
 }
 
 TEST(KivInspectConstants, SkipsEveryForm) {
@@ -270,6 +290,18 @@ DwarfBuilder build_program(const DwarfShape &shape, Lines *expected) {
   builder.entry(kEnumeration, true, {name("Shared"), {kEncoding, kData1, 5}, {kSize, kData1, 1}});
   builder.entry(kEnumerator, false, {name("minus"), {kValue, kData1, 0xFF}});
   builder.end_children();
+  // A type that completes a declaration in its scopes, and an enumeration that completes one in the type.
+  builder.begin_unit(2, kTypeSignature + 1);
+  builder.entry(kNamespace, true, {name("far"), {kDeclaration, kPresent}});
+  const uint64_t scoped = builder.entry(kStruct, false, {name("Scoped"), {kDeclaration, kPresent}});
+  builder.end_children();
+  builder.entry(kStruct, true, {name("Scoped"), {kSpecification, kRef4, scoped}});
+  const uint64_t inner = builder.entry(kEnumeration, false, {name("Inner"), {kDeclaration, kFlag, 1}});
+  builder.entry(kMember, false, {name("n"), {kValue, kData1, 3}});
+  builder.end_children();
+  builder.entry(kEnumeration, true, {{kSpecification, kRef4, inner}});
+  builder.entry(kEnumerator, false, {name("i"), {kValue, kData1, 4}});
+  builder.end_children();
 
   builder.begin_unit();
   const uint64_t first_unit = builder.unit_start();
@@ -286,8 +318,12 @@ DwarfBuilder build_program(const DwarfShape &shape, Lines *expected) {
   builder.entry(kEnumerator, false, {{kName, kStrx, 0}, {kValue, kData1, 0xFD}});
   builder.end_children();
   builder.entry(kStruct, true, {{kName, kLineStrp, line_text}});
-  const uint64_t member = builder.entry(kMember, false, {name("m"), {kType, kRef2, qualified}, {kValue, kData2, 0xFF}});
+  const uint64_t member = builder.entry(
+      kMember, false, {name("m"), {kType, kRef2, qualified}, {kValue, kData2, 0xFF}, {kDeclaration, kPresent}});
   builder.entry(kMember, false, {name("without a value")});
+  builder.end_children();
+  builder.entry(kStruct, true, {{kDeclaration, kPresent}, {kSignature, kSig8, kTypeSignature}});
+  builder.entry(kMember, false, {name("s"), {kValue, kData1, 5}});
   builder.end_children();
   builder.end_children();
   builder.end_children();
@@ -310,12 +346,15 @@ DwarfBuilder build_program(const DwarfShape &shape, Lines *expected) {
                "E outer::Color::one = 7",
                "E outer::zero = 253",
                "M outer::from line::m = -1",
+               "M outer::Shared::s = 5",
+               "V outer::from line::m = -4",
                "V m = -4",
                "V shared = -5",
                "V elsewhere = 251",
                "V v = -6"};
   // A type of version 4 has a section of its own, which comes last.
-  expected->insert(shape.version < 5 ? expected->end() : expected->begin(), "E Shared::minus = -1");
+  expected->insert(shape.version < 5 ? expected->end() : expected->begin(),
+                   {"E Shared::minus = -1", "M far::Scoped::n = 3", "E far::Scoped::Inner::i = 4"});
   return builder;
 }
 

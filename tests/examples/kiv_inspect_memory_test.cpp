@@ -13,6 +13,7 @@ using namespace kiv::test;
 
 TEST(KivInspectMemory, ShowsWhatIsLoaded) {
   const std::vector<SegmentRow> segments = {{0x1000, 8, "abcd"}, {0x1008, 4, "efghij"}, {~uint64_t{1}, 2, "yz"}};
+  const std::vector<SegmentRow> overlapping = {{0x1000, 8, "abcdefgh"}, {0x1004, 2, "XY"}, {0x1000, 9, "none"}};
   const std::vector<SectionRow> sections = {
       {".text", {'t', 'u'}, 0x10, 1, 2}, {".bss", {0, 0}, 0x12, 8, 2}, {".comment", {'c'}, 0x14, 1, 0}};
   const struct {
@@ -27,6 +28,8 @@ TEST(KivInspectMemory, ShowsWhatIsLoaded) {
       {build_elf_sections(true, ByteOrder::little, {}, segments), 0xFFF, 1, ""},
       {build_elf_sections(true, ByteOrder::little, {}, segments), ~uint64_t{0}, 1, "z"},
       {build_elf_sections(true, ByteOrder::little, {}, segments), ~uint64_t{0}, 0x1001, ""},
+      {build_elf_sections(true, ByteOrder::little, {}, overlapping), 0x1000, 6, "abcdXY"},
+      {build_elf_sections(true, ByteOrder::little, {}, overlapping), 0x1000, 7, ""},
       {build_elf_sections(true, ByteOrder::little, sections, segments), 0x10, 1, ""},
       {build_elf_sections(true, ByteOrder::little, sections), 0x10, 4, std::string("tu\0\0", 4)},
       {build_elf_sections(true, ByteOrder::little, sections), 0x14, 1, ""},
@@ -53,6 +56,10 @@ TEST(KivInspectMemory, ShowsWhatIsLoaded) {
   MemoryMap map(errors);
   EXPECT_EQ(problem_of(map.open({image.bytes.data(), image.size(), ByteOrder::little}, &wrap)),
             "a segment lies outside the file");
+  image = build_elf_sections(true, ByteOrder::little, sections);
+  image.put_at(16, 1, 2);  // an object file
+  EXPECT_EQ(problem_of(map.open({image.bytes.data(), image.size(), ByteOrder::little}, &wrap)),
+            "it is an object file: its addresses are not final");
   kiv_allocator_wrap_delete(&wrap);
 }
 
