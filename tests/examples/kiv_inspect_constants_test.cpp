@@ -338,6 +338,7 @@ DwarfBuilder build_program(const DwarfShape &shape, Lines *expected) {
   const uint64_t name_type = builder.entry(kTypedef, false, {name("t"), {kType, kRefAddr, first_unit + type}});
   builder.entry(kVariable, false, {name("v"), {kType, kRef1, name_type}, {kValue, kData1, 0xFA}});
   builder.entry(kVariable, false, {name("v"), {kType, kRef1, name_type}, {kValue, kSdata, ~uint64_t{5}}});
+  builder.entry(kVariable, false, {name("elsewhere"), {kValue, kSdata, 251}});
   builder.end_children();
 
   *expected = {"E outer::Color::red = -2",
