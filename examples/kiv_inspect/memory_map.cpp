@@ -49,7 +49,7 @@ Status MemoryMap::read_elf(ByteView file, KIV_ALLOCATOR *pool) {
     status = add({segment.address, segment.memory_size, *bytes}, pool);
   }
   if (!status.ok() || count != 0) return status;
-  if (!image.is_linked()) return {"it is an object file: its addresses are not final"};
+  if (!image.is_linked()) return errors_.failure("it is an object file: its addresses are not final[|]");
   for (uint32_t i = 0; status.ok() && i < image.section_count(); ++i) {
     const ElfSection section = image.section(i);
     if (!section.has(ElfSection::kAllocated)) continue;
