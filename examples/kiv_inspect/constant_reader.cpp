@@ -77,6 +77,9 @@ bool is_declaration(const Entry &entry) {
                                   entry.tag == dwarf::kVariable || entry.tag == dwarf::kMember);
 }
 
+/// Whether an entry is the type of a type unit, of which other units have declarations, not always in its scopes.
+bool is_type_of(const Unit &unit, const Entry &entry) { return entry.start == unit.start + unit.type_offset; }
+
 /// The walk through all entries. It goes down and up by a stack of its own.
 class Walk {
  public:
@@ -90,8 +93,11 @@ class Walk {
     declared_ = kiv_avl_new_using_KIV_ALLOCATOR(pool, by_place, nullptr, nullptr);
     if (levels_ == nullptr || name_ == nullptr || declared_ == nullptr) return kOutOfMemory;
     Status status = info_.open(sections, pool);
-    for (const Unit *unit = info_.first_unit(); status.ok() && unit != nullptr; unit = unit->next) {
-      status = walk_unit(*unit);
+    // The types of version 4 first: they are declared in the other section.
+    for (const bool in_types : {true, false}) {
+      for (const Unit *unit = info_.first_unit(); status.ok() && unit != nullptr; unit = unit->next) {
+        if (unit->is_in_types == in_types) status = walk_unit(*unit);
+      }
     }
     return status;
   }
@@ -109,7 +115,7 @@ class Walk {
         depth_ -= depth_ > 0;
         continue;
       }
-      if (is_declaration(entry)) status = declare(unit, entry);
+      if (is_declaration(entry) || is_type_of(unit, entry)) status = declare(unit, entry);
       if (const auto kind = kind_of(entry); status.ok() && kind) status = add(unit, entry, *kind);
       if (status.ok() && entry.has_children) status = enter(unit, entry);
     }
@@ -166,11 +172,11 @@ class Walk {
     return kiv_avl_insert(declared_, declared) == 0 ? Status{} : kOutOfMemory;
   }
 
-  /// What is in front of the name of the declaration that an entry completes; none for other entries. Declarations
-  /// come before the entries that complete them.
+  /// What is in front of the name of the declaration that an entry completes, or of the type that completes it; none
+  /// for other entries. Declarations come before the entries that complete them, and type units before the others.
   Status find_scopes(const Unit &unit, const Entry &entry, std::optional<std::string_view> *around) const {
     EntryPlace place;
-    const Status status = info_.find(unit, entry.specification, &place);
+    const Status status = info_.find(unit, entry.specification ? entry.specification : entry.signature, &place);
     const DeclaredScopes key = {place.unit, place.offset, {}};
     const auto *declared = static_cast<const DeclaredScopes *>(kiv_avl_find(declared_, &key));
     if (declared != nullptr) *around = declared->names;

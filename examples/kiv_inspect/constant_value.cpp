@@ -83,6 +83,10 @@ bool decode_value(const FormValue &value, const ValueType &type, ByteOrder order
     result->kind = is_signed ? ConstantValue::signed_integer : ConstantValue::unsigned_integer;
     result->number = extend(result->number, type.size != 0 ? type.size : width, is_signed);
   }
+  // One kind for numbers that look the same, so that they are one constant.
+  if (result->kind == ConstantValue::signed_integer && result->number.hi >> 63 == 0) {
+    result->kind = ConstantValue::unsigned_integer;
+  }
   return true;
 }
 

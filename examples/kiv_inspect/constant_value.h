@@ -20,7 +20,7 @@ struct ValueType {
 struct ConstantValue {
   enum Kind : uint8_t { unsigned_integer, signed_integer, floating, bytes, text };
   Kind kind;
-  KIV_U128 number;            // an integer, signed ones in two's complement, or a floating-point number's image
+  KIV_U128 number;  // an integer, negative ones (only these are signed) in two's complement; or a float's image
   const FloatFormat *format;  // of floating
   std::string_view contents;  // of bytes and text
 };
