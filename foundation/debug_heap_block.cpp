@@ -69,6 +69,11 @@ void check_block(const void *block, ReadableMemory *memory) {
   if (!is_sound(block, memory)) report_defects(block, memory);
 }
 
+KIV_READS_AROUND uint32_t user_size_of(const void *block, ReadableMemory *memory) {
+  const bool live = is_sound(block, memory) && header_of(block)->state == KIV_DEBUG_HEAP_ALLOCATED;
+  return live ? header_of(block)->total_size - kOverhead : 0;
+}
+
 void release_block(void *block, ReadableMemory *memory) {
   auto *header = static_cast<BlockHeader *>(block);
   uint32_t filled = header->total_size;

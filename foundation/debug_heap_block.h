@@ -27,6 +27,9 @@ void set_up_block(void *block, uint32_t total_size);
 /// Reports what is wrong with what should be a block, and reads no byte of it that cannot be read.
 void check_block(const void *block, ReadableMemory *memory);
 
+/// How many bytes the user of a live and undamaged block has; 0 for everything else.
+uint32_t user_size_of(const void *block, ReadableMemory *memory);
+
 /// Fills a block of the C runtime's heap and gives it back.
 void release_block(void *block, ReadableMemory *memory);
 

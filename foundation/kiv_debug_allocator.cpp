@@ -6,6 +6,7 @@
 // registered blocks are written to, resized or given back: of an unknown one it is not even known that it is a block.
 // Cost. Linear in the number of live blocks for every operation: all of them are checked, in address order.
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
@@ -110,10 +111,10 @@ void enroll(KIV_ALLOCATOR *allocator, void *block) {
 
 /// Whether the block was registered. The complaint is a format for its address.
 bool strike_off(KIV_ALLOCATOR *allocator, void *block, const char *complaint) {
-  char message[100];
-  std::snprintf(message, sizeof message, complaint, os::address_text(block).text);
   if (!record_is_readable(allocator, kUnregisterRecord)) return false;
   if (kiv_avl_detach(registry_of(allocator), block) != nullptr) return true;
+  char message[100];
+  std::snprintf(message, sizeof message, complaint, os::address_text(block).text);
   std::fputs("\n***********************************************************\n", stderr);
   std::fputs(message, stderr);
   (void)std::fflush(stderr);
@@ -161,18 +162,24 @@ void *debug_realloc(KIV_ALLOCATOR *allocator, void *user, uint32_t size) {
   if (!record_is_readable(allocator, kReallocRecord)) return nullptr;
   const HeldRecord held(allocator, kReallocTake, kReallocGive);
   uint8_t *block = nullptr;
+  uint32_t carried = 0;
   if (user != nullptr) {
     block = start_of(user);
     const bool known = strike_off(allocator, block, kForRealloc);
     ReadableMemory memory;
     check_block(block, &memory);
-    if (!known) block = nullptr;
+    if (!known) {
+      // It stays where it is. What looks like a live block, as one that could not be registered, is copied.
+      carried = std::min(user_size_of(block, &memory), size);
+      block = nullptr;
+    }
   }
   void *resized = size <= kLargestSize ? os::heap_realloc(block, size + kOverhead) : nullptr;
   if (resized == nullptr) report(kReallocNull);
   if (!can_read(resized, 1)) report(kReallocUnreadable);
   // On purpose: the old block is no longer registered, there is nothing to go back to.
   if (resized == nullptr) os::crash();
+  if (carried != 0) std::memcpy(user_of(static_cast<uint8_t *>(resized)), user, carried);
   return hand_out(allocator, static_cast<uint8_t *>(resized), size);
 }
 

@@ -9,7 +9,7 @@
  * the fast kind gives a block of no bytes, one of a few bytes less null). A failed operation gives null and leaves the
  * old block as it was. The nofail operations never give null for a size above 0 while the C runtime has memory or gets
  * some in time: those of the default kind try twelve times, a second apart, and then end in kiv_crash(); those of the
- * other kinds rely on their parent's.
+ * other kinds rely on their parent's, and those of the debug heap are its plain ones.
  *
  * Ownership: a record whose storage the caller provides is never freed by the library. A parent outlives its children.
  *

@@ -13,8 +13,9 @@
  *
  * A released block is filled with 0xBB, but for its state, before the C runtime gets it back. The addresses of all live
  * blocks are in a registry. alloc, calloc, realloc and free check all of them: an operation takes time linear in the
- * number of live blocks, and finds out about a write out of bounds at the next operation at the latest. A write into a
- * block that has been released is not seen: that memory is the C runtime's.
+ * number of live blocks, and finds out at the next operation at the latest about a write that changes a state or a
+ * guard of a live block. One that goes past these, and one into a released block, is not seen: that memory is the C
+ * runtime's.
  *
  * Reports. A check that fails flushes standard output, calls the hook with a line number, the source file's name
  * ("kiv_debug_allocator.cpp") and a message, and flushes again. When the hook gives 0 the operation goes on; otherwise
@@ -58,12 +59,14 @@
  * debug heap allocator" on standard error.
  *
  * What goes on after a report is chosen so that the checker does not add damage of its own:
- *  - Nothing is read that the system calls unreadable. A header that cannot be read is reported with 201, 210 and 213.
+ *  - Nothing is read that the system calls unreadable. A header that cannot be read is reported with 201, 213 and, when
+ *    its first byte cannot be read either, 210 between these.
  *    A total size that reaches into unreadable memory is reported with 213, and no back guard is looked for; one below
  *    20 counts as four bad guard bytes.
  *  - An unknown block (513) is checked as far as it can be read, and then left alone: free does not fill it and does
- * not hand it to the C runtime, realloc gives a new block. This makes a second free, a foreign pointer and a block of
- *    another record harmless.
+ *    not hand it to the C runtime; realloc gives a new block, with the contents of one that is live and whole. This
+ *    makes a second free, a foreign pointer and a block of another record harmless, as long as no new block of this
+ *    record has got the same address.
  *  - A total size that reaches beyond the block is not believed: only the 20 bytes that every block has are filled.
  *  - An unreadable record is reported and nothing else is done: the result is null.
  *  - A block whose registration failed (158) is given out, and is an unknown block from then on.

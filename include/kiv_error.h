@@ -161,7 +161,7 @@ KIV_API void kiv_error_print(const KIV_ERROR *record, void *stream, KIV_PRINTER 
 
 /** The system's text for the last error of the calling thread (GetLastError on Windows, errno elsewhere), or "failed to
  * obtain error message", without a line end. It belongs to the caller, who frees it through the same allocator. Null
- * when there is no memory. */
+ * when there is no memory. Outside of Windows the system's text is read as UTF-8. */
 KIV_API KIV_STRING kiv_get_syserr(KIV_ALLOCATOR *allocator);
 
 /** The same as a byte string, empty when there is none. On Windows it is in the ANSI code page, with a line end, and

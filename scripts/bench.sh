@@ -15,8 +15,8 @@ for family in "${families[@]}"; do
 done
 
 install g++ cmake ninja-build python3 pkg-config libbenchmark-dev libglib2.0-dev libapr1-dev libtalloc-dev \
-  libicu-dev libutfcpp-dev libpcre2-dev libre2-dev libtre-dev libgmp-dev libmpfr-dev libboost-dev libabsl-dev libfmt-dev
-  libicu-dev libutfcpp-dev libdmalloc-dev libpcre2-dev libre2-dev libtre-dev libgmp-dev libmpfr-dev libboost-dev libabsl-dev
+  libicu-dev libutfcpp-dev libdmalloc-dev libpcre2-dev libre2-dev libtre-dev libgmp-dev libmpfr-dev libboost-dev \
+  libabsl-dev libfmt-dev
 
 # Only the programs that run: cmake's own output matters when it fails.
 folder=build/bench

@@ -94,8 +94,15 @@ TEST_F(DebugHeapPlatformTest, NewWithoutMemory) {
   expect_unknown_free(static_cast<uint8_t *>(block));
   heap.free(&heap, block);
   EXPECT_EQ(reports(), Lines{513});
+  // Unknown or not, its contents are not lost.
+  std::memcpy(block, "abc", 4);
+  expect_unknown_realloc(static_cast<uint8_t *>(block));
+  void *longer = heap.realloc(&heap, block, 4000);
+  EXPECT_EQ(reports(), (Lines{513, 158}));
+  EXPECT_STREQ(static_cast<char *>(longer), "abc");
   kiv_debug_heap_destroy_allocator(&heap);
   kiv::os::heap_free(static_cast<uint8_t *>(block) - 16);
+  kiv::os::heap_free(static_cast<uint8_t *>(longer) - 16);
 }
 
 #ifndef _WIN32  // there the system makes mutexes
