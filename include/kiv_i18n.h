@@ -57,12 +57,12 @@
  * Widths and precisions above KIV_I18N_MOST_WIDTH are failures.
  *
  * Integers have no grouping and "-" before negative ones; in hexadecimal these are in two's complement of the type's
- * width. Doubles are printed as by the C runtime, with exponents of two digits at least and "inf", "-inf", "nan" on
+ * width. Doubles are printed as by C's printf, with exponents of two digits at least and "inf", "-inf", "nan" on
  * every system; bigflt as by kiv_bigflt_sprint(). A letter that does not fit the type is ignored. The character 0 is
  * empty. A null word prints "(null)", whatever the type.
  *
  * Plural words choose the form of a word by a number n: an integer, double or bigflt placeholder. The word is another
- * placeholder, or text between two of any character but "[": 'file'. Blanks may stand before an argument.
+ * placeholder, or text between two of any character but "[" and blanks: 'file'. Blanks may stand before an argument.
  *
  *     | word                      | when n is 1    | otherwise      |
  *     |---------------------------|----------------|----------------|
@@ -129,7 +129,8 @@ KIV_API void kiv_i18n_prn_exit(KIV_I18N *handle);
  *
  * The cost of a known message is that of its length, however many there are, and no lock is taken. A new one costs a
  * copy of the message and the text, 4 bytes for each byte, from the handle's allocator; the table grows to
- * 2 * capacity + 10 pairs. The index is on the C runtime's heap, some 130 bytes a message at most. */
+ * 2 * capacity + 10 pairs. The index is on the C runtime's heap, some 130 bytes a message, and at first a few
+ * hundred. Escapes and the end mark count inside of plural words, too, also between quotes. */
 KIV_API KIV_STRING kiv_i18n_get(KIV_I18N *handle, const char *message);
 
 /** The English text: the same text, there is no other language. */
@@ -164,7 +165,8 @@ KIV_API KIV_STRING kiv_i18n_prnd8_en(KIV_I18N *handle, const char *message, cons
 /** Writes the text, terminated, to a buffer with room for capacity code points; *count, unless count is null, receives
  * its length without the terminator. 0 for success. 1 on failure: the buffer then has as much of the text as it had
  * room for, terminated, and *count its length; none of it when the message itself fails. Nothing is written to a null
- * buffer or one of no capacity. Nothing is allocated. The handle is not used and may be null. */
+ * buffer or one of no capacity. Nothing is allocated. The handle is not used and may be null. REQUIRES: the buffer
+ * overlaps neither the message nor an argument. */
 KIV_API int kiv_i18n_prn2(KIV_I18N *handle, KIV_STRING buffer, uint32_t capacity, uint32_t *count, const char *message,
                           const void *a0, const void *a1);
 
@@ -187,7 +189,8 @@ typedef struct KIV_I18N_OUTPUT {
 
 /** Formats message or, when that is null, string_message, with argument_count words. 0, or 1 on failure.
  * *arguments_needed, unless null, receives what the message says, also when there are not so many words: the greatest
- * argument number + 1, at most INT32_MAX, or -1 when the message is malformed. The handle may be null.
+ * argument number + 1, at most INT32_MAX, or -1 when the message is malformed. The handle may be null. A null output is
+ * a failure, null arguments count as none. REQUIRES: the buffer overlaps neither the message nor an argument.
  *
  * The same syntax holds for both kinds of messages, but mind the values of 8- and 16-bit types, above. */
 KIV_API int kiv_i18n_prn_do(KIV_I18N *handle, const char *message, const KIV_UNICHAR *string_message,

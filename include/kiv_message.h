@@ -17,9 +17,12 @@
  *     | char *, const char *                     | s                                |
  *     | KIV_STRING, const KIV_UNICHAR *          | S                                |
  *
- * Values of all other types are refused by the compiler: other pointers (also null pointer constants), records, long
- * double. Whether a value is what its placeholder wants, only the author of the message can say; but integers may have
- * any width up to 64 bits on either side, and no more than the value itself is read for any placeholder of a number.
+ * Values of all other types are refused by the compiler: other pointers (nullptr among them, but NULL is an integer in
+ * C++: write (const char *)nullptr), records, long double. Whether a value is what its placeholder wants, only the
+ * author of the message can say; but integers may have any width up to 64 bits on either side, and no more than the
+ * value itself is read for any placeholder of a number. Placeholders of 8 and 16 bits print the whole of the lower 32
+ * bits. A char is its unsigned value, as in a text; a number kept in a char is a signed char. In C a bit-field needs a
+ * + in front of it.
  *
  * A word points to a copy of the value, except for strings. In C the copy lives until the end of the enclosing block,
  * in C++ until the end of the full expression: words are made in the call that uses them. At least one and at most
@@ -71,10 +74,19 @@
 
 namespace kiv {
 
+/** True for bool alone: pointers to members and lambdas would become truth values. */
+template <class T>
+struct MessageTruth {};
+template <>
+struct MessageTruth<bool> {
+  typedef int type;
+};
+
 /** A copy of a value, as large as any value that a placeholder may read, and its argument word. */
 class MessageValue {
  public:
-  MessageValue(bool value) : MessageValue(static_cast<long long>(value)) {}
+  template <class T, typename MessageTruth<T>::type = 0>
+  MessageValue(T value) : MessageValue(static_cast<long long>(value)) {}
   MessageValue(char value) : MessageValue(static_cast<unsigned long long>(static_cast<unsigned char>(value))) {}
   MessageValue(signed char value) : MessageValue(static_cast<long long>(value)) {}
   MessageValue(short value) : MessageValue(static_cast<long long>(value)) {}

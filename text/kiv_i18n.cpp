@@ -216,6 +216,8 @@ int kiv_i18n_prn8(KIV_I18N *, KIV_STRING buffer, uint32_t capacity, uint32_t *co
 
 int kiv_i18n_prn_do(KIV_I18N *, const char *message, const KIV_UNICHAR *string_message, uint32_t argument_count,
                     const void *const *arguments, KIV_I18N_OUTPUT *output, int32_t *arguments_needed) {
+  if (output == nullptr) return 1;
+  if (arguments == nullptr) argument_count = 0;
   int32_t needed = 0;
   const bool success = message != nullptr ? format(message, argument_count, arguments, output, &needed)
                                           : format(string_message, argument_count, arguments, output, &needed);

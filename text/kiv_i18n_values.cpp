@@ -1,9 +1,12 @@
 // Arguments of messages, type by type.
 
+#include <algorithm>
 #include <cmath>
-#include <cstdio>
+#include <cstdlib>
+#include <cstring>
 
 #include "kiv_bigflt.h"
+#include "kiv_bigflt_convert.h"
 #include "kiv_bigflt_text.h"
 #include "text/message_double.h"
 #include "text/message_integer.h"
@@ -82,31 +85,50 @@ bool append_real(Output *output, const Placeholder &p, const char *text, size_t 
          output->append(text + head, length - head) && (!p.left || output->fill(' ', blanks));
 }
 
-/// Puts a "." in the place of the locale's decimal point, which may have several bytes. Gives the new length.
-size_t normalize_point(char *text, size_t length) {
-  const auto is_digit = [](char c) { return c >= '0' && c <= '9'; };
-  size_t point = text[0] == '-' ? 1 : 0;
-  while (point < length && is_digit(text[point])) ++point;
-  if (point == length || text[point] == '.' || text[point] == 'e') return length;
-  size_t digits = point + 1;
-  while (digits < length && !is_digit(text[digits])) ++digits;
-  text[point] = '.';
-  std::memmove(text + point + 1, text + digits, length - digits);
-  return length - (digits - point - 1);
+/// Drops the zeros that end the digits behind the point, and a point without digits. Gives the new end.
+char *without_zeros(char *text, char *end) {
+  if (std::memchr(text, '.', static_cast<size_t>(end - text)) == nullptr) return end;
+  while (end[-1] == '0') --end;
+  return end[-1] == '.' ? end - 1 : end;
 }
 
-/// By the C runtime. Its conversions and this buffer are large: a function of its own.
+/// The form g of C: `significant` digits, without zeros at their end, with an exponent when it is below -4 or not below
+/// their number.
+void print_general(char *text, uint32_t size, uint32_t significant, const bigflt &magnitude) {
+  const auto digits = static_cast<int>(significant);
+  kiv_bigflt_sprint(text, size, "e", digits - 1, &magnitude);
+  char *exponent = std::strchr(text, 'e');
+  const long power = std::strtol(exponent + 1, nullptr, 10);
+  if (power >= -4 && power < digits) {
+    kiv_bigflt_sprint(text, size, "f", digits - 1 - static_cast<int>(power), &magnitude);
+    *without_zeros(text, text + std::strlen(text)) = 0;
+  } else {
+    std::memmove(without_zeros(text, exponent), exponent, std::strlen(exponent) + 1);
+  }
+}
+
+/// As a bigflt, which holds every double exactly: the C runtime's own printing may take memory from the heap, and has
+/// the locale's decimal point. Its buffer is large: a function of its own.
 [[gnu::noinline]] bool append_any_double(Output *output, const Placeholder &p, double value) {
   // No double has a digit other than 0 behind these; with g zeros at the end are not printed.
   constexpr uint32_t kMostDigits = 1074;
-  // The greatest double has 309 digits before the point. Room for a sign and for a long decimal point.
+  // The greatest double has 309 digits before the point.
   char text[kMostDigits + 330];
-  const bool is_e = p.letter == 'e', is_f = p.letter == 'f';
+  constexpr uint32_t kRoom = sizeof text - 1;  // behind the sign: a zero in a bigflt has none
   const uint32_t precision = std::min(p.precision, kMostDigits);
-  const char *const conversion = is_e ? "%.*e" : is_f ? "%.*f" : "%.*g";
-  const int length = std::snprintf(text, sizeof text, conversion, static_cast<int>(precision), value);
-  return append_real(output, p, text, normalize_point(text, static_cast<size_t>(length)),
-                     is_e || is_f ? p.precision - precision : 0);
+  const bool is_general = p.letter != 'e' && p.letter != 'f';
+  const bool is_negative = std::signbit(value);
+  bigflt magnitude;
+  kiv_bigflt_double_to_bigflt(&magnitude, std::fabs(value));
+  text[0] = '-';
+  if (is_general) {
+    print_general(text + 1, kRoom, std::max(precision, 1U), magnitude);
+  } else {
+    const char conversion[] = {p.letter, 0};
+    kiv_bigflt_sprint(text + 1, kRoom, conversion, static_cast<int>(precision), &magnitude);
+  }
+  const char *start = is_negative ? text : text + 1;
+  return append_real(output, p, start, std::strlen(start), is_general ? 0 : p.precision - precision);
 }
 
 bool append_double(Output *output, const Placeholder &p, double value) {

@@ -120,7 +120,7 @@ class MessageIndex {
   static_assert(sizeof(Table) % alignof(Slot) == 0);
 
   static constexpr uint32_t kFirstSlots = 16;
-  static constexpr uint32_t kMostSlots = 1u << 28;  // whose size a 32-bit target can say
+  static constexpr uint32_t kMostSlots = 1u << 27;  // whose size a 32-bit target can say
 
   static Table *make_table(uint32_t slots) {
     if (slots > kMostSlots) return nullptr;

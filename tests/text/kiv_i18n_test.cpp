@@ -7,6 +7,7 @@
 #include <cstring>
 #include <limits>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "gtest/gtest.h"
@@ -22,6 +23,15 @@
 namespace {
 
 using namespace kiv::test;
+
+struct Record {
+  int member;
+};
+template <class T>
+constexpr bool kIsRefused = !std::is_constructible<kiv::MessageValue, T>::value;
+static_assert(kIsRefused<long double> && kIsRefused<void *> && kIsRefused<std::nullptr_t> && kIsRefused<Record>);
+static_assert(kIsRefused<const wchar_t *> && kIsRefused<const unsigned char *> && kIsRefused<int Record::*>);
+static_assert(kIsRefused<decltype([] {})> && !kIsRefused<bool> && !kIsRefused<const char *>);
 
 constexpr const char *kFailure = "FAILURE";
 
