@@ -8,38 +8,14 @@
 #include <cstring>
 #include <vector>
 
+#include "fuzz/failing_heap.h"
 #include "kiv_i18n.h"
 #include "kiv_string.h"
 
 namespace {
 
-void require(bool holds) {
-  if (!holds) std::abort();
-}
-
-/// The C runtime's heap; the allocation that brings `countdown` to 0 fails, and so do blocks above a few megabytes.
-struct FailingHeap {
-  KIV_ALLOCATOR record;
-  uint32_t countdown;
-  bool failed = false;
-  int live = 0;
-
-  explicit FailingHeap(uint32_t failing_at) : countdown(failing_at) {
-    kiv_allocator_default_new(&record);
-    record.alloc = [](KIV_ALLOCATOR *self, uint32_t size) { return self->realloc(self, nullptr, size); };
-    record.realloc = [](KIV_ALLOCATOR *self, void *block, uint32_t size) -> void * {
-      auto *heap = reinterpret_cast<FailingHeap *>(self);
-      if (size > 1 << 20 || (heap->countdown > 0 && --heap->countdown == 0)) return heap->failed = true, nullptr;
-      if (block == nullptr) ++heap->live;
-      return std::realloc(block, size);
-    };
-    record.free = [](KIV_ALLOCATOR *self, void *block) {
-      if (block != nullptr) --reinterpret_cast<FailingHeap *>(self)->live;
-      std::free(block);
-    };
-  }
-  ~FailingHeap() { require(live == 0); }
-};
+using kiv::fuzz::FailingHeap;
+using kiv::fuzz::require;
 
 /// A value for all types: bytes that are a number, and behind them zeros, so that they are a string of either kind.
 struct Value {

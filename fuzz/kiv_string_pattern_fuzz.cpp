@@ -6,44 +6,19 @@
 #include <cstdlib>
 #include <vector>
 
+#include "fuzz/failing_heap.h"
 #include "kiv_string.h"
 #include "kiv_string_pattern.h"
 #include "tests/text/naive_pattern.h"
 
 namespace {
 
+using kiv::fuzz::FailingHeap;
+using kiv::fuzz::require;
 using namespace kiv::test;
 
 constexpr size_t kMostUnits = 40;
 constexpr int64_t kMostSteps = 20000;
-
-void require(bool holds) {
-  if (!holds) std::abort();
-}
-
-/// The C runtime's heap; the allocation that brings `countdown` to 0 fails.
-struct FailingHeap {
-  KIV_ALLOCATOR record;
-  uint32_t countdown;
-  bool failed = false;
-  int live = 0;
-
-  explicit FailingHeap(uint32_t failing_at) : countdown(failing_at) {
-    kiv_allocator_default_new(&record);
-    record.alloc = [](KIV_ALLOCATOR *self, uint32_t size) { return self->realloc(self, nullptr, size); };
-    record.realloc = [](KIV_ALLOCATOR *self, void *block, uint32_t size) -> void * {
-      auto *heap = reinterpret_cast<FailingHeap *>(self);
-      if (heap->countdown > 0 && --heap->countdown == 0) return heap->failed = true, nullptr;
-      if (block == nullptr) ++heap->live;
-      return std::realloc(block, size);
-    };
-    record.free = [](KIV_ALLOCATOR *self, void *block) {
-      if (block != nullptr) --reinterpret_cast<FailingHeap *>(self)->live;
-      std::free(block);
-    };
-  }
-  ~FailingHeap() { require(live == 0); }
-};
 
 /// A string in a block without a byte to spare.
 std::vector<KIV_UNICHAR> exactly(const Text &text) { return {text.c_str(), text.c_str() + text.size() + 1}; }
