@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# All tests: on linux-x86_64, with the address and undefined-behaviour sanitizers, with the thread sanitizer, and on the
-# Windows DLL under Wine. "test.sh PRESET..." runs only these presets; linux-i686 and windows-x86_64 are two further ones.
+# All tests: on linux-x86_64, with the address and undefined-behaviour sanitizers, those of threads with the thread
+# sanitizer, and on the Windows DLL under Wine. "test.sh PRESET..." runs only these presets; linux-i686 and
+# windows-x86_64 are two further ones.
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 presets=("$@")
 [ $# -gt 0 ] || presets=(linux-x86_64 asan tsan windows-i686)
