@@ -181,7 +181,7 @@ class Walk {
   /// for other entries. Declarations come before the entries that complete them, and type units before the others.
   Status find_scopes(const Unit &unit, const Entry &entry, std::optional<std::string_view> *around) const {
     EntryPlace place;
-    const Status status = info_.find(unit, entry.specification ? entry.specification : entry.signature, &place);
+    const Status status = info_.find(unit, entry.completed ? entry.completed : entry.signature, &place);
     const DeclaredScopes key = {place.unit, place.offset, {}};
     const auto *declared = static_cast<const DeclaredScopes *>(kiv_avl_find(declared_, &key));
     if (declared != nullptr) *around = declared->names;

@@ -37,7 +37,7 @@ FormValue *field_of(Entry *entry, uint64_t attribute) {
     case dwarf::kAbstractOrigin:
       return &entry->origin;
     case dwarf::kSpecification:
-      return &entry->specification;
+      return &entry->completed;
     case dwarf::kSignature:
       return &entry->signature;
     case dwarf::kStringOffsetsBase:

@@ -38,12 +38,12 @@ struct Entry {
   uint64_t tag;   // 0: no entry, but the end of a list of children
   bool has_children;
   FormValue name, type, const_value, byte_size, encoding;
-  FormValue origin;         // the entry that this one is an instance of
-  FormValue specification;  // the declaration that this one completes
-  FormValue signature;      // of the type unit that completes this one
-  FormValue text_offsets;   // of a unit's first entry
-  bool is_skeleton;         // of a unit whose rest is in another file
-  bool is_declaration;      // without what completes it
+  FormValue origin;        // the entry that this one is an instance of
+  FormValue completed;     // the declaration that this one completes
+  FormValue signature;     // of the type unit that completes this one
+  FormValue text_offsets;  // of a unit's first entry
+  bool is_skeleton;        // of a unit whose rest is in another file
+  bool is_declaration;     // without what completes it
 };
 
 /// Where an entry stands.

@@ -108,7 +108,7 @@ Status read_declaration(DebugInfo &info, const Unit &unit, const Entry &entry, D
       declaration->type = current.type;
       declaration->type_unit = place.unit;
     }
-    FormValue next = current.specification ? current.specification : current.origin;
+    FormValue next = current.completed ? current.completed : current.origin;
     // A declaration may have its name in a type unit.
     if (!next && declaration->name.empty()) next = current.signature;
     if (!next || (!declaration->name.empty() && declaration->type)) break;
