@@ -1,10 +1,10 @@
-// What a sort does to an array, for each kind of array: elements are named by their index.
+// What a sort does to an array, for each kind of array. Elements are named by their index.
 //
-//     int order(a, b)              what the caller's compare says of two elements
-//     void exchange(a, b)          exchanges two elements, which may be the same
-//     void exchange_if(wanted, a, b)  the same when wanted, without a branch where that is possible: whether an element
-//                                  goes to one side of the pivot or the other cannot be predicted
-//     void expect(a)               element a is about to be compared
+//     int order(a, b)                 what the caller's compare says of two elements
+//     void exchange(a, b)             of two elements, which may be the same
+//     void exchange_if(wanted, a, b)  the same when wanted; without a branch where that is possible, since nobody can
+//                                     predict on which side of the pivot the next element belongs
+//     void expect(a)                  element a will be compared soon
 #ifndef KIV_CONTAINERS_SORT_ACCESS_H
 #define KIV_CONTAINERS_SORT_ACCESS_H
 
