@@ -36,7 +36,7 @@ Index sort_range(const Access &access, Index first, Index count, int patience) {
     const Index left = pivot - first;
     const Index right = count - 1 - left;
     if (count > KIV_QSORT_EXACT_COUNT) patience -= cost_of_split(count, std::min(left, right));
-    sort_range<Pivot>(access, first, left, patience);
+    if (left > 1) sort_range<Pivot>(access, first, left, patience);
     first = pivot + 1;
     count = right;
   }

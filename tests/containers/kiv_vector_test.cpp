@@ -123,18 +123,14 @@ TEST(Vector, KeepsEverySlotAsTheModelDoes) {
   }
 }
 
-TEST(Vector, HasRoomForHalfAsMuchAgain) {
+TEST(Vector, HasNoMoreElementsThanAnAllocatorHasBytes) {
   CountingAllocator allocator;
-  for (const auto &[count, capacity] : {std::pair{0U, 10U}, {1U, 1U}, {2U, 3U}, {3U, 4U}, {10U, 15U}}) {
-    KIV_VECTOR *vector = kiv_vector_new(allocator.record(), count, nullptr);
-    EXPECT_TRUE(vector->capacity == capacity && text_of(vector) == std::string(count, '-')) << count;
-    EXPECT_TRUE(kiv_vector_find(vector, nullptr, element(0)) == nullptr && kiv_vector_unique(vector) == nullptr);
-    // Nobody can be asked for so many slots.
-    kiv_vector_set(vector, UINT32_MAX, element(0));
-    kiv_vector_insert(vector, KIV_VECTOR_MAX_COUNT, element(0));
-    EXPECT_EQ(vector->count, count);
-    kiv_vector_delete(vector);
-  }
+  KIV_VECTOR *vector = kiv_vector_new(allocator.record(), 2, nullptr);
+  kiv_vector_set(vector, UINT32_MAX, element(0));
+  kiv_vector_insert(vector, KIV_VECTOR_MAX_COUNT, element(0));
+  EXPECT_TRUE(text_of(vector) == "--" && vector->capacity == 3);
+  EXPECT_TRUE(kiv_vector_find(vector, nullptr, nullptr) == nullptr && kiv_vector_unique(vector) == nullptr);
+  kiv_vector_delete(vector);
   EXPECT_EQ(kiv_vector_new(allocator.record(), KIV_VECTOR_MAX_COUNT + 1, nullptr), nullptr);
 }
 
