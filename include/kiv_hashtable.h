@@ -41,7 +41,7 @@ typedef uint32_t (*KIV_HASHTABLE_HASH)(const void *key);
 /** 0 when the entry (an element, or a pair in pair mode) has that key. The order of others is not used. */
 typedef KIV_VECTOR_COMPARE KIV_HASHTABLE_COMPARE;
 /** The address of an entry's key. */
-typedef void *(*KIV_HASHTABLE_KEY_OF)(const void *entry);
+typedef const void *(*KIV_HASHTABLE_KEY_OF)(const void *entry);
 
 /** An entry of a table in pair mode. */
 typedef struct KIV_HASHTABLE_PAIR {
