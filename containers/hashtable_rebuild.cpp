@@ -101,7 +101,9 @@ void Rebuild::list_entries(const KIV_VECTOR *old_buckets) {
   void *const *slots = old_buckets->elements;
   const uint32_t count = old_buckets->count;
   for (uint32_t i = 0; i < count; ++i) {
-    if (count - i > kAhead) __builtin_prefetch(slots[i + kAhead], 1);
+    if (count - i > 2 * kAhead) __builtin_prefetch(slots[i + 2 * kAhead], 1);
+    if (count - i > kAhead && slots[i + kAhead] != nullptr)
+      __builtin_prefetch(static_cast<const KIV_VECTOR *>(slots[i + kAhead])->elements);
     auto *bucket = static_cast<KIV_VECTOR *>(slots[i]);
     if (bucket == nullptr) continue;
     for (uint32_t k = 0; k < bucket->count; ++k) moves_[entries_++].entry = bucket->elements[k];
@@ -113,7 +115,9 @@ void Rebuild::list_entries(const KIV_VECTOR *old_buckets) {
 
 void Rebuild::count_entries() {
   for (uint32_t i = 0; i < entries_; ++i) {
-    if (entries_ - i > kAhead) __builtin_prefetch(moves_[i + kAhead].entry);
+    if (entries_ - i > 2 * kAhead) __builtin_prefetch(moves_[i + 2 * kAhead].entry);
+    if (entries_ - i > kAhead && after_->pair_mode != 0)
+      __builtin_prefetch(static_cast<const KIV_HASHTABLE_PAIR *>(moves_[i + kAhead].entry)->key);
     const uint32_t bucket = bucket_of(after_, after_->key_of(moves_[i].entry));
     moves_[i].bucket = bucket;
     const uintptr_t count = count_in(slots_[bucket]);

@@ -88,10 +88,9 @@ KIV_API KIV_HASHTABLE *kiv_hashtable_KIV_U64_new(KIV_ALLOCATOR *allocator, KIV_H
 KIV_API KIV_HASHTABLE *kiv_hashtable_KIV_UNICHAR_new(KIV_ALLOCATOR *allocator, KIV_HASHTABLE_COMPARE compare,
                                                      KIV_HASHTABLE_KEY_OF key_of);
 
-/** A table with the same entries, counts and order. In pair mode the two share the pairs: each would free them when it
- * is cleared or deleted, or replaces one, and the other would be left with what is freed. Of two tables that share
- * pairs, therefore, only one may be changed or deleted, and the other not be used after that, unless the memory of the
- * other goes with its allocator. */
+/** A table with the same entries, counts and order. In pair mode the two share the pairs: the one that replaces a pair,
+ * is cleared or deleted frees what the other still holds. So only one of them may be changed; at the end delete that one
+ * and, before it, free the others by kiv_hashtable_deep_delete with a function that does nothing. */
 KIV_API KIV_HASHTABLE *kiv_hashtable_copy(const KIV_HASHTABLE *table);
 
 /* --- Entries ----------------------------------------------------------------------------------------------------- */
