@@ -17,6 +17,8 @@
 
 #include "containers/hashtable_rebuild.h"
 
+#include <cstring>
+
 #include "containers/vector_slots.h"
 
 namespace kiv::hashtable {
@@ -31,20 +33,13 @@ struct Move {
 /// How far ahead of its use memory is fetched, in entries or buckets.
 constexpr uint32_t kAhead = 12;
 
-// Vectors that serve again are those with the capacities that buckets of few entries have.
+// Vectors that serve again are those with the capacities of buckets that have been given few entries.
 constexpr uint32_t kCapacities[] = {1, 3, 6};
 constexpr uint32_t kClasses = 3;
-constexpr uint32_t kOther =
-    3;                         // the class of all other vectors: of larger ones, and of those that removals have shrunk
-constexpr uint32_t kNone = 4;  // the class of no entries
+constexpr uint32_t kOther = 3;  // the class of all others: of larger ones, and of those that removals have shrunk
 constexpr uint32_t kMostSmall = 6;
-constexpr uint8_t kClassOfCount[kMostSmall + 2] = {kNone, 0, 1, 1, 2, 2, 2, kOther};
-
-uint32_t class_of_count(uintptr_t count) { return kClassOfCount[std::min<uintptr_t>(count, kMostSmall + 1)]; }
-
-uint32_t class_of_capacity(uint32_t capacity) {
-  return capacity == 1 ? 0 : capacity == 3 ? 1 : capacity == 6 ? 2 : kOther;
-}
+constexpr uint8_t kClassOfCount[kMostSmall + 2] = {kOther, 0, 1, 1, 2, 2, 2, kOther};
+constexpr uint8_t kClassOfCapacity[kMostSmall + 2] = {kOther, 0, kOther, 1, kOther, kOther, 2, kOther};
 
 // Counts in slots that have no vector yet: odd, as no vector's address is.
 bool is_count(const void *slot) { return (reinterpret_cast<uintptr_t>(slot) & 1) != 0; }
@@ -94,7 +89,7 @@ class Rebuild {
   KIV_VECTOR *spares_[kClasses + 1] = {};
   uint32_t supply_[kClasses + 1] = {};  // spares of the old buckets
   uint32_t made_[kClasses] = {};        // spares above them on the lists
-  uint32_t demand_[kNone + 1] = {};
+  uint32_t demand_[kClasses + 1] = {};
 };
 
 void Rebuild::list_entries(const KIV_VECTOR *old_buckets) {
@@ -106,25 +101,33 @@ void Rebuild::list_entries(const KIV_VECTOR *old_buckets) {
       __builtin_prefetch(static_cast<const KIV_VECTOR *>(slots[i + kAhead])->elements);
     auto *bucket = static_cast<KIV_VECTOR *>(slots[i]);
     if (bucket == nullptr) continue;
-    for (uint32_t k = 0; k < bucket->count; ++k) moves_[entries_++].entry = bucket->elements[k];
-    const uint32_t spare_class = class_of_capacity(bucket->capacity);
+    // Two slots are there in any case, and room for two: most buckets need no branch that nothing foretells.
+    moves_[entries_].entry = bucket->elements[0];
+    moves_[entries_ + 1].entry = bucket->elements[1];
+    for (uint32_t k = 2; k < bucket->count; ++k) moves_[entries_ + k].entry = bucket->elements[k];
+    entries_ += bucket->count;
+    const uint32_t spare_class = kClassOfCapacity[std::min(bucket->capacity, kMostSmall + 1)];
     ++supply_[spare_class];
     push_spare(spare_class, bucket);
   }
 }
 
 void Rebuild::count_entries() {
+  uint32_t reached[kMostSmall + 3] = {};  // the buckets that have got at least so many entries, or one more than 7
   for (uint32_t i = 0; i < entries_; ++i) {
     if (entries_ - i > 2 * kAhead) __builtin_prefetch(moves_[i + 2 * kAhead].entry);
     if (entries_ - i > kAhead && after_->pair_mode != 0)
       __builtin_prefetch(static_cast<const KIV_HASHTABLE_PAIR *>(moves_[i + kAhead].entry)->key);
     const uint32_t bucket = bucket_of(after_, after_->key_of(moves_[i].entry));
     moves_[i].bucket = bucket;
-    const uintptr_t count = count_in(slots_[bucket]);
-    slots_[bucket] = slot_of_count(count + 1);
-    --demand_[class_of_count(count)];
-    ++demand_[class_of_count(count + 1)];
+    const uintptr_t count = count_in(slots_[bucket]) + 1;
+    slots_[bucket] = slot_of_count(count);
+    ++reached[std::min<uintptr_t>(count, kMostSmall + 2)];
   }
+  for (uint32_t count = 1; count <= kMostSmall; ++count) {
+    demand_[kClassOfCount[count]] += reached[count] - reached[count + 1];
+  }
+  demand_[kOther] = reached[kMostSmall + 1];
 }
 
 bool Rebuild::allocate_large() {
@@ -164,9 +167,19 @@ void Rebuild::undo(const KIV_VECTOR *old_buckets) {
 
 KIV_VECTOR *Rebuild::pop_empty(uint32_t spare_class) {
   KIV_VECTOR *vector = pop_spare(spare_class);
-  if (spares_[spare_class] != nullptr) __builtin_prefetch(spares_[spare_class], 1);
+  __builtin_prefetch(spares_[spare_class], 1);
   vector->count = 0;
-  std::fill_n(vector->elements, kCapacities[spare_class] + 1, nullptr);
+  switch (spare_class) {  // of sizes that the compiler knows
+    case 0:
+      std::memset(vector->elements, 0, (kCapacities[0] + 1) * sizeof(void *));
+      break;
+    case 1:
+      std::memset(vector->elements, 0, (kCapacities[1] + 1) * sizeof(void *));
+      break;
+    default:
+      std::memset(vector->elements, 0, (kCapacities[2] + 1) * sizeof(void *));
+      break;
+  }
   return vector;
 }
 
@@ -174,7 +187,7 @@ void Rebuild::distribute() {
   for (uint32_t i = entries_; i-- > 0;) {
     if (i >= kAhead) __builtin_prefetch(&slots_[moves_[i - kAhead].bucket], 1);
     void *&slot = slots_[moves_[i].bucket];
-    if (is_count(slot)) slot = pop_empty(class_of_count(count_in(slot)));
+    if (is_count(slot)) slot = pop_empty(kClassOfCount[count_in(slot)]);
     auto *bucket = static_cast<KIV_VECTOR *>(slot);
     bucket->elements[bucket->count++] = moves_[i].entry;
   }
@@ -190,8 +203,8 @@ void Rebuild::free_spares() {
 
 void rebuild(KIV_HASHTABLE *table, const uint32_t *size_entry) {
   KIV_ALLOCATOR *allocator = table->allocator;
-  // There are as many entries as puts were counted, or fewer.
-  const uint64_t bytes = sizeof(Move) * std::max<uint64_t>(table->put_count, 1);
+  // There are as many entries as puts were counted, or fewer; see list_entries for the other two.
+  const uint64_t bytes = sizeof(Move) * (uint64_t{table->put_count} + 2);
   if (bytes > UINT32_MAX) return;
   KIV_HASHTABLE after = *table;
   after.buckets = kiv_vector_new(allocator, *size_entry, table->compare);
