@@ -37,6 +37,12 @@ inline Node *&root_of(Tree *tree) { return tree->header.left; }
 
 inline uint64_t max_of(const Node *node) { return std::max({node->high, node->left->max, node->right->max}); }
 
+/// Where pointers have 64 bits a node's links and bounds seldom lie in one cache line.
+inline void prefetch(const Node *node) {
+  __builtin_prefetch(node);
+  __builtin_prefetch(&node->low);
+}
+
 inline void make_empty(Tree *tree) {
   Node *nil = &tree->nil;
   const auto fill = [=](Node *node, uint64_t bound, uint32_t color) {
@@ -138,14 +144,14 @@ Node *resolve_missing_black(Tree *tree, Node *node) {
 
 inline void insert(Tree *tree, Node *node, uint64_t low, uint64_t high) {
   Node *parent = &tree->header;
-  Link side = &Node::left;
-  for (Node *next = root_of(tree); next != &tree->nil; next = next->*side) {
-    __builtin_prefetch(next->left);
-    __builtin_prefetch(next->right);
+  for (Node *next = root_of(tree); next != &tree->nil;) {
+    Node *left = next->left, *right = next->right;
+    prefetch(left);
+    prefetch(right);
     parent = next;
-    side = next->low <= low ? &Node::right : &Node::left;
+    next = next->low <= low ? right : left;  // a conditional move: no branch could be predicted
   }
-  parent->*side = node;
+  (parent == &tree->header || low < parent->low ? parent->left : parent->right) = node;
   node->left = node->right = &tree->nil;
   node->parent = parent;
   node->color = kRed;
@@ -176,6 +182,8 @@ inline void forget_high(Node *node, const Node *end, uint64_t high) {
 /// place.
 inline void remove(Tree *tree, Node *node) {
   const Node *nil = &tree->nil;
+  prefetch(node->parent);
+  prefetch(node->right);
   Node *spliced = node->left == nil || node->right == nil ? node : leftmost(tree, node->right);
   Node *child = spliced->left != nil ? spliced->left : spliced->right;
   replace_child(spliced, child);

@@ -82,7 +82,8 @@ bool enumerate_overlapping(Tree *tree, KIV_ALLOCATOR *allocator, uint64_t low, u
     Entry &entry = stack[present];
     Node *node = entry.node;
     if (entry.visited == 0) {
-      __builtin_prefetch(node->right);
+      prefetch(node->left);
+      prefetch(node->right);
       entry.visited = 1;
       const bool meets = node->low < low ? low <= node->high : node->low <= high;
       if (meets && !report(node)) return true;
