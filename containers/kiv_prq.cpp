@@ -97,8 +97,8 @@ int kiv_prq_insert(KIV_PRQ *queue, const void *key, void *payload, uint32_t *pos
   const KIV_PRQ_ENTRY entry = {key_of(queue, key), payload, position};
   if (queue->count == queue->capacity && !grow(queue)) return 1;
   prq::with_order(*queue, [&](const auto &order) {
-    prq::sift_up(queue->entries, queue->count, entry,
-                 [&](const KIV_PRQ_KEY &parent) { return order.below(parent, entry.key); });
+    const auto value = order.value(entry.key);
+    prq::sift_up(queue->entries, queue->count, entry, order, [&](auto parent) { return order.below(parent, value); });
   });
   ++queue->count;
   return 0;
@@ -106,11 +106,11 @@ int kiv_prq_insert(KIV_PRQ *queue, const void *key, void *payload, uint32_t *pos
 
 void *kiv_prq_extract_top(KIV_PRQ *queue) {
   if (queue->count == 0) return nullptr;
-  void *const payload = queue->entries[0].payload;
+  KIV_PRQ_ENTRY *const entries = queue->entries;
+  void *const payload = entries[0].payload;
   const uint32_t last = --queue->count;
   if (last > 0) {
-    const KIV_PRQ_ENTRY entry = queue->entries[last];
-    prq::with_order(*queue, [&](const auto &order) { prq::sift_down(queue->entries, last, 0, entry, order); });
+    prq::with_order(*queue, [=](const auto &order) { prq::sift_down(entries, last, 0, entries[last], order); });
   }
   shrink(queue);
   return payload;
@@ -118,17 +118,10 @@ void *kiv_prq_extract_top(KIV_PRQ *queue) {
 
 void kiv_prq_remove(KIV_PRQ *queue, uint32_t index) {
   if (index >= queue->count) return;
+  KIV_PRQ_ENTRY *const entries = queue->entries;
   const uint32_t last = --queue->count;
   if (index != last) {
-    const KIV_PRQ_ENTRY entry = queue->entries[last];
-    prq::with_order(*queue, [&](const auto &order) {
-      if (order.below(entry.key, queue->entries[index].key)) {
-        prq::sift_down(queue->entries, last, index, entry, order);
-      } else {
-        prq::sift_up(queue->entries, index, entry,
-                     [&](const KIV_PRQ_KEY &parent) { return order.above(entry.key, parent); });
-      }
-    });
+    prq::with_order(*queue, [=](const auto &order) { prq::replace(entries, last, index, entries[last], order); });
   }
   shrink(queue);
 }

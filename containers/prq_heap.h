@@ -24,19 +24,25 @@ using Key = KIV_PRQ_KEY;
 
 // --- Orders ----------------------------------------------------------------------------------------------------------
 //
-// Each has above(a, b), whether a belongs above b, and below(a, b). For numbers one is the other with its arguments
-// exchanged; a callback takes its arguments as they are, since it may be told them in order.
-
-/// Numbers: kRead takes one out of a key.
-template <auto kRead, bool kSmallestFirst>
-struct NumberOrder {
-  static constexpr bool kIsNumber = true;
-  static bool above(const Key &a, const Key &b) { return kSmallestFirst ? kRead(a) < kRead(b) : kRead(a) > kRead(b); }
-  static bool below(const Key &a, const Key &b) { return above(b, a); }
-};
+// Each has value(key), what it takes out of a key, and above(a, b), whether a belongs above b, of such values; below is
+// the other way round. For numbers that is above with its arguments exchanged; callbacks are told theirs in order.
 
 inline uint64_t read_u64(const Key &key) { return key.u64; }
 inline UInt128 read_u128(const Key &key) { return make_uint128(key.u128.hi, key.u128.lo); }
+
+template <auto kRead, bool kSmallestFirst>
+struct NumberOrder {
+  static constexpr bool kIsNumber = true;
+  static auto value(const Key &key) { return kRead(key); }
+  template <class Number>
+  static bool above(Number a, Number b) {
+    return kSmallestFirst ? a < b : a > b;
+  }
+  template <class Number>
+  static bool below(Number a, Number b) {
+    return above(b, a);
+  }
+};
 
 template <bool kSmallestFirst>
 struct CustomOrder {
@@ -44,13 +50,14 @@ struct CustomOrder {
   KIV_PRQ_COMPARE compare;
   void *context;
 
+  static const void *value(const Key &key) { return key.word; }
   // The result's sign is looked at the other way round, not negated: INT_MIN has no negative.
-  bool above(const Key &a, const Key &b) const {
-    const int result = compare(a.word, b.word, context);
+  bool above(const void *a, const void *b) const {
+    const int result = compare(a, b, context);
     return kSmallestFirst ? result < 0 : result > 0;
   }
-  bool below(const Key &a, const Key &b) const {
-    const int result = compare(a.word, b.word, context);
+  bool below(const void *a, const void *b) const {
+    const int result = compare(a, b, context);
     return kSmallestFirst ? result > 0 : result < 0;
   }
 };
@@ -58,8 +65,9 @@ struct CustomOrder {
 /// Of keys of no known kind: all are equal.
 struct NoOrder {
   static constexpr bool kIsNumber = false;
-  static bool above(const Key &, const Key &) { return false; }
-  static bool below(const Key &, const Key &) { return false; }
+  static const void *value(const Key &) { return nullptr; }
+  static bool above(const void *, const void *) { return false; }
+  static bool below(const void *, const void *) { return false; }
 };
 
 /// Calls action with the queue's order, and gives what it gives.
@@ -80,54 +88,94 @@ auto with_order(const KIV_PRQ &queue, Action action) {
 }
 
 // --- Moves -----------------------------------------------------------------------------------------------------------
+//
+// An entry on its way may stand in a slot behind the count: nothing moves there.
 
 inline void place(Entry *entries, size_t index, const Entry &entry) {
   entries[index] = entry;
   *entry.position = static_cast<uint32_t>(index);
 }
 
-/// Places entry at hole or, while passes(parent's key), at the parent's index, and so on.
-template <class Passes>
-void sift_up(Entry *entries, size_t hole, const Entry &entry, Passes passes) {
+/// Places entry at hole or, while passes(parent's value), at the parent's index, and so on.
+template <class Order, class Passes>
+void sift_up(Entry *entries, size_t hole, const Entry &entry, const Order &order, Passes passes) {
   while (hole > 0) {
     const size_t parent = (hole - 1) / 2;
-    if (!passes(entries[parent].key)) break;
+    if (!passes(order.value(entries[parent].key))) break;
     place(entries, hole, entries[parent]);
     hole = parent;
   }
   place(entries, hole, entry);
 }
 
-/// The child that comes up before all others: the one that belongs above the other, the left one of equal ones.
+/// As many entries as a processor's own caches can be expected to hold.
+constexpr size_t kNearCount = 1 << 16;
+
+/// Of the children left and left + 1: the one that belongs above the other, or the left one of equal ones.
 template <class Order>
-size_t upper_child(const Entry *entries, size_t left, size_t count, const Order &order) {
-  if (left + 1 == count) return left;
-  return left + static_cast<size_t>(order.above(entries[left + 1].key, entries[left].key));
+size_t upper_child(const Entry *entries, size_t left, bool near, const Order &order) {
+  const bool right_is_above = order.above(order.value(entries[left + 1].key), order.value(entries[left].key));
+  if (near) {
+    // The four entries that follow the two, whichever it will be; beyond the array this does nothing.
+    const auto *next = reinterpret_cast<const char *>(entries) + (2 * left + 1) * sizeof(Entry);
+    __builtin_prefetch(next);
+    __builtin_prefetch(next + 2 * sizeof(Entry));
+    __builtin_prefetch(next + 4 * sizeof(Entry) - 1);
+    return left + static_cast<size_t>(right_is_above);
+  }
+  // A branch that is guessed wrong half of the time, but by guessing the processor fetches what lies further down
+  // before the keys have arrived. The empty statement keeps the compiler from doing without the branch.
+  if (!right_is_above) return left;
+  asm volatile("");
+  return left + 1;
 }
 
 /// Places entry at hole or, while a child belongs above it, at that child's index, and so on.
 template <class Order>
 void sift_down(Entry *entries, size_t count, size_t hole, const Entry &entry, const Order &order) {
+  const auto value = order.value(entry.key);
+  const bool near = count <= kNearCount;
   for (size_t left; (left = 2 * hole + 1) < count;) {
-    size_t child = left;
+    size_t child;
     if constexpr (Order::kIsNumber) {
       // If the left child does not belong above the entry, but the right one does, then that is above the left one too:
       // so the choice of the child need not wait for the entry's own compare.
-      child = upper_child(entries, left, count, order);
-      if (!order.above(entries[child].key, entry.key)) break;
+      child = left + 1 < count ? upper_child(entries, left, near, order) : left;
+      if (!order.above(order.value(entries[child].key), value)) break;
     } else {
-      const Key *uppermost = &entry.key;
-      if (order.above(entries[left].key, *uppermost)) uppermost = &entries[left].key;
-      if (left + 1 < count && order.above(entries[left + 1].key, *uppermost)) {
-        uppermost = &entries[left + 1].key;
-        child = left + 1;
+      child = hole;
+      auto uppermost = value;
+      if (order.above(order.value(entries[left].key), uppermost)) {
+        child = left;
+        uppermost = order.value(entries[left].key);
       }
-      if (uppermost == &entry.key) break;
+      if (left + 1 < count && order.above(order.value(entries[left + 1].key), uppermost)) child = left + 1;
+      if (child == hole) break;
     }
     place(entries, hole, entries[child]);
     hole = child;
   }
   place(entries, hole, entry);
+}
+
+/// Places entry at index, the slot of a removed one, or wherever it belongs from there.
+template <class Order>
+void replace(Entry *entries, size_t count, size_t index, const Entry &entry, const Order &order) {
+  const auto value = order.value(entry.key);
+  const auto passes = [&](auto parent) { return order.above(value, parent); };
+  bool goes_down;
+  if constexpr (Order::kIsNumber) {
+    // What belongs above the parent belongs above the removed entry too, which need not be looked at. What lies between
+    // the two stays here either way.
+    goes_down = index == 0 || !passes(order.value(entries[(index - 1) / 2].key));
+  } else {
+    goes_down = order.below(value, order.value(entries[index].key));
+  }
+  if (goes_down) {
+    sift_down(entries, count, index, entry, order);
+  } else {
+    sift_up(entries, index, entry, order, passes);
+  }
 }
 
 }  // namespace kiv::prq
