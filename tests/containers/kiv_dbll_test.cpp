@@ -14,90 +14,61 @@ struct Part {
   KIV_DBLL_NODE node;
 };
 
-bool same_words(const KIV_DBLL_NODE &a, const KIV_DBLL_NODE &b) { return std::memcmp(&a, &b, sizeof a) == 0; }
-
-void expect_list(KIV_DBLL_NODE *head, const std::vector<KIV_DBLL_NODE *> &nodes, KIV_DBLL_NODE *element) {
-  ASSERT_EQ(head->owner, head);
-  ASSERT_EQ(head->data, &nodes);
-  const size_t count = nodes.size();
-  ASSERT_EQ(head->next, count > 0 ? nodes.front() : nullptr);
-  ASSERT_EQ(head->prev, count > 0 ? nodes.back() : nullptr);
-  for (size_t i = 0; i < count; ++i) {
-    ASSERT_EQ(nodes[i]->prev, i > 0 ? nodes[i - 1] : nullptr);
-    ASSERT_EQ(nodes[i]->next, i + 1 < count ? nodes[i + 1] : nullptr);
-    ASSERT_EQ(nodes[i]->owner, head);
-    ASSERT_EQ(nodes[i]->data, reinterpret_cast<char *>(nodes[i]) - offsetof(Part, node));
-    ASSERT_EQ(kiv_dbll_get_element_by_index(element, static_cast<int32_t>(i)), nodes[i]);
+void expect_list(KIV_DBLL_NODE *head, const std::vector<Part *> &parts, KIV_DBLL_NODE *element) {
+  const auto node = [&](size_t i) { return i < parts.size() ? &parts[i]->node : nullptr; };
+  const KIV_DBLL_NODE right_head = {node(0), head, node(parts.size() - 1), head};
+  ASSERT_EQ(std::memcmp(head, &right_head, sizeof right_head), 0);
+  for (size_t i = 0; i < parts.size(); ++i) {
+    const KIV_DBLL_NODE right = {node(i + 1), parts[i], node(i - 1), head};
+    ASSERT_EQ(std::memcmp(node(i), &right, sizeof right), 0) << "node " << i;
+    ASSERT_EQ(kiv_dbll_get_element_by_index(element, static_cast<int32_t>(i)), node(i));
   }
-  for (const int32_t index : {static_cast<int32_t>(count), INT32_MAX, -1, INT32_MIN}) {
+  for (const int32_t index : {static_cast<int32_t>(parts.size()), INT32_MAX, -1, INT32_MIN}) {
     ASSERT_EQ(kiv_dbll_get_element_by_index(element, index), nullptr);
   }
-  ASSERT_EQ(kiv_dbll_count(element), count);
+  ASSERT_EQ(kiv_dbll_count(element), parts.size());
   ASSERT_EQ(kiv_dbll_integrity_check(element), nullptr);
 }
 
 TEST(Dbll, AgreesWithAVector) {
   std::mt19937_64 random = kiv::test::make_random();
-  std::vector<Part> parts(20);
-  std::vector<KIV_DBLL_NODE *> spare, nodes;
-  for (Part &part : parts) {
-    std::memset(&part, 0xA5, sizeof part);
+  std::vector<Part> records(20);
+  std::vector<Part *> spare, parts;
+  for (Part &part : records) {
     part.node.data = &part;
-    spare.push_back(&part.node);
+    spare.push_back(&part);
   }
-  KIV_DBLL_NODE head;
-  std::memset(&head, 0xA5, sizeof head);
-  ASSERT_EQ(kiv_dbll_init(&head), &head);
-  ASSERT_EQ(head.data, nullptr);
-  head.data = &nodes;
+  KIV_DBLL_NODE head = records[0].node;
+  ASSERT_EQ(kiv_dbll_init(&head)->data, nullptr);
+  head.data = &head;
   for (uint32_t step = 0; step < 20000; ++step) {
     SCOPED_TRACE(step);
     // The head stands at count: behind it comes the first node, before it the last.
-    const uint32_t count = static_cast<uint32_t>(nodes.size());
-    const uint32_t at = kiv::test::below(random, count + 1);
-    KIV_DBLL_NODE *const element = at < count ? nodes[at] : &head;
+    const auto count = static_cast<uint32_t>(parts.size()), at = kiv::test::below(random, count + 1);
     const uint32_t action = kiv::test::below(random, 24);
+    KIV_DBLL_NODE *const element = at < count ? &parts[at]->node : &head;
     if (action < 16 && !spare.empty()) {
-      KIV_DBLL_NODE *const node = spare.back();
+      Part *const part = spare.back();
       spare.pop_back();
-      size_t index = 0;
-      switch (action % 4) {
-        case 0:
-          ASSERT_EQ(kiv_dbll_insert_after(element, node), node);
-          index = at < count ? at + 1 : 0;
-          break;
-        case 1:
-          ASSERT_EQ(kiv_dbll_insert_before(element, node), node);
-          index = at;
-          break;
-        case 2:
-          ASSERT_EQ(kiv_dbll_prepend(element, node), node);
-          break;
-        default:
-          kiv_dbll_append(element, node);
-          index = count;
-      }
-      nodes.insert(nodes.begin() + static_cast<std::ptrdiff_t>(index), node);
+      const uint32_t after = at < count ? at + 1 : 0, index[] = {after, at, 0, count};
+      if (action % 4 == 0) ASSERT_EQ(kiv_dbll_insert_after(element, &part->node), &part->node);
+      if (action % 4 == 1) ASSERT_EQ(kiv_dbll_insert_before(element, &part->node), &part->node);
+      if (action % 4 == 2) ASSERT_EQ(kiv_dbll_prepend(element, &part->node), &part->node);
+      if (action % 4 == 3) kiv_dbll_append(element, &part->node);
+      parts.insert(parts.begin() + index[action % 4], part);
     } else if (at < count) {
-      uint32_t first = at, end = at + 1;  // of the nodes that go
-      const std::vector<Part> before = parts;
-      if (action < 22) {
-        kiv_dbll_remove(element);
-      } else if (action == 22) {
-        first = 0;
-        ASSERT_EQ(kiv_dbll_remove_and_all_previous(element), end < count ? nodes[end] : nullptr);
-      } else {
-        end = count;
-        ASSERT_EQ(kiv_dbll_remove_and_all_next(element), first > 0 ? nodes[first - 1] : nullptr);
-      }
+      const std::vector<Part> before = records;
+      const uint32_t first = action == 22 ? 0 : at, end = action == 23 ? count : at + 1;  // of the nodes that go
+      if (action < 22) kiv_dbll_remove(element);
+      if (action == 22) ASSERT_EQ(kiv_dbll_remove_and_all_previous(element), end < count ? element->next : nullptr);
+      if (action == 23) ASSERT_EQ(kiv_dbll_remove_and_all_next(element), first > 0 ? element->prev : nullptr);
       for (uint32_t i = first; i < end; ++i) {
-        const auto part = static_cast<size_t>(static_cast<Part *>(nodes[i]->data) - parts.data());
-        ASSERT_TRUE(same_words(before[part].node, *nodes[i]));
-        spare.push_back(nodes[i]);
+        spare.push_back(parts[i]);
+        ASSERT_EQ(std::memcmp(parts[i], &before[static_cast<size_t>(parts[i] - records.data())], sizeof(Part)), 0);
       }
-      nodes.erase(nodes.begin() + static_cast<std::ptrdiff_t>(first), nodes.begin() + static_cast<std::ptrdiff_t>(end));
+      parts.erase(parts.begin() + first, parts.begin() + end);
     }
-    ASSERT_NO_FATAL_FAILURE(expect_list(&head, nodes, nodes.empty() ? &head : nodes[at % nodes.size()]));
+    ASSERT_NO_FATAL_FAILURE(expect_list(&head, parts, parts.empty() ? &head : &parts[at % parts.size()]->node));
   }
 }
 
