@@ -109,49 +109,64 @@ void sift_up(Entry *entries, size_t hole, const Entry &entry, const Order &order
 }
 
 /// As many entries as a processor's own caches can be expected to hold.
-constexpr size_t kNearCount = 1 << 16;
+constexpr size_t kCachedCount = 1 << 16;
 
-/// Of the children left and left + 1: the one that belongs above the other, or the left one of equal ones.
-template <class Order>
-size_t upper_child(const Entry *entries, size_t left, bool near, const Order &order) {
-  const bool right_is_above = order.above(order.value(entries[left + 1].key), order.value(entries[left].key));
-  if (near) {
-    // The four entries that follow the two, whichever it will be; beyond the array this does nothing.
-    const auto *next = reinterpret_cast<const char *>(entries) + (2 * left + 1) * sizeof(Entry);
-    __builtin_prefetch(next);
-    __builtin_prefetch(next + 2 * sizeof(Entry));
-    __builtin_prefetch(next + 4 * sizeof(Entry) - 1);
-    return left + static_cast<size_t>(right_is_above);
+/// Of the children right - 1 and right: the one that belongs above the other, or the left one of equal ones.
+template <bool kCached, class Order>
+size_t upper_child(const Entry *entries, size_t right, const Order &order) {
+  const bool right_is_above = order.above(order.value(entries[right].key), order.value(entries[right - 1].key));
+  if constexpr (kCached) {
+    // Fetches the four entries that follow the two, whichever it will be; beyond the array this does nothing.
+    const uintptr_t next = reinterpret_cast<uintptr_t>(entries) + (2 * right - 1) * sizeof(Entry);
+    __builtin_prefetch(reinterpret_cast<const void *>(next));
+    __builtin_prefetch(reinterpret_cast<const void *>(next + 2 * sizeof(Entry)));
+    __builtin_prefetch(reinterpret_cast<const void *>(next + 4 * sizeof(Entry) - 1));
+    return right - 1 + static_cast<size_t>(right_is_above);
   }
   // A branch that is guessed wrong half of the time, but by guessing the processor fetches what lies further down
   // before the keys have arrived. The empty statement keeps the compiler from doing without the branch.
-  if (!right_is_above) return left;
+  if (right_is_above) return right;
   asm volatile("");
-  return left + 1;
+  return right - 1;
+}
+
+/// sift_down for numbers. If the left child does not belong above the entry, but the right one does, then that is above
+/// the left one too: so the choice of the child need not wait for the entry's own compare.
+template <bool kCached, class Order>
+void sift_number_down(Entry *entries, size_t count, size_t hole, const Entry &entry, const Order &order) {
+  const auto value = order.value(entry.key);
+  size_t right;
+  while ((right = 2 * hole + 2) < count) {
+    const size_t child = upper_child<kCached>(entries, right, order);
+    if (!order.above(order.value(entries[child].key), value)) break;
+    place(entries, hole, entries[child]);
+    hole = child;
+  }
+  // An only child has none itself.
+  if (right == count && order.above(order.value(entries[right - 1].key), value)) {
+    place(entries, hole, entries[right - 1]);
+    hole = right - 1;
+  }
+  place(entries, hole, entry);
 }
 
 /// Places entry at hole or, while a child belongs above it, at that child's index, and so on.
 template <class Order>
 void sift_down(Entry *entries, size_t count, size_t hole, const Entry &entry, const Order &order) {
+  if constexpr (Order::kIsNumber) {
+    return count <= kCachedCount ? sift_number_down<true>(entries, count, hole, entry, order)
+                                 : sift_number_down<false>(entries, count, hole, entry, order);
+  }
   const auto value = order.value(entry.key);
-  const bool near = count <= kNearCount;
   for (size_t left; (left = 2 * hole + 1) < count;) {
-    size_t child;
-    if constexpr (Order::kIsNumber) {
-      // If the left child does not belong above the entry, but the right one does, then that is above the left one too:
-      // so the choice of the child need not wait for the entry's own compare.
-      child = left + 1 < count ? upper_child(entries, left, near, order) : left;
-      if (!order.above(order.value(entries[child].key), value)) break;
-    } else {
-      child = hole;
-      auto uppermost = value;
-      if (order.above(order.value(entries[left].key), uppermost)) {
-        child = left;
-        uppermost = order.value(entries[left].key);
-      }
-      if (left + 1 < count && order.above(order.value(entries[left + 1].key), uppermost)) child = left + 1;
-      if (child == hole) break;
+    size_t child = hole;
+    auto uppermost = value;
+    if (order.above(order.value(entries[left].key), uppermost)) {
+      child = left;
+      uppermost = order.value(entries[left].key);
     }
+    if (left + 1 < count && order.above(order.value(entries[left + 1].key), uppermost)) child = left + 1;
+    if (child == hole) break;
     place(entries, hole, entries[child]);
     hole = child;
   }
@@ -165,8 +180,8 @@ void replace(Entry *entries, size_t count, size_t index, const Entry &entry, con
   const auto passes = [&](auto parent) { return order.above(value, parent); };
   bool goes_down;
   if constexpr (Order::kIsNumber) {
-    // What belongs above the parent belongs above the removed entry too, which need not be looked at. What lies between
-    // the two stays here either way.
+    // An entry that belongs above the parent belongs above the removed one too, which need not be looked at: one that
+    // lies between the two stays here either way.
     goes_down = index == 0 || !passes(order.value(entries[(index - 1) / 2].key));
   } else {
     goes_down = order.below(value, order.value(entries[index].key));
