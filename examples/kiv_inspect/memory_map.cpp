@@ -37,7 +37,7 @@ Status MemoryMap::read_elf(ByteView file, KIV_ALLOCATOR *pool) {
   ElfImage image(errors_);
   Status status = image.open(file);
   order_ = image.order();
-  address_digits_ = image.has_64_bits() ? 16 : 8;
+  address_digits_ = image.address_digits();
   ByteView table;
   uint32_t count = 0;
   if (status.ok()) status = image.segments(&table, &count);
@@ -63,7 +63,7 @@ Status MemoryMap::read_elf(ByteView file, KIV_ALLOCATOR *pool) {
 Status MemoryMap::read_pe(ByteView file, KIV_ALLOCATOR *pool) {
   PeImage image(errors_);
   Status status = image.open(file, pool);
-  address_digits_ = image.has_64_bits() ? 16 : 8;
+  address_digits_ = image.address_digits();
   if (!status.ok()) return status;
   const auto headers = file.part(0, image.headers_size());
   if (!headers) return errors_.failure("its PE header is cut off[|]");

@@ -34,6 +34,7 @@ class PeImage {
   const Errors &errors() const { return errors_; }
 
   bool has_64_bits() const { return has_64_bits_; }
+  int address_digits() const { return has_64_bits_ ? 16 : 8; }  // hexadecimal ones
 
   /// The target address of an RVA. It wraps in the program's width, as the loader's arithmetic does.
   uint64_t address_of(uint32_t rva) const;
