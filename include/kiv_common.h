@@ -30,6 +30,7 @@
 #include "kiv_thread.h"
 #include "kiv_u128.h"
 #include "kiv_uni.h"
+#include "kiv_vector.h"
 #include "kiv_vsnprintf.h"
 
 #endif
