@@ -14,6 +14,7 @@
 #include "kiv_debug_heap.h"
 #include "kiv_error.h"
 #include "kiv_hash.h"
+#include "kiv_hashtable.h"
 #include "kiv_i18n.h"
 #include "kiv_leb128.h"
 #include "kiv_message.h"
