@@ -16,6 +16,7 @@
 #include "kiv_hash.h"
 #include "kiv_hashtable.h"
 #include "kiv_i18n.h"
+#include "kiv_ivtree.h"
 #include "kiv_leb128.h"
 #include "kiv_message.h"
 #include "kiv_mutex.h"
