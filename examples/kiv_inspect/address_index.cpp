@@ -1,19 +1,19 @@
 #include "examples/kiv_inspect/address_index.h"
 
-#include <new>
+#include "examples/kiv_inspect/compare.h"
+#include "examples/kiv_inspect/pool.h"
 
 namespace kiv::inspect {
 
 int by_first_address(const void *a, const void *b) {
   const auto &x = *static_cast<const Occupant *>(a), &y = *static_cast<const Occupant *>(b);
-  if (x.node.low != y.node.low) return x.node.low > y.node.low ? 1 : -1;
-  return (x.number > y.number) - (x.number < y.number);
+  const int address = compare(x.node.low, y.node.low);
+  return address != 0 ? address : compare(x.number, y.number);
 }
 
 bool AddressIndex::add(const Section *section, const Symbol *symbol, AddressRange addresses, KIV_ALLOCATOR *pool) {
-  void *block = pool->alloc(pool, sizeof(Occupant));
-  if (block == nullptr) return false;
-  auto *occupant = new (block) Occupant{section, symbol, count_++, {}};
+  auto *occupant = place(pool, Occupant{section, symbol, count_++, {}});
+  if (occupant == nullptr) return false;
   (void)kiv_ivtree_insert_node(&tree_, &occupant->node, addresses.first, addresses.last);
   occupant->node.user_data = reinterpret_cast<uintptr_t>(occupant);
   return true;

@@ -1,7 +1,6 @@
 #include "examples/kiv_inspect/name_lookup.h"
 
-#include <new>
-
+#include "examples/kiv_inspect/pool.h"
 #include "kiv_string.h"
 
 namespace kiv::inspect {
@@ -10,9 +9,8 @@ Status NameLookup::want(const KIV_UNICHAR *name) {
   if (names_ == nullptr) return errors_.out_of_memory();
   if (kiv_hashtable_get(names_, name) != nullptr) return {};
   KIV_STRING key = kiv_string_dup(pool_, name);
-  void *block = pool_->alloc(pool_, sizeof(Wanted));
-  if (key == nullptr || block == nullptr) return errors_.out_of_memory();
-  auto *wanted = new (block) Wanted{nullptr, nullptr};
+  auto *wanted = place(pool_, Wanted{nullptr, nullptr});
+  if (key == nullptr || wanted == nullptr) return errors_.out_of_memory();
   wanted->last = &wanted->first;
   kiv_hashtable_put_key_elem(names_, key, wanted);
   return kiv_hashtable_get(names_, name) == wanted ? Status{} : errors_.out_of_memory();
@@ -23,10 +21,10 @@ bool NameLookup::add_if_wanted(const Symbol &symbol, NameText &text) {
   if (name == nullptr) return false;
   auto *wanted = static_cast<Wanted *>(kiv_hashtable_get(names_, name));
   if (wanted == nullptr) return true;
-  void *block = pool_->alloc(pool_, sizeof(Match));
-  if (block == nullptr) return false;
-  *wanted->last = new (block) Match{&symbol, nullptr};
-  wanted->last = &(*wanted->last)->next;
+  auto *match = place(pool_, Match{&symbol, nullptr});
+  if (match == nullptr) return false;
+  *wanted->last = match;
+  wanted->last = &match->next;
   return true;
 }
 

@@ -1,9 +1,8 @@
 #include "examples/kiv_inspect/program.h"
 
 #include "examples/kiv_inspect/constant_reader.h"
-#include "examples/kiv_inspect/elf_image.h"
 #include "examples/kiv_inspect/file_bytes.h"
-#include "examples/kiv_inspect/pe_image.h"
+#include "examples/kiv_inspect/program_format.h"
 #include "examples/kiv_inspect/symbol_readers.h"
 
 namespace kiv::inspect {
@@ -14,9 +13,10 @@ constexpr uint32_t kChunkSize = 1u << 16;
 }  // namespace
 
 Status read_symbols(ByteView file, SymbolTable &table) {
-  if (ElfImage::recognises(file)) return read_elf_symbols(file, table);
-  if (PeImage::recognises(file)) return read_pe_symbols(file, table);
-  return table.errors().failure("it is neither an ELF nor a PE file[|]");
+  ProgramFormat format;
+  const Status status = recognise(table.errors(), file, &format);
+  if (!status.ok()) return status;
+  return format == ProgramFormat::elf ? read_elf_symbols(file, table) : read_pe_symbols(file, table);
 }
 
 Program::Program(const Errors &errors, KIV_ALLOCATOR *parent)

@@ -8,6 +8,7 @@
 #include "examples/kiv_inspect/number_arguments.h"
 #include "examples/kiv_inspect/output.h"
 #include "examples/kiv_inspect/program.h"
+#include "examples/kiv_inspect/program_format.h"
 
 namespace kiv::inspect {
 namespace {
@@ -21,7 +22,7 @@ Status list(const Arguments &arguments, AddressRange range) {
   if (status.ok()) status = program.load_symbols();
   if (status.ok()) status = program.load_extents();
   if (!status.ok()) return status;
-  if (!program.sections().is_linked()) return errors.failure("it is an object file: its addresses are not final[|]");
+  if (!program.sections().is_linked()) return errors.failure(kNotLinked);
 
   AddressIndex index(errors);
   PointerVector<Occupant> found(arguments.allocator, by_first_address);

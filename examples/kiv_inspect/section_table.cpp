@@ -1,9 +1,10 @@
 #include "examples/kiv_inspect/section_table.h"
 
-#include <new>
-
+#include "examples/kiv_inspect/compare.h"
 #include "examples/kiv_inspect/elf_image.h"
 #include "examples/kiv_inspect/pe_image.h"
+#include "examples/kiv_inspect/pool.h"
+#include "examples/kiv_inspect/program_format.h"
 #include "examples/kiv_inspect/symbol_names.h"
 
 namespace kiv::inspect {
@@ -11,8 +12,8 @@ namespace {
 
 int by_address(const void *key, const void *value) {
   const auto &a = *static_cast<const Section *>(key), &b = *static_cast<const Section *>(value);
-  if (a.addresses.first != b.addresses.first) return a.addresses.first > b.addresses.first ? 1 : -1;
-  return (a.number > b.number) - (a.number < b.number);
+  const int address = compare(a.addresses.first, b.addresses.first);
+  return address != 0 ? address : compare(a.number, b.number);
 }
 
 /// Thread-local variables without bytes in the file take addresses in no program, only in its threads.
@@ -26,15 +27,15 @@ bool takes_memory(const ElfSection &section) {
 Status SectionTable::open(ByteView file, KIV_ALLOCATOR *pool) {
   sections_ = kiv_avl_new_using_KIV_ALLOCATOR(pool, by_address, nullptr, nullptr);
   if (sections_ == nullptr) return errors_.out_of_memory();
-  if (ElfImage::recognises(file)) return read_elf(file, pool);
-  if (PeImage::recognises(file)) return read_pe(file, pool);
-  return errors_.failure("it is neither an ELF nor a PE file[|]");
+  ProgramFormat format;
+  const Status status = recognise(errors_, file, &format);
+  if (!status.ok()) return status;
+  return format == ProgramFormat::elf ? read_elf(file, pool) : read_pe(file, pool);
 }
 
 Status SectionTable::add(const Section &section, KIV_ALLOCATOR *pool) {
-  void *block = pool->alloc(pool, sizeof(Section));
-  if (block == nullptr || kiv_avl_insert(sections_, new (block) Section(section)) != 0) return errors_.out_of_memory();
-  return {};
+  Section *added = place(pool, section);
+  return added != nullptr && kiv_avl_insert(sections_, added) == 0 ? Status{} : errors_.out_of_memory();
 }
 
 Status SectionTable::read_elf(ByteView file, KIV_ALLOCATOR *pool) {

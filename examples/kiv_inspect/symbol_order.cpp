@@ -1,5 +1,7 @@
 #include "examples/kiv_inspect/symbol_order.h"
 
+#include "examples/kiv_inspect/compare.h"
+
 namespace kiv::inspect {
 namespace {
 
@@ -10,7 +12,7 @@ constexpr uint32_t kFirstCapacity = 16;
 int by_name_and_address(const void *a, const void *b) {
   const auto &x = *static_cast<const Symbol *>(a), &y = *static_cast<const Symbol *>(b);
   const int name = x.name.compare(y.name);
-  return name != 0 ? name : (x.address > y.address) - (x.address < y.address);
+  return name != 0 ? name : compare(x.address, y.address);
 }
 
 LargestSymbols::LargestSymbols(KIV_ALLOCATOR *allocator, uint64_t most)

@@ -1,15 +1,12 @@
 #include "examples/kiv_inspect/symbol_table.h"
 
 #include <algorithm>
-#include <new>
+
+#include "examples/kiv_inspect/compare.h"
+#include "examples/kiv_inspect/pool.h"
 
 namespace kiv::inspect {
 namespace {
-
-template <class T>
-int compare(T a, T b) {
-  return (a > b) - (a < b);
-}
 
 int compare_rank(const Symbol &a, const Symbol &b) {
   const int kind = compare(a.kind, b.kind);
@@ -42,10 +39,8 @@ Status SymbolTable::open(KIV_ALLOCATOR *pool) {
 Status SymbolTable::add(const Symbol &symbol) {
   auto *known = static_cast<Symbol *>(kiv_avl_find(by_name_, &symbol));
   if (known == nullptr) {
-    void *block = pool_->alloc(pool_, sizeof(Symbol));
-    if (block == nullptr) return errors_.out_of_memory();
-    known = new (block) Symbol(symbol);
-    if (kiv_avl_insert(by_name_, known) != 0) return errors_.out_of_memory();
+    known = place(pool_, symbol);
+    if (known == nullptr || kiv_avl_insert(by_name_, known) != 0) return errors_.out_of_memory();
     return kiv_avl_insert(in_order_, known) == 0 ? Status{} : errors_.out_of_memory();
   }
   known->size = std::max(known->size, symbol.size);
