@@ -21,6 +21,8 @@ struct Occupant {
   KIV_IVTREE_NODE node;  // from its first to its last address
 
   AddressRange addresses() const { return {node.low, node.high}; }
+  std::string_view name() const { return symbol != nullptr ? symbol->name : section->name; }
+  char letter() const { return symbol != nullptr ? letter_of(symbol->kind) : 'S'; }
 };
 
 /// By the first address, at one address by number.

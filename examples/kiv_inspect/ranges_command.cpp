@@ -33,10 +33,11 @@ Status list(const Arguments &arguments, AddressRange range) {
   Output output(stdout, errors, arguments.allocator);
   const char *line = kLine.of(program.symbols().address_digits);
   for (uint32_t i = 0; i < found.count() && status.ok() && !output.has_failed(); ++i) {
-    const auto &[section, symbol, number, node] = found[i];
-    const KIV_UNICHAR *name = text.decode(symbol != nullptr ? symbol->name : section->name);
+    const Occupant &occupant = found[i];
+    const KIV_UNICHAR *name = text.decode(occupant.name());
     if (name == nullptr) return errors.out_of_memory();
-    status = output.line(line, node.low, node.high, symbol != nullptr ? letter_of(symbol->kind) : 'S', name);
+    const auto [first, last] = occupant.addresses();
+    status = output.line(line, first, last, occupant.letter(), name);
   }
   return status.ok() ? output.finish() : status;
 }
