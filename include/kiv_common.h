@@ -22,6 +22,7 @@
 #include "kiv_message.h"
 #include "kiv_mutex.h"
 #include "kiv_prq.h"
+#include "kiv_qsort.h"
 #include "kiv_semaphore.h"
 #include "kiv_string.h"
 #include "kiv_string_array.h"
