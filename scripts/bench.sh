@@ -16,7 +16,7 @@ done
 
 install g++ cmake ninja-build python3 pkg-config libbenchmark-dev libglib2.0-dev libapr1-dev libtalloc-dev \
   libicu-dev libutfcpp-dev libdmalloc-dev libpcre2-dev libre2-dev libtre-dev libgmp-dev libmpfr-dev libboost-dev \
-  libabsl-dev libfmt-dev
+  libabsl-dev libfmt-dev uthash-dev
 
 # Only the programs that run: cmake's own output matters when it fails.
 folder=build/bench

@@ -1,0 +1,20 @@
+// Moving the entries of a hashtable to another number of buckets.
+#ifndef KIV_CONTAINERS_HASHTABLE_REBUILD_H
+#define KIV_CONTAINERS_HASHTABLE_REBUILD_H
+
+#include "containers/hashtable_sizes.h"
+#include "kiv_hashtable.h"
+
+namespace kiv::hashtable {
+
+inline uint32_t bucket_of(const KIV_HASHTABLE *table, const void *key) {
+  return remainder(table->hash(key), table->size_entry);
+}
+
+/// The table is then as if its entries had been put, in the order of a walk, into a new one of *size_entry buckets; or
+/// as it was, when there is no memory for that.
+void rebuild(KIV_HASHTABLE *table, const uint32_t *size_entry);
+
+}  // namespace kiv::hashtable
+
+#endif
