@@ -141,35 +141,28 @@ Image image_of_extents(bool wide, ByteOrder order) {
 
 TEST(KivInspectProgram, OrdersSymbolsByNameOrSize) {
   const std::string path = write_file("order", image_of_extents(false, ByteOrder::big));
+  const std::string main = "00002008 4294967295 F main\n", tail = "00001030      208 F tail\n",
+                    label = "00001010       32 - label\n", alias = "00002000        8 O alias\n";
   const struct {
-    std::vector<std::string> options, operands;
+    std::vector<std::string> arguments;
     std::string lines;
   } kRows[] = {
-      {{"--by-name"},
-       {},
+      {{"--by-name", path},
        "00002000 O alias\n00002000 O data\n00001100 - end\n00001010 - label\n00001000 F main\n00002008 F main\n"
        "00001030 F tail\n"},
-      {{"--by-name", "--regex"},
-       {"^.a"},
-       "00002000 O data\n00001010 - label\n00001000 F main\n00002008 F main\n"
-       "00001030 F tail\n"},
-      {{"--by-size"},
-       {},
-       "00002008 4294967295 F main\n00001030      208 F tail\n00001000       32 F main\n00001010       32 - label\n"
-       "00002000        8 O alias\n00002000        8 O data\n00001100        0 - end\n"},
-      {{"--by-size", "3"}, {"*l*"}, "00001030      208 F tail\n00001010       32 - label\n00002000        8 O alias\n"},
-      {{"--by-size", "3"}, {}, "00002008 4294967295 F main\n00001030      208 F tail\n00001000       32 F main\n"},
-      {{"--by-size", "18446744073709551615"}, {"data"}, "00002000        8 O data\n"},
+      {{path, "^.a", "--regex", "--by-name"},
+       "00002000 O data\n00001010 - label\n00001000 F main\n00002008 F main\n00001030 F tail\n"},
+      {{"--by-size", path},
+       main + tail + "00001000       32 F main\n" + label + alias +
+           "00002000        8 O data\n00001100        0 - end\n"},
+      {{path, "--by-size", "2"}, main + tail},
+      {{path, "*l*", "--by-size", "3"}, tail + label + alias},
+      {{"--by-size", "18446744073709551615", path, "alias"}, alias},
   };
   for (const auto &row : kRows) {
-    std::vector<std::string> before = {"symbols"}, behind = {"symbols", path};
-    for (auto *arguments : {&before, &behind})
-      arguments->insert(arguments->end(), row.options.begin(), row.options.end());
-    before.push_back(path);
-    for (auto *arguments : {&before, &behind})
-      arguments->insert(arguments->end(), row.operands.begin(), row.operands.end());
-    EXPECT_EQ(run_inspect(before).out, row.lines) << row.options[0];
-    EXPECT_EQ(run_inspect(behind).out, row.lines) << row.options[0];
+    std::vector<std::string> arguments = row.arguments;
+    arguments.insert(arguments.begin(), "symbols");
+    EXPECT_EQ(run_inspect(arguments).out, row.lines) << row.arguments[0] << row.arguments[1];
   }
   std::remove(path.c_str());
 }
