@@ -1,7 +1,10 @@
-// Feeds foreign bytes to the symbol readers of kiv_inspect. Whatever they make of them, the table keeps its promises.
+// Feeds foreign bytes to the readers of symbols and sections in kiv_inspect. Whatever they make of them, the tables
+// keep their promises, and the index of addresses finds what a look at every section and symbol finds.
 
+#include <algorithm>
 #include <cstdlib>
 
+#include "examples/kiv_inspect/address_index.h"
 #include "examples/kiv_inspect/program.h"
 
 namespace {
@@ -29,6 +32,47 @@ int check_symbol(void *value, void *context) {
   return 1;
 }
 
+struct Count {
+  AddressRange window;
+  int digits;
+  uint32_t overlapping;
+};
+
+void count(Count &count, AddressRange range) {
+  require(range.first <= range.last);
+  count.overlapping += range.first <= count.window.last && count.window.first <= range.last;
+}
+
+int count_section(void *value, void *context) {
+  count(*static_cast<Count *>(context), static_cast<const Section *>(value)->addresses);
+  return 1;
+}
+
+int count_symbol(void *value, void *context) {
+  auto &c = *static_cast<Count *>(context);
+  count(c, static_cast<const Symbol *>(value)->addresses(c.digits));
+  return 1;
+}
+
+/// The first bytes of the input also are the addresses that are asked for.
+void check_ranges(ByteView file, SymbolTable &symbols, KIV_ALLOCATOR *pool) {
+  SectionTable sections(symbols.errors());
+  if (!sections.open(file, pool).ok()) return;
+  symbols.estimate_sizes(sections);
+  AddressIndex index(symbols.errors());
+  if (!index.open(sections, symbols, pool).ok()) return;
+  for (uint32_t at = 0; at < std::min(file.size(), 64u); at += 8) {
+    const uint64_t a = file.number({at, 8}), b = file.number({at + 4, 4});
+    Count naive = {{std::min(a, b), std::max(a, b)}, symbols.address_digits, 0};
+    sections.walk(count_section, &naive);
+    symbols.walk(count_symbol, &naive);
+    PointerVector<Occupant> found(pool, by_first_address);
+    if (index.find(naive.window, &found).ok()) require(found.count() == naive.overlapping);
+    found.sort();
+    for (uint32_t i = 1; i < found.count(); ++i) require(by_first_address(&found[i - 1], &found[i]) < 0);
+  }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
@@ -40,9 +84,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     SymbolTable table(errors);
     Walk walk = {&table, nullptr};
     if (table.open(&wrap).ok()) {
-      (void)read_symbols({data, static_cast<uint32_t>(size), ByteOrder::little}, table).ok();
+      const ByteView file(data, static_cast<uint32_t>(size), ByteOrder::little);
+      (void)read_symbols(file, table).ok();
       table.walk(check_symbol, &walk);
       require(table.nearest(UINT64_MAX) != nullptr || walk.previous == nullptr);
+      check_ranges(file, table, &wrap);
     }
   }
   kiv_allocator_wrap_delete(&wrap);

@@ -11,9 +11,12 @@ show() {
   "$@"
 }
 show $program symbols $program '*main*'
-main=$($program symbols $program main | cut -d ' ' -f 1)
-show $program resolve $program "$main" "$(printf '%x' $((0x$main + 0x1f)))" 0
-show $program symbols $library 'kiv_avl_find*'
+show $program symbols --by-name $library 'kiv_avl_find*'
+show $program symbols --by-size 5 $library
+main=$($program resolve $program main | cut -d ' ' -f 1)
+show $program resolve $program "$main" "$(printf '%x' $((0x$main + 0x1f)))" 0 main
+# The section around main, main itself, and what follows it.
+show $program ranges $program "$main" "$(printf '%x' $((0x$main + 0xff)))"
 show $program constants $program 'kiv::inspect::Outcome::*'
 show $program constants $program '*::k[CM]*'
 # What main starts with, and its first instruction's bits.

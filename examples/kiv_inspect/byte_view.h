@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string_view>
 
 namespace kiv::inspect {
 
@@ -26,6 +27,7 @@ class ByteView {
 
   const uint8_t *data() const { return data_; }
   uint32_t size() const { return size_; }
+  std::string_view text() const { return {reinterpret_cast<const char *>(data_), size_}; }
   ByteOrder order() const { return order_; }
   ByteView in_order(ByteOrder order) const { return {data_, size_, order}; }
 

@@ -1,9 +1,35 @@
 #include "examples/kiv_inspect/command.h"
 
+#include <algorithm>
+
 #include "examples/kiv_inspect/name_text.h"
+#include "examples/kiv_inspect/number_arguments.h"
 #include "examples/kiv_inspect/output.h"
 
 namespace kiv::inspect {
+namespace {
+
+void take_out(Arguments *arguments, int place) {
+  --arguments->count;
+  std::copy_n(arguments->values + place + 1, arguments->count - place, arguments->values + place);
+}
+
+}  // namespace
+
+int Arguments::take_option(std::string_view name) {
+  for (int place = 0; place < count; ++place) {
+    if (values[place] != name) continue;
+    take_out(this, place);
+    return place;
+  }
+  return -1;
+}
+
+std::optional<uint64_t> Arguments::take_count(int place) {
+  const auto number = place < count ? parse_count(values[place]) : std::nullopt;
+  if (number) take_out(this, place);
+  return number;
+}
 
 Outcome finish(const Arguments &arguments, Status status, const Message &message, const char *path) {
   if (status.ok()) return Outcome::done;

@@ -2,6 +2,9 @@
 #ifndef KIV_INSPECT_COMMAND_H
 #define KIV_INSPECT_COMMAND_H
 
+#include <optional>
+#include <string_view>
+
 #include "examples/kiv_inspect/status.h"
 #include "kiv_allocator.h"
 
@@ -16,13 +19,19 @@ struct Arguments {
   char **values;
   KIV_ALLOCATOR *allocator;
   const Errors &errors;
+
+  /// Takes an option out, wherever it stands. Gives its place, or -1 when it is not there.
+  int take_option(std::string_view name);
+
+  /// Takes out what now stands at that place, behind an option that was there, when it is a number.
+  std::optional<uint64_t> take_count(int place);
 };
 
 struct Command {
   const char *name;
   const char *arguments;
-  int least, most;      // how many arguments
-  const char *help[3];  // lines; null ones are none
+  int least, most;      // how many arguments, options included
+  const char *help[5];  // lines; null ones are none
   /// Wrong usage is told before anything is printed.
   Outcome (*run)(Arguments arguments);
 };
@@ -33,6 +42,7 @@ Outcome finish(const Arguments &arguments, Status status, const Message &message
 
 Outcome run_symbols(Arguments arguments);
 Outcome run_resolve(Arguments arguments);
+Outcome run_ranges(Arguments arguments);
 Outcome run_constants(Arguments arguments);
 Outcome run_bytes(Arguments arguments);
 

@@ -5,9 +5,11 @@
 #include <new>
 #include <optional>
 
+#include "examples/kiv_inspect/compare.h"
 #include "examples/kiv_inspect/debug_info.h"
 #include "examples/kiv_inspect/debug_types.h"
 #include "examples/kiv_inspect/dwarf_codes.h"
+#include "examples/kiv_inspect/pool.h"
 
 namespace kiv::inspect {
 namespace {
@@ -68,7 +70,7 @@ struct DeclaredScopes {
 int by_place(const void *key, const void *value) {
   const auto &a = *static_cast<const DeclaredScopes *>(key), &b = *static_cast<const DeclaredScopes *>(value);
   if (a.unit != b.unit) return std::less<>()(a.unit, b.unit) ? -1 : 1;
-  return (a.offset > b.offset) - (a.offset < b.offset);
+  return compare(a.offset, b.offset);
 }
 
 /// Whether an entry is a declaration of a scope or a constant that other entries complete.
@@ -170,11 +172,9 @@ class Walk {
     Status status = find_scopes(unit, entry, &around);
     if (status.ok() && !around) status = spell_scopes(&around);
     if (!status.ok()) return status;
-    KIV_ALLOCATOR *pool = table_.pool();
-    void *block = pool->alloc(pool, sizeof(DeclaredScopes));
-    if (block == nullptr) return table_.errors().out_of_memory();
-    auto *declared = new (block) DeclaredScopes{&unit, entry.start, *around};
-    return kiv_avl_insert(declared_, declared) == 0 ? Status{} : table_.errors().out_of_memory();
+    auto *declared = place(table_.pool(), DeclaredScopes{&unit, entry.start, *around});
+    const bool added = declared != nullptr && kiv_avl_insert(declared_, declared) == 0;
+    return added ? Status{} : table_.errors().out_of_memory();
   }
 
   /// What is in front of the name of the declaration that an entry completes, or of the type that completes it; none
@@ -197,11 +197,8 @@ class Walk {
       std::string_view spelled;
       const Status status = spell({}, {}, &spelled);
       if (!status.ok()) return status;
-      KIV_ALLOCATOR *pool = table_.pool();
-      auto *copy = static_cast<char *>(pool->alloc(pool, static_cast<uint32_t>(spelled.size()) + 1));
-      if (copy == nullptr) return table_.errors().out_of_memory();
-      std::copy(spelled.begin(), spelled.end(), copy);
-      level.inside = {copy, spelled.size()};
+      level.inside = place_text(table_.pool(), spelled);
+      if (level.inside->data() == nullptr) return table_.errors().out_of_memory();
     }
     *names = level.inside;
     return {};

@@ -25,11 +25,11 @@ class ConstantTable {
  public:
   /// REQUIRES: the errors outlive this.
   explicit ConstantTable(const Errors &errors) : errors_(errors) {}
-  ConstantTable(const ConstantTable &) = delete;  // the tree points to the pool
+  ConstantTable(const ConstantTable &) = delete;
   ConstantTable &operator=(const ConstantTable &) = delete;
 
-  /// Makes the table empty. All its memory comes from the parent, to which nothing is given back.
-  Status open(KIV_ALLOCATOR *parent);
+  /// Makes the table empty. All its memory comes from the pool, to which nothing is given back.
+  Status open(KIV_ALLOCATOR *pool);
 
   /// Adds a constant that is not there yet. What its value points to is not copied. REQUIRES: open.
   Status add(const Constant &constant);
@@ -37,14 +37,14 @@ class ConstantTable {
   const Constant *first() const { return first_; }
 
   /// Memory that lasts as long as the table, for readers that fill it.
-  KIV_ALLOCATOR *pool() { return &pool_; }
+  KIV_ALLOCATOR *pool() const { return pool_; }
 
   /// Where failures of these readers come from.
   const Errors &errors() const { return errors_; }
 
  private:
   const Errors &errors_;
-  KIV_ALLOCATOR pool_ = {};
+  KIV_ALLOCATOR *pool_ = nullptr;
   KIV_AVL_TREE *known_ = nullptr;
   Constant *first_ = nullptr;
   Constant **last_ = &first_;

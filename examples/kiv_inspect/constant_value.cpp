@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
+#include "examples/kiv_inspect/compare.h"
+
 namespace kiv::inspect {
 namespace {
-
-std::string_view text_of(ByteView bytes) { return {reinterpret_cast<const char *>(bytes.data()), bytes.size()}; }
 
 /// A number of up to 16 bytes in the program's byte order.
 KIV_U128 number_of(ByteView bytes, ByteOrder order) {
@@ -43,11 +43,6 @@ bool is_number(ByteView bytes, const ValueType &type) {
          (type.size == bytes.size() || type.size == 0);
 }
 
-template <class T>
-int compare(T a, T b) {
-  return (a > b) - (a < b);
-}
-
 }  // namespace
 
 bool decode_value(const FormValue &value, const ValueType &type, ByteOrder order, ConstantValue *result) {
@@ -64,7 +59,7 @@ bool decode_value(const FormValue &value, const ValueType &type, ByteOrder order
     case ValueClass::block:
       if (!is_number(value.bytes, type)) {
         result->kind = ConstantValue::bytes;
-        result->contents = text_of(value.bytes);
+        result->contents = value.bytes.text();
         return true;
       }
       result->number = number_of(value.bytes, order);

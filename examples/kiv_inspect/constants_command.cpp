@@ -2,10 +2,9 @@
 // its order: E enumerator, C constant, V variable, M member. Constants that several units have are shown once.
 
 #include "examples/kiv_inspect/command.h"
-#include "examples/kiv_inspect/name_text.h"
+#include "examples/kiv_inspect/name_pattern.h"
 #include "examples/kiv_inspect/output.h"
 #include "examples/kiv_inspect/program.h"
-#include "kiv_string_pattern.h"
 
 namespace kiv::inspect {
 namespace {
@@ -17,11 +16,11 @@ struct Texts {
   NameText name, contents;
 };
 
-Status print_constant(const Constant &constant, const KIV_UNICHAR *pattern, const Errors &errors, Texts &texts,
+Status print_constant(const Constant &constant, const NamePattern &pattern, const Errors &errors, Texts &texts,
                       Output &output) {
   const KIV_UNICHAR *name = texts.name.decode(constant.name);
   if (name == nullptr) return errors.out_of_memory();
-  if (pattern != nullptr && kiv_string_matches_using_wildcards(name, pattern) == 0) return {};
+  if (!pattern.chooses(name)) return {};
   const char kind = kKindLetters[static_cast<int>(constant.kind)];
   const ConstantValue &value = constant.value;
   if (value.kind == ConstantValue::text || value.kind == ConstantValue::bytes) {
@@ -42,13 +41,9 @@ Status list(const Arguments &arguments) {
   Status status = program.load(arguments.values[0]);
   if (status.ok()) status = program.load_constants();
   if (!status.ok()) return status;
-  NameText pattern_text(arguments.allocator);
   Texts texts = {NameText(arguments.allocator), NameText(arguments.allocator)};
-  const KIV_UNICHAR *pattern = nullptr;
-  if (arguments.count > 1) {
-    pattern = pattern_text.decode(arguments.values[1]);
-    if (pattern == nullptr) return errors.out_of_memory();
-  }
+  NamePattern pattern(arguments.allocator);
+  if (!pattern.set(arguments.count > 1 ? arguments.values[1] : nullptr, false)) return errors.out_of_memory();
   Output output(stdout, errors, arguments.allocator);
   const Constant *constant = program.constants().first();
   for (; constant != nullptr && status.ok() && !output.has_failed(); constant = constant->next) {

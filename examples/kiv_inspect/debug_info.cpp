@@ -1,8 +1,8 @@
 #include "examples/kiv_inspect/debug_info.h"
 
-#include <new>
-
+#include "examples/kiv_inspect/compare.h"
 #include "examples/kiv_inspect/dwarf_codes.h"
+#include "examples/kiv_inspect/pool.h"
 #include "examples/kiv_inspect/unit_header.h"
 
 namespace kiv::inspect {
@@ -10,16 +10,6 @@ namespace {
 
 constexpr char kUnreadableUnit[] = "the unit at offset 0x[0_u64x] of its debug information cannot be read[|]";
 constexpr char kCutOff[] = "an entry of its debug information is cut off[|]";
-
-int by_start(const void *key, const void *value) {
-  const uint32_t a = static_cast<const Unit *>(key)->start, b = static_cast<const Unit *>(value)->start;
-  return (a > b) - (a < b);
-}
-
-int by_signature(const void *key, const void *value) {
-  const uint64_t a = static_cast<const Unit *>(key)->signature, b = static_cast<const Unit *>(value)->signature;
-  return (a > b) - (a < b);
-}
 
 /// The field of an entry that an attribute belongs to, or null.
 FormValue *field_of(Entry *entry, uint64_t attribute) {
@@ -52,8 +42,8 @@ FormValue *field_of(Entry *entry, uint64_t attribute) {
 Status DebugInfo::open(const DebugSections &sections, KIV_ALLOCATOR *pool) {
   sections_ = sections;
   attributes_left_ = (uint64_t{sections.info.size()} + sections.types.size()) * 64;
-  by_start_ = kiv_avl_new_using_KIV_ALLOCATOR(pool, by_start, nullptr, nullptr);
-  by_signature_ = kiv_avl_new_using_KIV_ALLOCATOR(pool, by_signature, nullptr, nullptr);
+  by_start_ = kiv_avl_new_using_KIV_ALLOCATOR(pool, by_field<&Unit::start>, nullptr, nullptr);
+  by_signature_ = kiv_avl_new_using_KIV_ALLOCATOR(pool, by_field<&Unit::signature>, nullptr, nullptr);
   if (by_start_ == nullptr || by_signature_ == nullptr) return errors_.out_of_memory();
   Status status = abbreviations_.open(sections.abbreviations, pool);
   if (status.ok()) status = read_units(sections.info, false, pool);
@@ -66,9 +56,8 @@ Status DebugInfo::read_units(ByteView section, bool is_in_types, KIV_ALLOCATOR *
     UnitHeader header;
     Status status = read_unit_header(errors_, section, static_cast<uint32_t>(at), is_in_types, &header);
     if (!status.ok()) return errors_.add(status, kUnreadableUnit, at);
-    void *block = pool->alloc(pool, sizeof(Unit));
-    if (block == nullptr) return errors_.out_of_memory();
-    auto *unit = new (block) Unit{};
+    Unit *unit = place(pool, Unit{});
+    if (unit == nullptr) return errors_.out_of_memory();
     unit->bytes = section.part(0, header.end).value_or(ByteView());
     unit->is_in_types = is_in_types;
     unit->start = static_cast<uint32_t>(at);
@@ -163,7 +152,7 @@ Status DebugInfo::find(const Unit &unit, const FormValue &value, EntryPlace *pla
 Status DebugInfo::text(const Unit &unit, const FormValue &value, std::string_view *text) {
   switch (value.value_class) {
     case ValueClass::text:
-      *text = {reinterpret_cast<const char *>(value.bytes.data()), value.bytes.size()};
+      *text = value.bytes.text();
       return {};
     case ValueClass::text_offset:
       return names_.read(sections_.strings, value.number.lo, text);

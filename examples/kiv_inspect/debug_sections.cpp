@@ -1,10 +1,10 @@
 #include "examples/kiv_inspect/debug_sections.h"
 
-#include <algorithm>
 #include <string_view>
 
 #include "examples/kiv_inspect/elf_image.h"
 #include "examples/kiv_inspect/pe_image.h"
+#include "examples/kiv_inspect/program_format.h"
 #include "examples/kiv_inspect/unit_header.h"
 
 namespace kiv::inspect {
@@ -34,8 +34,7 @@ struct Choice {
 
 Choice choose(ByteView table, DebugSections *sections) {
   // No name that counts is longer.
-  const ByteView start = table.part(0, std::min(table.size(), 32u)).value_or(ByteView());
-  std::string_view name(reinterpret_cast<const char *>(start.data()), start.size());
+  std::string_view name = table.text().substr(0, 32);
   name = name.substr(0, name.find('\0'));
   Choice choice = {nullptr, name.starts_with(".zdebug_"), name == ".debug_info.dwo"};
   if (!choice.compressed && !name.starts_with(".debug_")) return choice;
@@ -90,15 +89,12 @@ Status find_in_pe(const Errors &errors, ByteView file, KIV_ALLOCATOR *scratch, D
 
 Status find_debug_sections(const Errors &errors, ByteView file, KIV_ALLOCATOR *scratch, DebugSections *sections) {
   *sections = {};
-  Status status;
+  ProgramFormat format;
+  Status status = recognise(errors, file, &format);
+  if (!status.ok()) return status;
   bool split = false;
-  if (ElfImage::recognises(file)) {
-    status = find_in_elf(errors, file, sections, &split);
-  } else if (PeImage::recognises(file)) {
-    status = find_in_pe(errors, file, scratch, sections, &split);
-  } else {
-    return errors.failure("it is neither an ELF nor a PE file[|]");
-  }
+  status = format == ProgramFormat::elf ? find_in_elf(errors, file, sections, &split)
+                                        : find_in_pe(errors, file, scratch, sections, &split);
   if (!status.ok()) return status;
   if (sections->info.size() != 0 || sections->types.size() != 0) return {};
   return errors.failure(split ? kSplitDebugInfo : "it has no debug information[|]");

@@ -1,24 +1,13 @@
 #include "examples/kiv_inspect/dwarf_abbreviations.h"
 
-#include <new>
-
+#include "examples/kiv_inspect/compare.h"
 #include "examples/kiv_inspect/dwarf_codes.h"
+#include "examples/kiv_inspect/pool.h"
 
 namespace kiv::inspect {
 namespace {
 
 constexpr char kCutOff[] = "its abbreviations are cut off[|]";
-
-int by_offset(const void *key, const void *value) {
-  const uint64_t a = static_cast<const AbbreviationTable *>(key)->offset;
-  const uint64_t b = static_cast<const AbbreviationTable *>(value)->offset;
-  return (a > b) - (a < b);
-}
-
-int by_code(const void *key, const void *value) {
-  const uint64_t a = static_cast<const Abbreviation *>(key)->code, b = static_cast<const Abbreviation *>(value)->code;
-  return (a > b) - (a < b);
-}
 
 /// The next name and form of an abbreviation; two zeros, and false, at its end.
 bool read_row(ByteReader &reader, AttributeRow *row) {
@@ -35,8 +24,8 @@ Status Abbreviations::open(ByteView section, KIV_ALLOCATOR *pool) {
   section_ = section;
   bytes_left_ = uint64_t{section.size()} * 4;
   pool_ = pool;
-  tables_ = kiv_avl_new_using_KIV_ALLOCATOR(pool, by_offset, nullptr, nullptr);
-  codes_ = kiv_avl_new_using_KIV_ALLOCATOR(pool, by_code, nullptr, nullptr);
+  tables_ = kiv_avl_new_using_KIV_ALLOCATOR(pool, by_field<&AbbreviationTable::offset>, nullptr, nullptr);
+  codes_ = kiv_avl_new_using_KIV_ALLOCATOR(pool, by_field<&Abbreviation::code>, nullptr, nullptr);
   return tables_ != nullptr && codes_ != nullptr ? Status{} : errors_.out_of_memory();
 }
 
@@ -45,9 +34,8 @@ Status Abbreviations::table_at(uint64_t offset, const AbbreviationTable **table)
   auto *found = static_cast<AbbreviationTable *>(kiv_avl_find(tables_, &key));
   Status status;
   if (found == nullptr) {
-    void *block = pool_->alloc(pool_, sizeof(AbbreviationTable));
-    if (block == nullptr) return errors_.out_of_memory();
-    found = new (block) AbbreviationTable(key);
+    found = place(pool_, key);
+    if (found == nullptr) return errors_.out_of_memory();
     status = read_table(found);
     if (status.ok() && kiv_avl_insert(tables_, found) != 0) status = errors_.out_of_memory();
   }
@@ -78,13 +66,12 @@ Status Abbreviations::read_abbreviation(ByteReader &reader, uint64_t code, Abbre
   if (count > UINT32_MAX / sizeof(AttributeRow)) return errors_.out_of_memory();
   const auto rows_size = static_cast<uint32_t>(count * sizeof(AttributeRow));
   auto *rows = static_cast<AttributeRow *>(count > 0 ? pool_->alloc(pool_, rows_size) : nullptr);
-  void *block = pool_->alloc(pool_, sizeof(Abbreviation));
-  if (block == nullptr || (rows == nullptr && count > 0)) return errors_.out_of_memory();
+  auto *abbreviation = place(pool_, Abbreviation{code, tag, has_children, count, rows});
+  if (abbreviation == nullptr || (rows == nullptr && count > 0)) return errors_.out_of_memory();
   for (uint32_t i = 0; i < count; ++i) (void)read_row(reader, &rows[i]);
   (void)read_row(reader, &row);  // the end
   if (!reader.ok()) return errors_.failure(kCutOff);
   // Of several with one code the first counts.
-  auto *abbreviation = new (block) Abbreviation{code, tag, has_children, count, rows};
   return kiv_avl_shared_insert(codes_, &table->by_code, abbreviation) == 0 ? Status{} : errors_.out_of_memory();
 }
 

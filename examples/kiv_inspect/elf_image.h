@@ -18,8 +18,8 @@ struct ElfSection {
   uint64_t size;
   uint64_t entry_size;
 
-  enum : uint32_t { kNoBits = 8 };                          // types: without bytes in the file
-  enum : uint64_t { kAllocated = 2, kCompressed = 0x800 };  // flags
+  enum : uint32_t { kNoBits = 8 };                                                // types: without bytes in the file
+  enum : uint64_t { kAllocated = 2, kThreadLocal = 0x400, kCompressed = 0x800 };  // flags
   bool has(uint64_t flag) const { return (flags & flag) != 0; }
 };
 
@@ -44,6 +44,7 @@ class ElfImage {
   Status open(ByteView file);
 
   bool has_64_bits() const { return has_64_bits_; }
+  int address_digits() const { return has_64_bits_ ? 16 : 8; }  // hexadecimal ones
   ByteOrder order() const { return file_.order(); }
   uint32_t section_count() const { return section_count_; }
 

@@ -12,10 +12,10 @@ enum : uint64_t { kGlobal = 1, kWeak = 2, kUnique = 10 };                  // sy
 
 struct Layout {
   uint32_t symbol_size;
-  Field name, value, info, section;
+  Field name, value, size, info, section;
 };
-constexpr Layout kLayout32 = {16, {0, 4}, {4, 4}, {12, 1}, {14, 2}};
-constexpr Layout kLayout64 = {24, {0, 4}, {8, 8}, {4, 1}, {6, 2}};
+constexpr Layout kLayout32 = {16, {0, 4}, {4, 4}, {8, 4}, {12, 1}, {14, 2}};
+constexpr Layout kLayout64 = {24, {0, 4}, {8, 8}, {16, 8}, {4, 1}, {6, 2}};
 
 SymbolBinding binding_of(uint64_t binding) {
   if (binding == kGlobal || binding == kUnique) return SymbolBinding::global;
@@ -44,7 +44,7 @@ Status add_symbol(ByteView entry, const Layout &in, ByteView strings, SymbolName
   const auto kind = kind_of(info & 15);
   const uint64_t name_offset = entry.number(in.name);
   if (!kind || name_offset == 0) return {};
-  Symbol symbol = {entry.number(in.value), {}, *kind, binding_of(info >> 4)};
+  Symbol symbol = {entry.number(in.value), entry.number(in.size), {}, *kind, binding_of(info >> 4)};
   const Status status = names.read(strings, name_offset, &symbol.name);
   return status.ok() && !symbol.name.empty() ? table.add(symbol) : status;
 }
@@ -70,7 +70,7 @@ Status read_table(const ElfImage &image, const ElfSection &section, SymbolNames 
 Status read_elf_symbols(ByteView file, SymbolTable &table) {
   ElfImage image(table.errors());
   Status status = image.open(file);
-  table.address_digits = image.has_64_bits() ? 16 : 8;
+  table.address_digits = image.address_digits();
   SymbolNames names(table.errors(), file.size());
   uint32_t seen_symtab = 0, seen_dynsym = 0;
   for (uint32_t i = 0; status.ok() && i < image.section_count(); ++i) {

@@ -1,43 +1,35 @@
 #include "examples/kiv_inspect/memory_map.h"
 
 #include <algorithm>
-#include <new>
 
+#include "examples/kiv_inspect/compare.h"
 #include "examples/kiv_inspect/elf_image.h"
 #include "examples/kiv_inspect/pe_image.h"
+#include "examples/kiv_inspect/pool.h"
+#include "examples/kiv_inspect/program_format.h"
 
 namespace kiv::inspect {
-namespace {
-
-int by_address(const void *key, const void *value) {
-  const uint64_t a = static_cast<const MemoryRegion *>(key)->address;
-  const uint64_t b = static_cast<const MemoryRegion *>(value)->address;
-  return (a > b) - (a < b);
-}
-
-}  // namespace
 
 Status MemoryMap::open(ByteView file, KIV_ALLOCATOR *pool) {
-  regions_ = kiv_avl_new_using_KIV_ALLOCATOR(pool, by_address, nullptr, nullptr);
+  regions_ = kiv_avl_new_using_KIV_ALLOCATOR(pool, by_field<&MemoryRegion::address>, nullptr, nullptr);
   if (regions_ == nullptr) return errors_.out_of_memory();
-  if (ElfImage::recognises(file)) return read_elf(file, pool);
-  if (PeImage::recognises(file)) return read_pe(file, pool);
-  return errors_.failure("it is neither an ELF nor a PE file[|]");
+  ProgramFormat format;
+  const Status status = recognise(errors_, file, &format);
+  if (!status.ok()) return status;
+  return format == ProgramFormat::elf ? read_elf(file, pool) : read_pe(file, pool);
 }
 
 Status MemoryMap::add(const MemoryRegion &region, KIV_ALLOCATOR *pool) {
   if (region.size == 0) return {};
-  void *block = pool->alloc(pool, sizeof(MemoryRegion));
-  if (block == nullptr || kiv_avl_insert(regions_, new (block) MemoryRegion(region)) != 0)
-    return errors_.out_of_memory();
-  return {};
+  MemoryRegion *added = place(pool, region);
+  return added != nullptr && kiv_avl_insert(regions_, added) == 0 ? Status{} : errors_.out_of_memory();
 }
 
 Status MemoryMap::read_elf(ByteView file, KIV_ALLOCATOR *pool) {
   ElfImage image(errors_);
   Status status = image.open(file);
   order_ = image.order();
-  address_digits_ = image.has_64_bits() ? 16 : 8;
+  address_digits_ = image.address_digits();
   ByteView table;
   uint32_t count = 0;
   if (status.ok()) status = image.segments(&table, &count);
@@ -49,7 +41,7 @@ Status MemoryMap::read_elf(ByteView file, KIV_ALLOCATOR *pool) {
     status = add({segment.address, segment.memory_size, *bytes}, pool);
   }
   if (!status.ok() || count != 0) return status;
-  if (!image.is_linked()) return errors_.failure("it is an object file: its addresses are not final[|]");
+  if (!image.is_linked()) return errors_.failure(kNotLinked);
   for (uint32_t i = 0; status.ok() && i < image.section_count(); ++i) {
     const ElfSection section = image.section(i);
     if (!section.has(ElfSection::kAllocated)) continue;
@@ -63,16 +55,16 @@ Status MemoryMap::read_elf(ByteView file, KIV_ALLOCATOR *pool) {
 Status MemoryMap::read_pe(ByteView file, KIV_ALLOCATOR *pool) {
   PeImage image(errors_);
   Status status = image.open(file, pool);
-  address_digits_ = image.has_64_bits() ? 16 : 8;
+  address_digits_ = image.address_digits();
   if (!status.ok()) return status;
   const auto headers = file.part(0, image.headers_size());
   if (!headers) return errors_.failure("its PE header is cut off[|]");
   status = add({image.address_of(0), headers->size(), *headers}, pool);
   for (uint32_t i = 1; status.ok() && i <= image.section_count(); ++i) {
     const PeSection &section = *image.section_by_number(i);
-    const auto bytes = file.part(section.file_offset, section.file_size);
-    if (!bytes) return errors_.failure("a section lies outside the file[|]");
-    status = add({image.address_of(section.address), section.size, *bytes}, pool);
+    ByteView bytes;
+    status = image.file_bytes(section, &bytes);
+    if (status.ok()) status = add({image.address_of(section.address), section.size, bytes}, pool);
   }
   return status;
 }

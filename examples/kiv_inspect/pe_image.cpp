@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "examples/kiv_inspect/compare.h"
+
 namespace kiv::inspect {
 namespace {
 
@@ -21,11 +23,6 @@ struct Layout {
 };
 constexpr Layout kLayout32 = {0x10B, {28, 4}, {92, 4}, 96};
 constexpr Layout kLayout64 = {0x20B, {24, 8}, {108, 4}, 112};
-
-int by_address(const void *key, const void *value) {
-  const uint32_t a = static_cast<const PeSection *>(key)->address, b = static_cast<const PeSection *>(value)->address;
-  return (a > b) - (a < b);
-}
 
 /// The offset that a name refers to, or none for a name that is one itself.
 std::optional<uint64_t> name_offset(ByteView name) {
@@ -88,7 +85,7 @@ void PeImage::read_optional_header(ByteView header) {
 }
 
 Status PeImage::read_sections(ByteView headers, uint32_t count, KIV_ALLOCATOR *scratch) {
-  by_address_ = kiv_avl_new_using_KIV_ALLOCATOR(scratch, by_address, nullptr, nullptr);
+  by_address_ = kiv_avl_new_using_KIV_ALLOCATOR(scratch, by_field<&PeSection::address>, nullptr, nullptr);
   // At most 65535 records: the size cannot overflow.
   sections_ = static_cast<PeSection *>(scratch->alloc(scratch, count * static_cast<uint32_t>(sizeof(PeSection))));
   if (by_address_ == nullptr || sections_ == nullptr) return errors_.out_of_memory();
@@ -134,12 +131,20 @@ Status PeImage::name(const PeSection &section, ByteView *name) const {
   return status;
 }
 
-Status PeImage::contents(const PeSection &section, ByteView *bytes) const {
-  const bool padded = section.memory_size != 0 && section.memory_size < section.file_size;
-  const auto part = file_.part(section.file_offset, padded ? section.memory_size : section.file_size);
+Status PeImage::first_bytes(const PeSection &section, uint32_t size, ByteView *bytes) const {
+  const auto part = file_.part(section.file_offset, size);
   if (!part) return errors_.failure("a section lies outside the file[|]");
   *bytes = *part;
   return {};
+}
+
+Status PeImage::file_bytes(const PeSection &section, ByteView *bytes) const {
+  return first_bytes(section, section.file_size, bytes);
+}
+
+Status PeImage::contents(const PeSection &section, ByteView *bytes) const {
+  const bool padded = section.memory_size != 0 && section.memory_size < section.file_size;
+  return first_bytes(section, padded ? section.memory_size : section.file_size, bytes);
 }
 
 Status PeImage::coff_strings(ByteView *strings) const {
@@ -158,9 +163,10 @@ Status PeImage::coff_strings(ByteView *strings) const {
 Status PeImage::bytes_at(uint32_t rva, ByteView *bytes) const {
   const PeSection *section = section_at(rva);
   if (section == nullptr) return errors_.failure("an address lies in no section[|]");
-  const auto contents = file_.part(section->file_offset, section->file_size);
-  if (!contents) return errors_.failure("a section lies outside the file[|]");
-  const auto rest = contents->rest(rva - section->address);
+  ByteView all;
+  const Status status = file_bytes(*section, &all);
+  if (!status.ok()) return status;
+  const auto rest = all.rest(rva - section->address);
   if (!rest) return errors_.failure("an address lies behind the bytes of its section[|]");
   *bytes = *rest;
   return {};

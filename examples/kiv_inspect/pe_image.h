@@ -34,6 +34,7 @@ class PeImage {
   const Errors &errors() const { return errors_; }
 
   bool has_64_bits() const { return has_64_bits_; }
+  int address_digits() const { return has_64_bits_ ? 16 : 8; }  // hexadecimal ones
 
   /// The target address of an RVA. It wraps in the program's width, as the loader's arithmetic does.
   uint64_t address_of(uint32_t rva) const;
@@ -48,7 +49,8 @@ class PeImage {
   /// a habit of GNU's and LLVM's linkers, for the sections of debug information.
   Status name(const PeSection &section, ByteView *name) const;
 
-  /// The bytes of a section without the padding that it has in the file.
+  /// The bytes of a section in the file, and these without the padding behind what is loaded.
+  Status file_bytes(const PeSection &section, ByteView *bytes) const;
   Status contents(const PeSection &section, ByteView *bytes) const;
 
   /// The bytes from an RVA to the end of its section in the file.
@@ -77,6 +79,7 @@ class PeImage {
 
  private:
   void read_optional_header(ByteView header);
+  Status first_bytes(const PeSection &section, uint32_t size, ByteView *bytes) const;
   Status read_sections(ByteView headers, uint32_t count, KIV_ALLOCATOR *scratch);
 
   const Errors &errors_;

@@ -1,5 +1,3 @@
-#include <cstring>
-
 #include "examples/kiv_inspect/pe_image.h"
 #include "examples/kiv_inspect/symbol_names.h"
 #include "examples/kiv_inspect/symbol_readers.h"
@@ -20,11 +18,7 @@ Status read_coff_name(ByteView entry, ByteView strings, SymbolNames &names, std:
     // What comes before the first name is the table's size.
     return names.read(strings, offset >= 4 ? offset : UINT64_MAX, name);
   }
-  const void *end = std::memchr(entry.data(), 0, kShortNameSize);
-  const auto size =
-      end != nullptr ? static_cast<size_t>(static_cast<const uint8_t *>(end) - entry.data()) : size_t{kShortNameSize};
-  *name = {reinterpret_cast<const char *>(entry.data()), size};
-  return {};
+  return names.read_field(entry.part(0, kShortNameSize).value_or(ByteView()), name);
 }
 
 Status add_coff_symbol(const PeImage &image, ByteView entry, ByteView strings, SymbolNames &names, SymbolTable &table) {
@@ -124,7 +118,7 @@ Status read_pe_symbols(ByteView file, SymbolTable &table) {
   file = file.in_order(ByteOrder::little);
   PeImage image(table.errors());
   Status status = image.open(file, table.pool());
-  table.address_digits = image.has_64_bits() ? 16 : 8;
+  table.address_digits = image.address_digits();
   SymbolNames names(table.errors(), file.size());
   if (status.ok()) status = read_coff_symbols(file, image, names, table);
   if (status.ok()) status = read_exports(image, names, table);

@@ -5,6 +5,7 @@
 #include "examples/kiv_inspect/byte_view.h"
 #include "examples/kiv_inspect/constant_table.h"
 #include "examples/kiv_inspect/memory_map.h"
+#include "examples/kiv_inspect/section_table.h"
 #include "examples/kiv_inspect/status.h"
 #include "examples/kiv_inspect/symbol_table.h"
 #include "kiv_allocator.h"
@@ -14,7 +15,7 @@ namespace kiv::inspect {
 /// Reads the symbols of a program of any known format into an open table.
 Status read_symbols(ByteView file, SymbolTable &table);
 
-/// All memory comes from a wrapping allocator, so that one call gives everything back.
+/// All memory comes from a wrapping allocator, so that one call gives everything back; small blocks from a pool on it.
 class Program {
  public:
   /// REQUIRES: errors and parent outlive the program.
@@ -27,19 +28,26 @@ class Program {
   Status load(const char *path);
 
   Status load_symbols();
+  /// The sections, and sizes of the symbols that have none. After load_symbols.
+  Status load_extents();
   Status load_constants();
   Status load_memory();
 
   const SymbolTable &symbols() const { return symbols_; }
+  const SectionTable &sections() const { return sections_; }
   const ConstantTable &constants() const { return constants_; }
   const MemoryMap &memory() const { return memory_map_; }
 
+  /// Memory that lasts as long as the program. After load.
+  KIV_ALLOCATOR *pool() { return &pool_; }
+
  private:
   const Errors &errors_;
-  KIV_ALLOCATOR storage_ = {};
+  KIV_ALLOCATOR storage_ = {}, pool_ = {};
   KIV_ALLOCATOR *memory_;  // null when it could not be made
   ByteView file_;
   SymbolTable symbols_;
+  SectionTable sections_;
   ConstantTable constants_;
   MemoryMap memory_map_;
 };

@@ -4,6 +4,11 @@
 #include <cstring>
 
 namespace kiv::inspect {
+namespace {
+
+constexpr uint32_t kFieldSize = 8;  // of COFF's records
+
+}  // namespace
 
 Status SymbolNames::read(ByteView table, uint64_t offset, std::string_view *name) {
   const auto text = table.rest(offset);
@@ -16,7 +21,13 @@ Status SymbolNames::read(ByteView table, uint64_t offset, std::string_view *name
   }
   const auto size = static_cast<size_t>(static_cast<const uint8_t *>(end) - text->data());
   bytes_left_ -= size + 1;
-  *name = {reinterpret_cast<const char *>(text->data()), size};
+  *name = text->text().substr(0, size);
+  return {};
+}
+
+Status SymbolNames::read_field(ByteView field, std::string_view *name) {
+  if (field.size() > kFieldSize) return read(field, 0, name);
+  *name = field.text().substr(0, field.text().find('\0'));
   return {};
 }
 

@@ -21,6 +21,9 @@ class SymbolNames {
   /// The name from offset to the next zero byte, which has to be in the table.
   Status read(ByteView table, uint64_t offset, std::string_view *name);
 
+  /// The name that a field starts with. One that fills a field of up to 8 bytes has no zero behind it.
+  Status read_field(ByteView field, std::string_view *name);
+
  private:
   const Errors &errors_;
   uint64_t bytes_left_;

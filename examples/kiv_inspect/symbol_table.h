@@ -1,6 +1,6 @@
 // A program's symbols by address.
 //
-// Representation. Symbol records and the nodes of two trees come from one pool. The first tree orders symbols by
+// Representation. Symbol records and the nodes of two trees come from the pool. The first tree orders symbols by
 // address, rank and name: that is the order in which they are shown and searched. The second orders them by address
 // and name, which tells a symbol that several of a program's tables have.
 // Invariants. Both trees have the same symbols. No two of them agree in address and name.
@@ -11,6 +11,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "examples/kiv_inspect/address_range.h"
+#include "examples/kiv_inspect/section_table.h"
 #include "examples/kiv_inspect/status.h"
 #include "kiv_allocator.h"
 #include "kiv_avl.h"
@@ -23,24 +25,36 @@ enum class SymbolBinding : uint8_t { global, weak, local };
 
 struct Symbol {
   uint64_t address;
+  uint64_t size;          // 0: unknown
   std::string_view name;  // in the file's bytes
   SymbolKind kind;
   SymbolBinding binding;
+
+  /// A symbol of unknown size takes one byte.
+  AddressRange addresses(int digits) const { return address_range(address, size, digits); }
 };
+
+/// How a kind is shown: F function, O object, - other.
+inline char letter_of(SymbolKind kind) { return "FO-"[static_cast<int>(kind)]; }
 
 class SymbolTable {
  public:
   /// REQUIRES: the errors outlive this.
   explicit SymbolTable(const Errors &errors) : errors_(errors) {}
-  SymbolTable(const SymbolTable &) = delete;  // the trees point to the pool
+  SymbolTable(const SymbolTable &) = delete;
   SymbolTable &operator=(const SymbolTable &) = delete;
 
-  /// Makes the table empty. All its memory comes from the parent, to which nothing is given back: the table ends with
-  /// what the parent releases as a whole.
-  Status open(KIV_ALLOCATOR *parent);
+  /// Makes the table empty. All its memory comes from the pool, to which nothing is given back: the table ends with
+  /// what the pool releases as a whole.
+  Status open(KIV_ALLOCATOR *pool);
 
-  /// Adds a symbol. Of several with one address and name the best kind and binding remain. REQUIRES: open.
+  /// Adds a symbol. Of several with one address and name the best kind and binding and the greatest size remain.
+  /// REQUIRES: open.
   Status add(const Symbol &symbol);
+
+  /// Gives symbols of unknown size that of the gap behind them: up to the next symbol's address, or to the end of the
+  /// section around them. In no section the size stays unknown.
+  void estimate_sizes(const SectionTable &sections);
 
   /// The best symbol at the greatest address that is not above the given one, or null.
   const Symbol *nearest(uint64_t address) const;
@@ -49,7 +63,7 @@ class SymbolTable {
   void walk(KIV_AVL_WALK function, void *context) const;
 
   /// Memory that lasts as long as the table, for readers that fill it.
-  KIV_ALLOCATOR *pool() { return &pool_; }
+  KIV_ALLOCATOR *pool() const { return pool_; }
 
   /// Where failures of these readers come from.
   const Errors &errors() const { return errors_; }
@@ -59,7 +73,7 @@ class SymbolTable {
 
  private:
   const Errors &errors_;
-  KIV_ALLOCATOR pool_ = {};
+  KIV_ALLOCATOR *pool_ = nullptr;
   KIV_AVL_TREE *in_order_ = nullptr;
   KIV_AVL_TREE *by_name_ = nullptr;
 };

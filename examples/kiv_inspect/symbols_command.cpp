@@ -1,100 +1,129 @@
-// kiv_inspect symbols [--regex] PROGRAM [PATTERN]: a line "ADDRESS KIND NAME" for each symbol, in the order of the
-// addresses. At one address functions come before objects before others, and of each global symbols before weak and
-// local ones. A program without symbols, or without any that the pattern matches, gives no lines.
+// kiv_inspect symbols [--regex] [--by-name | --by-size [N]] PROGRAM [PATTERN]: a line "ADDRESS KIND NAME" for each
+// symbol, in the order of the addresses or of the names. At one address functions come before objects before others,
+// and of each global symbols before weak and local ones. By size, the largest (or the N largest) come first, with their
+// sizes: "ADDRESS SIZE KIND NAME". A program without symbols, or without any that the pattern matches, gives no lines.
 
-#include <cstring>
+#include <optional>
 
 #include "examples/kiv_inspect/command.h"
-#include "examples/kiv_inspect/name_text.h"
+#include "examples/kiv_inspect/name_pattern.h"
 #include "examples/kiv_inspect/output.h"
 #include "examples/kiv_inspect/program.h"
-#include "kiv_string_pattern.h"
+#include "examples/kiv_inspect/symbol_order.h"
 
 namespace kiv::inspect {
 namespace {
 
-constexpr char kKindLetters[] = {'F', 'O', '-'};  // by SymbolKind
+enum class Order { address, name, size };
 
 struct Options {
-  bool regex = false;
+  Order order = Order::address;
+  uint64_t most = UINT64_MAX;  // symbols, by size
+  bool is_regex = false;
   const char *path = nullptr;
   const char *pattern = nullptr;  // null: all symbols
 };
 
-/// The option may stand anywhere.
-bool parse(Arguments arguments, Options *options) {
-  for (int i = 0; i < arguments.count; ++i) {
-    const char *argument = arguments.values[i];
-    if (std::strcmp(argument, "--regex") == 0 && !options->regex) {
-      options->regex = true;
-    } else if (options->path == nullptr) {
-      options->path = argument;
-    } else if (options->pattern == nullptr) {
-      options->pattern = argument;
-    } else {
-      return false;
-    }
+std::optional<Options> parse(Arguments arguments) {
+  Options options;
+  const int by_size = arguments.take_option("--by-size");
+  if (by_size >= 0) {
+    options.order = Order::size;
+    options.most = arguments.take_count(by_size).value_or(options.most);
   }
-  return options->path != nullptr && (options->pattern != nullptr || !options->regex);
+  if (arguments.take_option("--by-name") >= 0) {
+    if (options.order != Order::address) return std::nullopt;
+    options.order = Order::name;
+  }
+  options.is_regex = arguments.take_option("--regex") >= 0;
+  if (arguments.count < (options.is_regex ? 2 : 1) || arguments.count > 2 || options.most == 0) return std::nullopt;
+  options.path = arguments.values[0];
+  if (arguments.count > 1) options.pattern = arguments.values[1];
+  return options;
 }
 
 constexpr AddressMessage kLine = {"[0_u64x.8] [1_c] [2_S][|]", "[0_u64x.16] [1_c] [2_S][|]"};
+constexpr AddressMessage kSizeLine = {"[0_u64x.8] [3_u64d8] [1_c] [2_S][|]", "[0_u64x.16] [3_u64d8] [1_c] [2_S][|]"};
 
-struct Listing {
-  const KIV_UNICHAR *pattern;
-  bool regex;
-  const char *line;
-  const Errors &errors;
-  Output &output;
-  NameText name;
-  Status status;
-
-  bool chooses(const KIV_UNICHAR *text) const {
-    if (pattern == nullptr) return true;
-    return regex ? kiv_string_substr_matches_with_regular_expression(text, pattern, nullptr, 0) >= 0
-                 : kiv_string_matches_using_wildcards(text, pattern) != 0;
+/// Prints the symbols that are chosen, at once or, in another order than the table's, when it has them all.
+class Listing {
+ public:
+  Listing(const Arguments &arguments, const Options &options)
+      : errors_(arguments.errors),
+        order_(options.order),
+        pattern_(arguments.allocator),
+        name_(arguments.allocator),
+        chosen_(arguments.allocator, by_name_and_address),
+        largest_(arguments.allocator, options.most),
+        output_(stdout, arguments.errors, arguments.allocator) {
+    if (!pattern_.set(options.pattern, options.is_regex)) status_ = errors_.out_of_memory();
   }
+
+  Status print(const SymbolTable &symbols) {
+    line_ = (order_ == Order::size ? kSizeLine : kLine).of(symbols.address_digits);
+    if (status_.ok()) symbols.walk(take, this);
+    if (order_ == Order::name) chosen_.sort();
+    if (status_.ok() && !largest_.move_to(&chosen_)) status_ = errors_.out_of_memory();
+    const uint32_t count = chosen_.count();
+    for (uint32_t i = 0; i < count && goes_on(); ++i) {
+      const Symbol &symbol = chosen_[order_ == Order::size ? count - 1 - i : i];
+      const KIV_UNICHAR *name = name_.decode(symbol.name);
+      status_ = name != nullptr ? print(symbol, name) : errors_.out_of_memory();
+    }
+    return status_.ok() ? output_.finish() : status_;
+  }
+
+ private:
+  /// Until standard output or memory fails.
+  bool goes_on() const { return status_.ok() && !output_.has_failed(); }
+
+  Status print(const Symbol &symbol, const KIV_UNICHAR *name) {
+    return output_.line(line_, symbol.address, letter_of(symbol.kind), name, symbol.size);
+  }
+
+  static int take(void *value, void *context) {
+    const auto &symbol = *static_cast<const Symbol *>(value);
+    auto &listing = *static_cast<Listing *>(context);
+    const KIV_UNICHAR *name = listing.name_.decode(symbol.name);
+    if (name == nullptr) {
+      listing.status_ = listing.errors_.out_of_memory();
+    } else if (listing.pattern_.chooses(name)) {
+      listing.status_ = listing.take_chosen(symbol, name);
+    }
+    return listing.goes_on();
+  }
+
+  Status take_chosen(const Symbol &symbol, const KIV_UNICHAR *name) {
+    if (order_ == Order::address) return print(symbol, name);
+    const bool taken = order_ == Order::name ? chosen_.append(symbol) : largest_.add(symbol);
+    return taken ? Status{} : errors_.out_of_memory();
+  }
+
+  const Errors &errors_;
+  Order order_;
+  NamePattern pattern_;
+  NameText name_;
+  SymbolVector chosen_;
+  LargestSymbols largest_;
+  Output output_;
+  const char *line_ = nullptr;
+  Status status_;
 };
 
-/// Goes on until standard output or memory fails.
-int print_if_matching(void *value, void *context) {
-  const auto &symbol = *static_cast<const Symbol *>(value);
-  auto &listing = *static_cast<Listing *>(context);
-  const KIV_UNICHAR *name = listing.name.decode(symbol.name);
-  if (name == nullptr) {
-    listing.status = listing.errors.out_of_memory();
-  } else if (listing.chooses(name)) {
-    const char kind = kKindLetters[static_cast<int>(symbol.kind)];
-    listing.status = listing.output.line(listing.line, symbol.address, kind, name);
-  }
-  return listing.status.ok() && !listing.output.has_failed();
-}
-
 Status list(const Arguments &arguments, const Options &options) {
-  const Errors &errors = arguments.errors;
-  Program program(errors, arguments.allocator);
+  Program program(arguments.errors, arguments.allocator);
   Status status = program.load(options.path);
   if (status.ok()) status = program.load_symbols();
-  if (!status.ok()) return status;
-  const SymbolTable &symbols = program.symbols();
-  NameText pattern(arguments.allocator);
-  Output output(stdout, errors, arguments.allocator);
-  Listing listing = {
-      nullptr, options.regex, kLine.of(symbols.address_digits), errors, output, NameText(arguments.allocator), {}};
-  if (options.pattern != nullptr) {
-    listing.pattern = pattern.decode(options.pattern);
-    if (listing.pattern == nullptr) return errors.out_of_memory();
-  }
-  symbols.walk(print_if_matching, &listing);
-  return listing.status.ok() ? output.finish() : listing.status;
+  if (status.ok() && options.order == Order::size) status = program.load_extents();
+  return status.ok() ? Listing(arguments, options).print(program.symbols()) : status;
 }
 
 }  // namespace
 
 Outcome run_symbols(Arguments arguments) {
-  Options options;
-  if (!parse(arguments, &options)) return Outcome::wrong_usage;
-  return finish(arguments, list(arguments, options), "the symbols of \"[0_S]\" cannot be listed[|]", options.path);
+  const auto options = parse(arguments);
+  if (!options) return Outcome::wrong_usage;
+  return finish(arguments, list(arguments, *options), "the symbols of \"[0_S]\" cannot be listed[|]", options->path);
 }
 
 }  // namespace kiv::inspect

@@ -129,6 +129,100 @@ TEST(KivInspectProgram, ShowsNamesAsTheLocaleDoes) {
 }
 #endif
 
+/// Symbols with and without a size, in and around sections.
+Image image_of_extents(bool wide, ByteOrder order) {
+  const std::vector<ElfRow> rows = {{false, "main", 0x1000, 2, 1, 1, 0x20},     {false, "label", 0x1010, 0, 1, 1},
+                                    {false, "tail", 0x1030, 2, 1, 1},           {false, "end", 0x1100, 0, 1, 1},
+                                    {false, "data", 0x2000, 1, 1, 1, 8},        {true, "alias", 0x2000, 1, 1, 1},
+                                    {true, "main", 0x2008, 2, 1, 1, 0xFFFFFFFF}};
+  return build_elf(wide, order, rows,
+                   {{".text", 0x1000, 0x100}, {".data", 0x2000, 0x10}, {".tbss", 0x2010, 8, 0x402}, {"none", 0, 9, 0}});
+}
+
+TEST(KivInspectProgram, OrdersSymbolsByNameOrSize) {
+  const std::string path = write_file("order", image_of_extents(false, ByteOrder::big));
+  const std::string main = "00002008 4294967295 F main\n", tail = "00001030      208 F tail\n",
+                    label = "00001010       32 - label\n", alias = "00002000        8 O alias\n";
+  const struct {
+    std::vector<std::string> arguments;
+    std::string lines;
+  } kRows[] = {
+      {{"--by-name", path},
+       "00002000 O alias\n00002000 O data\n00001100 - end\n00001010 - label\n00001000 F main\n00002008 F main\n"
+       "00001030 F tail\n"},
+      {{path, "^.a", "--regex", "--by-name"},
+       "00002000 O data\n00001010 - label\n00001000 F main\n00002008 F main\n00001030 F tail\n"},
+      {{"--by-size", path},
+       main + tail + "00001000       32 F main\n" + label + alias +
+           "00002000        8 O data\n00001100        0 - end\n"},
+      {{path, "--by-size", "2"}, main + tail},
+      {{path, "*l*", "--by-size", "3"}, tail + label + alias},
+      {{"--by-size", "18446744073709551615", path, "alias"}, alias},
+  };
+  for (const auto &row : kRows) {
+    std::vector<std::string> arguments = row.arguments;
+    arguments.insert(arguments.begin(), "symbols");
+    EXPECT_EQ(run_inspect(arguments).out, row.lines) << row.arguments[0] << row.arguments[1];
+  }
+  std::remove(path.c_str());
+}
+
+TEST(KivInspectProgram, ListsWhatOverlapsARange) {
+  const std::string elf = write_file("elf", image_of_extents(false, ByteOrder::little));
+  const std::string wide = write_file("wide", image_of_extents(true, ByteOrder::big));
+  const std::string pe = write_file(
+      "pe",
+      build_pe(false, {{"_main", 0, 1, 0x20, 2, 0}, {"_next", 0x10, 1, 0x20, 3, 0}, {"_data", 4, 2, 0, 2, 0}}, {}));
+  const struct {
+    const std::string &path;
+    const char *low, *high, *lines;
+  } kRows[] = {
+      {elf, "0", "fff", ""},
+      {elf, "1020", "1100",
+       "00001000 000010ff S .text\n00001010 0000102f - label\n00001030 000010ff F tail\n00001100 00001100 - end\n"},
+      {elf, "0x101f", "101F", "00001000 000010ff S .text\n00001000 0000101f F main\n00001010 0000102f - label\n"},
+      {elf, "ffffffff", "ffffffffffffffff", "00002008 ffffffff F main\n"},
+      {elf, "100000000", "ffffffffffffffff", ""},
+      {wide, "0", "1000", "0000000000001000 00000000000010ff S .text\n0000000000001000 000000000000101f F main\n"},
+      {wide, "200c", "200c",
+       "0000000000002000 000000000000200f S .data\n"
+       "0000000000002008 0000000100002006 F main\n"},
+      {pe, "40100f", "401010", "00401000 004017ff S .text\n00401000 0040100f F _main\n00401010 004017ff F _next\n"},
+      {pe, "401800", "402004", "00402000 004027ff S .data\n00402004 004027ff O _data\n"},
+  };
+  for (const auto &row : kRows) {
+    const auto result = run_inspect({"ranges", row.path, row.low, row.high});
+    EXPECT_EQ(result.out, row.lines) << row.low << result.err;
+    EXPECT_EQ(result.exit_code, 0);
+  }
+  EXPECT_EQ(run_inspect({"ranges", library_file(), "0", "ffffffffffffffff"}).exit_code, 0);
+  for (const auto &path : {elf, wide, pe}) std::remove(path.c_str());
+
+  Image image = image_of_extents(true, ByteOrder::little);
+  image.put_at(16, 1, 2);  // an object file
+  const std::string object = write_file("object", image);
+  image.put_at(16, 2, 2);
+  image.put_at(image.marks.at(".data header"), 0xFFFFFFF0, 4);
+  const std::string damaged = write_file("damaged", image);
+  EXPECT_EQ(
+      values_of("User message (English)", run_inspect({"ranges", object, "0", "1"}).err),
+      (Lines{"ranges of \"" + object + "\" cannot be listed", "it is an object file: its addresses are not final"}));
+  EXPECT_TRUE(run_inspect({"symbols", "--by-size", "1", object}).out.ends_with(" 4294967295 F main\n"));
+  EXPECT_EQ(values_of("User message (English)", run_inspect({"symbols", "--by-size", damaged}).err),
+            (Lines{"the symbols of \"" + damaged + "\" cannot be listed", "its sections cannot be read",
+                   "a name lies outside the string table"}));
+  std::remove(object.c_str());
+  std::remove(damaged.c_str());
+}
+
+TEST(KivInspectProgram, ResolvesNames) {
+  const std::string path = write_file("names", image_of_extents(false, ByteOrder::little));
+  EXPECT_EQ(run_inspect({"resolve", path, "main", "tail", "1031", "tail", "nothing", "e"}).out,
+            "00001000 main\n00002008 main\n00001030 tail\n00001031 tail+0x1\n00001030 tail\nnothing no symbol\n"
+            "0000000e no symbol\n");
+  std::remove(path.c_str());
+}
+
 TEST(KivInspectProgram, ShowsTheConstantsOfARealProgram) {
   const std::string lines =
       "E fixture::Wide::least = 0\nE fixture::Wide::middle = 9223372036854775808\n"
@@ -262,6 +356,13 @@ TEST(KivInspectProgram, ExplainsItsUsage) {
                                                       {"symbols", "a", "b", "c"},
                                                       {"symbols", "--regex", "a"},
                                                       {"symbols", "a", "b", "--regex", "c"},
+                                                      {"symbols", "--by-name", "--by-size", "a"},
+                                                      {"symbols", "--by-size", "0", "a"},
+                                                      {"symbols", "--by-size", "5"},
+                                                      {"ranges", "a", "1"},
+                                                      {"ranges", "a", "2", "1"},
+                                                      {"ranges", "a", "0", "main"},
+                                                      {"resolve", "a", ""},
                                                       {"resolve", "a", "1", "0x"},
                                                       {"resolve", "a", "10000000000000000"},
                                                       {"constants"},
@@ -279,8 +380,7 @@ TEST(KivInspectProgram, ExplainsItsUsage) {
     const auto result = run_inspect(arguments);
     EXPECT_EQ(result.exit_code, 2);
     EXPECT_EQ(result.out, "");
-    EXPECT_TRUE(
-        result.err.starts_with("usage: kiv_inspect [--debug-heap] COMMAND\n  symbols [--regex] PROGRAM [PATTERN]\n"))
+    EXPECT_TRUE(result.err.starts_with("usage: kiv_inspect [--debug-heap] COMMAND\n  symbols [--regex] "))
         << result.err;
   }
 }

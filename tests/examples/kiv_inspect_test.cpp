@@ -3,8 +3,11 @@
 #include <memory>
 #include <set>
 
+#include "examples/kiv_inspect/address_index.h"
+#include "examples/kiv_inspect/name_lookup.h"
 #include "examples/kiv_inspect/name_text.h"
 #include "examples/kiv_inspect/program.h"
+#include "examples/kiv_inspect/symbol_order.h"
 #include "gtest/gtest.h"
 #include "tests/examples/failure_text.h"
 #include "tests/examples/program_images.h"
@@ -24,6 +27,7 @@ using Lines = std::vector<std::string>;
 struct Reading {
   std::string problem;
   Lines symbols, nearest;
+  uint32_t found = 0, overlapping = 0;  // of the index, and by looking at each
   int digits = 0;
 };
 
@@ -37,6 +41,40 @@ int add_line(void *value, void *context) {
   return 1;
 }
 
+/// Windows of addresses in programs of either format, and all addresses.
+constexpr AddressRange kWindows[] = {
+    {0x1010, 0x1810}, {0x401010, 0x402004}, {0x140001010, 0x140002004}, {0, ~uint64_t{0}}};
+
+void count_windows(AddressRange range, Reading *reading) {
+  EXPECT_LE(range.first, range.last);
+  for (const auto &window : kWindows) reading->overlapping += range.first <= window.last && window.first <= range.last;
+}
+
+int count_section(void *value, void *context) {
+  count_windows(static_cast<const Section *>(value)->addresses, static_cast<Reading *>(context));
+  return 1;
+}
+
+int count_symbol(void *value, void *context) {
+  auto &reading = *static_cast<Reading *>(context);
+  count_windows(static_cast<const Symbol *>(value)->addresses(reading.digits), &reading);
+  return 1;
+}
+
+/// What there is in the windows, whether or not all symbols could be read.
+void count_overlapping(ByteView file, SymbolTable &symbols, KIV_ALLOCATOR *pool, Reading *reading) {
+  SectionTable sections(symbols.errors());
+  if (!sections.open(file, pool).ok()) return;
+  symbols.estimate_sizes(sections);
+  sections.walk(count_section, reading);
+  symbols.walk(count_symbol, reading);
+  AddressIndex index(symbols.errors());
+  PointerVector<Occupant> found(pool, by_first_address);
+  EXPECT_TRUE(index.open(sections, symbols, pool).ok());
+  for (const auto &window : kWindows) EXPECT_TRUE(index.find(window, &found).ok());
+  reading->found = found.count();
+}
+
 Reading read(const Bytes &bytes, const std::vector<uint64_t> &addresses = {}) {
   // A block of its own, so that the address sanitizer knows where the file ends.
   const auto exact = std::make_unique<uint8_t[]>(bytes.size());
@@ -46,7 +84,8 @@ Reading read(const Bytes &bytes, const std::vector<uint64_t> &addresses = {}) {
   const Errors errors(&heap);
   SymbolTable table(errors);
   EXPECT_TRUE(table.open(&wrap).ok());
-  const Status status = read_symbols({exact.get(), static_cast<uint32_t>(bytes.size()), ByteOrder::little}, table);
+  const ByteView file(exact.get(), static_cast<uint32_t>(bytes.size()), ByteOrder::little);
+  const Status status = read_symbols(file, table);
   Reading reading{problem_of(status)};
   reading.digits = table.address_digits;
   table.walk(add_line, &reading);
@@ -54,6 +93,7 @@ Reading read(const Bytes &bytes, const std::vector<uint64_t> &addresses = {}) {
     const Symbol *symbol = table.nearest(address);
     reading.nearest.push_back(symbol != nullptr ? std::string(symbol->name) : "");
   }
+  count_overlapping(file, table, &wrap, &reading);
   kiv_allocator_wrap_delete(&wrap);
   return reading;
 }
@@ -87,6 +127,7 @@ const std::vector<ElfRow> kElfRows = {
     {true, "dynamic", 0x1900, kFunction, kGlobal, 1},
     {true, "main", 0x1001, kFunction, kGlobal, 1},
 };
+const std::vector<ElfSectionRow> kElfSections = {{".text", 0x1000, 0x100}, {".bss", 0x1800, 0x900}};
 const Lines kElfSymbols = {"1000 F also_main", "1000 F main",    "1000 F weak",  "1000 F local",
                            "1000 O data",      "1000 O label",   "1001 F main",  "1800 F resolver",
                            "1810 - far_index", "1900 F dynamic", "2000 O unique"};
@@ -135,8 +176,10 @@ const std::vector<Case> &cases() {
   static const std::vector<Case> all = [] {
     std::vector<Case> list;
     for (const auto order : {ByteOrder::little, ByteOrder::big}) {
-      list.push_back(make_case("ELF32", build_elf(false, order, kElfRows), kElfSymbols, 0, "ffffffff F last"));
-      list.push_back(make_case("ELF64", build_elf(true, order, kElfRows), kElfSymbols, 0, "ffffffffffffffff F last"));
+      list.push_back(
+          make_case("ELF32", build_elf(false, order, kElfRows, kElfSections), kElfSymbols, 0, "ffffffff F last"));
+      list.push_back(make_case("ELF64", build_elf(true, order, kElfRows, kElfSections), kElfSymbols, 0,
+                               "ffffffffffffffff F last"));
     }
     list.push_back(make_case("PE32", build_pe(false, kCoffRows, kExports), kPeSymbols, kPeBase32));
     list.push_back(make_case("PE32+", build_pe(true, kCoffRows, kExports), kPeSymbols, kPeBase64));
@@ -186,6 +229,7 @@ void expect_sound(const Bytes &bytes, const std::string &what) {
   })) << what;
   EXPECT_EQ(std::set(reading.symbols.begin(), reading.symbols.end()).size(), reading.symbols.size()) << what;
   EXPECT_LE(reading.symbols.size(), bytes.size() / 4) << what;
+  EXPECT_EQ(reading.found, reading.overlapping) << what;
 }
 
 TEST(KivInspect, SurvivesEveryDamagedByte) {
@@ -232,10 +276,10 @@ TEST(KivInspect, TellsWhatIsDamaged) {
       {0, "", 5, 0, 1, "its ELF byte order is unknown"},
       {1, "", 40, 0xFFFFFFFFFFFFFFC0, 8, kOutside},
       {1, "", 58, 63, 2, "its section headers are too small"},
-      {1, "", 60, 6, 2, kOutside},
+      {1, "", 60, 8, 2, kOutside},
       {2, "symtab header", 20, 0xFFFFFFFF, 4, "a section lies outside the file"},
       {3, "symtab header", 24, 0xFFFFFFFFFFFFFFF0, 8, "a section lies outside the file"},
-      {3, "symtab header", 40, 5, 4, "a symbol table has no string table"},
+      {3, "symtab header", 40, 7, 4, "a symbol table has no string table"},
       {3, "symtab header", 56, 0, 8, "its symbol table's entries are too small"},
       {0, "dynsym header", 36, 15, 4, "its symbol table's entries are too small"},
       {0, "dynsym header", 4, 2, 4, "it has several symbol tables of one type"},
@@ -293,11 +337,64 @@ TEST(KivInspect, TellsEveryShortageOfMemory) {
       Program program(errors, allocator.record());
       Status status = program.load(path.c_str());
       if (status.ok()) status = program.load_symbols();
+      if (status.ok()) status = program.load_extents();
       EXPECT_EQ(problem_of(status), allocator.has_failed() ? kOutOfMemoryText : "");
     });
     EXPECT_GE(points, 4u);  // the file's block, the pool's chunk and its header, and a cell for each
     std::remove(path.c_str());
   }
+}
+
+/// What commands find out about symbols: how many occupants there are, the matches of two names, the sum of the sizes.
+Status search_program(Program &program, const Errors &errors, KIV_ALLOCATOR *allocator, uint64_t (&results)[3]) {
+  AddressIndex index(errors);
+  PointerVector<Occupant> found(allocator, by_first_address);
+  Status status = index.open(program.sections(), program.symbols(), allocator);
+  if (status.ok()) status = index.find({0, UINT64_MAX}, &found);
+  results[0] = found.count();
+  NameLookup lookup(errors, allocator);
+  const auto name = [](const char32_t *text) { return reinterpret_cast<const KIV_UNICHAR *>(text); };
+  for (const char32_t *text : {U"main", U"both", U"label", U"absent", U"main"}) {
+    if (status.ok()) status = lookup.want(name(text));
+  }
+  if (status.ok()) status = lookup.search(program.symbols());
+  for (const char32_t *text : {U"main", U"label"}) {
+    for (auto *match = lookup.matches(name(text)); match != nullptr; match = match->next) ++results[1];
+  }
+  LargestSymbols largest(allocator, 20);
+  SymbolVector symbols(allocator);
+  for (uint32_t i = 0; status.ok() && i < 60; ++i) {
+    const Symbol *symbol = found[i % found.count()].symbol;
+    if (symbol != nullptr && !largest.add(*symbol)) status = errors.out_of_memory();
+  }
+  if (status.ok() && !largest.move_to(&symbols)) status = errors.out_of_memory();
+  for (uint32_t i = 0; i < symbols.count(); ++i) results[2] += symbols[i].size;
+  return status;
+}
+
+TEST(KivInspect, SearchesAllOrTellsOfNoMemory) {
+  KIV_ALLOCATOR heap;
+  const Errors errors(kiv_allocator_default_new(&heap));
+  const std::string path = write_file("search", cases()[1].image);
+  Program program(errors, &heap);
+  ASSERT_TRUE(program.load(path.c_str()).ok() && program.load_symbols().ok() && program.load_extents().ok());
+  uint64_t expected[3] = {};
+  ASSERT_TRUE(search_program(program, errors, program.pool(), expected).ok());
+  EXPECT_EQ(expected[0], kElfSymbols.size() + 1 + kElfSections.size());
+  EXPECT_EQ(expected[1], 3u);
+  const uint32_t points = sweep_failures([&](CountingAllocator &allocator) {
+    KIV_ALLOCATOR wrap;
+    uint64_t results[3] = {};
+    if (kiv_allocator_wrap_new(&wrap, allocator.record(), 0) == nullptr) return;
+    const Status status = search_program(program, errors, &wrap, results);
+    EXPECT_TRUE(status.ok() || allocator.has_failed());
+    if (status.ok()) {
+      EXPECT_TRUE(std::equal(results, results + 3, expected));
+    }
+    kiv_allocator_wrap_delete(&wrap);
+  });
+  EXPECT_GE(points, 30u);
+  std::remove(path.c_str());
 }
 
 TEST(KivInspect, DecodesNames) {

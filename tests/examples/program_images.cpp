@@ -32,13 +32,15 @@ std::string write_file(const std::string &name, const Image &image) {
   return path;
 }
 
-Image build_elf(bool wide, ByteOrder order, const std::vector<ElfRow> &rows) {
+Image build_elf(bool wide, ByteOrder order, const std::vector<ElfRow> &rows,
+                const std::vector<ElfSectionRow> &sections) {
   Image image{order, wide};
   image.put_text("\177ELF", 4);
   image.put(wide ? 2 : 1, 1);
   image.put(order == ByteOrder::little ? 1 : 2, 1);
   image.pad_to(wide ? 64 : 52);
   std::string strings[2];
+  std::vector<size_t> name_offsets;
   for (const bool dynamic : {false, true}) {
     std::string &names = strings[dynamic];
     names.push_back('\0');
@@ -48,19 +50,26 @@ Image build_elf(bool wide, ByteOrder order, const std::vector<ElfRow> &rows) {
       if (row.dynamic != dynamic) continue;
       const auto info = static_cast<uint8_t>(row.binding << 4 | row.type);
       image.put(row.name.empty() ? 0 : names.size(), 4);
-      if (!wide) image.put(row.value, 4), image.put(0, 4);
+      if (!wide) image.put(row.value, 4), image.put(row.size, 4);
       image.put(info, 1);
       image.put(0, 1);
       image.put(row.section, 2);
-      if (wide) image.put(row.value, 8), image.put(0, 8);
+      if (wide) image.put(row.value, 8), image.put(row.size, 8);
       names += row.name + '\0';
+    }
+    if (!dynamic) {
+      for (const ElfSectionRow &row : sections) {
+        name_offsets.push_back(names.size());
+        names += row.name + '\0';
+      }
     }
     image.mark(dynamic ? "dynstr" : "strtab");
     image.put_text(names, names.size());
   }
   image.put_at(wide ? 40 : 32, image.size(), wide ? 8 : 4);
   image.put_at(wide ? 58 : 46, wide ? 64 : 40, 2);
-  image.put_at(wide ? 60 : 48, 5, 2);
+  image.put_at(wide ? 60 : 48, 5 + sections.size(), 2);
+  image.put_at(wide ? 62 : 50, sections.empty() ? 0 : 2, 2);
   image.pad_to(image.size() + (wide ? 64 : 40));  // the first section is none
   constexpr struct {
     const char *name, *end;
@@ -78,6 +87,16 @@ Image build_elf(bool wide, ByteOrder order, const std::vector<ElfRow> &rows) {
     image.put(0, 4);
     image.put_word(1);
     image.put_word(section.link == 0 ? 0 : wide ? 24 : 16);
+  }
+  for (size_t i = 0; i < sections.size(); ++i) {
+    const ElfSectionRow &row = sections[i];
+    image.mark(row.name + " header");
+    image.put(name_offsets[i], 4);
+    image.put(8, 4);
+    for (const uint64_t word : {row.flags, row.address, uint64_t{0}, row.size}) image.put_word(word);
+    image.put(0, 8);
+    image.put_word(1);
+    image.put_word(0);
   }
   return image;
 }

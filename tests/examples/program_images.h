@@ -37,11 +37,21 @@ struct ElfRow {
   uint64_t value;
   uint8_t type, binding;
   uint16_t section;
+  uint64_t size = 0;
 };
 
-/// Header, .symtab, .strtab, .dynsym, .dynstr, section headers. Marks: "symtab", "strtab", "dynsym", "dynstr", and the
-/// headers of these sections as "symtab header" and so on.
-Image build_elf(bool wide, kiv::inspect::ByteOrder order, const std::vector<ElfRow> &rows);
+/// A section with addresses, but without bytes in the file.
+struct ElfSectionRow {
+  std::string name;
+  uint64_t address, size;
+  uint64_t flags = 2;  // takes memory
+};
+
+/// Header, .symtab, .strtab, .dynsym, .dynstr, section headers: first these four, then the given ones. Names of
+/// sections are in .strtab, too. Marks: "symtab", "strtab", "dynsym", "dynstr", and the headers of all sections as
+/// "symtab header" and so on.
+Image build_elf(bool wide, kiv::inspect::ByteOrder order, const std::vector<ElfRow> &rows,
+                const std::vector<ElfSectionRow> &sections = {});
 
 struct CoffRow {
   std::string name;

@@ -1,0 +1,55 @@
+// A program's sections by address: the parts of its address space that have names.
+//
+// Representation. Records in a tree by their first address, then by number. Sections should not overlap, but those of a
+// damaged file may.
+// Cost. O(log n) compares for each section that is added or searched.
+#ifndef KIV_INSPECT_SECTION_TABLE_H
+#define KIV_INSPECT_SECTION_TABLE_H
+
+#include <string_view>
+
+#include "examples/kiv_inspect/address_range.h"
+#include "examples/kiv_inspect/byte_view.h"
+#include "examples/kiv_inspect/status.h"
+#include "kiv_allocator.h"
+#include "kiv_avl.h"
+
+namespace kiv::inspect {
+
+struct Section {
+  AddressRange addresses;
+  uint32_t number;        // in the file
+  std::string_view name;  // in the file's bytes
+};
+
+class SectionTable {
+ public:
+  /// REQUIRES: the errors outlive this.
+  explicit SectionTable(const Errors &errors) : errors_(errors) {}
+
+  /// Reads the sections of a program of any known format that take memory. Object files have none: their sections have
+  /// no addresses yet. Memory comes from the pool and is not given back.
+  Status open(ByteView file, KIV_ALLOCATOR *pool);
+
+  /// Whether addresses are final, unlike those of an object file.
+  bool is_linked() const { return is_linked_; }
+
+  /// A section around an address, of several that one which starts last; or null.
+  const Section *around(uint64_t address) const;
+
+  /// Calls function(section, context) in the order of addresses until it gives 0.
+  void walk(KIV_AVL_WALK function, void *context) const;
+
+ private:
+  Status add(const Section &section, KIV_ALLOCATOR *pool);
+  Status read_elf(ByteView file, KIV_ALLOCATOR *pool);
+  Status read_pe(ByteView file, KIV_ALLOCATOR *pool);
+
+  const Errors &errors_;
+  KIV_AVL_TREE *sections_ = nullptr;
+  bool is_linked_ = true;
+};
+
+}  // namespace kiv::inspect
+
+#endif
