@@ -1,35 +1,14 @@
 // Sorting vectors, and what rests on it.
 
-#include <utility>
-
+#include "containers/sort_engine.h"
 #include "kiv_vector.h"
 
-namespace {
-
-int64_t partition(KIV_VECTOR *vector, int64_t low, int64_t high) {
-  void **slots = vector->elements;
-  void *pivot = slots[low];
-  std::swap(slots[low], slots[high]);
-  int64_t i = low;
-  for (int64_t j = low; j < high; ++j) {
-    if (vector->compare(slots[j], pivot) <= 0) std::swap(slots[i++], slots[j]);
-  }
-  std::swap(slots[i], slots[high]);
-  return i;
-}
-
-void sort(KIV_VECTOR *vector, int64_t low, int64_t high) {
-  while (high > low) {
-    const int64_t middle = partition(vector, low, high);
-    sort(vector, low, middle - 1);
-    low = middle + 1;
-  }
-}
-
-}  // namespace
+namespace sort = kiv::sort;
 
 void kiv_vector_qsort(KIV_VECTOR *vector) {
-  if (vector->compare != nullptr) sort(vector, 0, int64_t{vector->count} - 1);
+  if (vector->compare == nullptr) return;
+  const sort::Pointers<KIV_VECTOR_COMPARE> access(vector->elements, vector->compare);
+  sort::sort<sort::FirstPivot>(access, vector->count);
 }
 
 KIV_VECTOR *kiv_vector_unique(KIV_VECTOR *vector) {
