@@ -2,8 +2,9 @@
 // caller has them, 64-bit numbers and symbol names in 32-bit units, with one hash and one compare function for all,
 // called through pointers. uthash has no pointers to functions: it is told to call the same ones. APR compares bytes.
 //
-// "numbers" and "names" take their memory from the C runtime's heap. "arena ..." is what a reader of symbols does: ours
-// stands on the library's fast allocator, the standard's set on a monotonic buffer, and APR's is on its pool anyway.
+// "weak names" have the hash that is built in for strings. "numbers" and "names" take their memory from the C runtime's
+// heap. "arena ..." is what a reader of symbols does: ours stands on the library's fast allocator, the standard's set
+// on a monotonic buffer, and APR's is on its pool anyway.
 //
 // Three orders are independent of each other: that of the keys in memory, of the puts, and of the operation that is
 // timed. A probe is another copy of its key.
@@ -74,6 +75,16 @@ struct Names {
     out->insert(out->end(), name.begin(), name.end());
     out->push_back(0);
     if (out->size() % 2 != 0) out->push_back(0);  // so that numbers could follow
+  }
+};
+
+/// With the hash that is built in for strings: names in ASCII have 128 different ones at most.
+struct WeakNames : Names {
+  static constexpr const char *kName = "weak names";
+  [[gnu::noinline]] static uint32_t hash(const void *key) {
+    uint32_t hash = 0;
+    for (auto unit = static_cast<const KIV_UNICHAR *>(key); *unit != 0; ++unit) hash ^= *unit;
+    return hash;
   }
 };
 
@@ -343,12 +354,17 @@ void add_contestant(const std::string &kind, size_t size) {
 
 template <class Keys>
 void add_all(size_t size) {
-  const std::string kind = Keys::kName, arena = "arena " + kind;
+  const std::string kind = Keys::kName;
   add_contestant<Keys, Ours<Keys>>(kind, size);
   add_contestant<Keys, GlibTable<Keys>>(kind, size);
   add_contestant<Keys, StdSet<Keys>>(kind, size);
   add_contestant<Keys, Uthash<Keys>>(kind, size);
   add_contestant<Keys, AprHash<Keys>>(kind, size);
+}
+
+template <class Keys>
+void add_arena(size_t size) {
+  const std::string arena = std::string("arena ") + Keys::kName;
   add_contestant<Keys, OursInArena<Keys>>(arena, size);
   add_contestant<Keys, StdSetInArena<Keys>>(arena, size);
   add_contestant<Keys, AprHash<Keys>>(arena, size);
@@ -363,6 +379,9 @@ int main(int argc, char **argv) {
   for (const size_t size : {1000, 100000, 1000000}) {
     add_all<Numbers>(size);
     add_all<Names>(size);
+    add_arena<Numbers>(size);
+    add_arena<Names>(size);
   }
+  add_all<WeakNames>(1000);
   return kiv::bench::run(argc, argv);
 }

@@ -23,21 +23,23 @@ KIV_LAYOUT_32(offsetof(KIV_HASHTABLE, put_count) == 32 && offsetof(KIV_HASHTABLE
 
 namespace {
 
-void **slot_of(const KIV_HASHTABLE *table, const void *key) { return table->buckets->elements + bucket_of(table, key); }
-
-/// To be called before a bucket is used: its elements mostly lie right behind its record, as they were allocated, and are
-/// fetched while the record is.
-inline void prefetch_elements(const KIV_VECTOR *bucket) {
-  __builtin_prefetch(reinterpret_cast<const char *>(bucket) + sizeof(KIV_VECTOR) + 2 * sizeof(void *));
+[[gnu::always_inline]] inline void **slot_of(const KIV_HASHTABLE *table, const void *key) {
+  return table->buckets->elements + bucket_of(table, key);
 }
 
-/// The index of the entry with that key; the bucket's count when there is none.
+/// The index of the entry with that key; the bucket's count when there is none. What comes next is fetched while the
+/// present step waits for memory: the elements, which mostly lie right behind their vector's record, as they were
+/// allocated, and each next entry. There is a slot behind the last.
 inline uint32_t find_in(const KIV_HASHTABLE *table, const KIV_VECTOR *bucket, const void *key) {
-  prefetch_elements(bucket);
+  __builtin_prefetch(reinterpret_cast<const char *>(bucket) + sizeof(KIV_VECTOR) + 2 * sizeof(void *));
   const KIV_HASHTABLE_COMPARE compare = table->compare;
-  uint32_t i = 0;
-  while (i < bucket->count && compare(key, bucket->elements[i]) != 0) ++i;
-  return i;
+  void *const *elements = bucket->elements;
+  const uint32_t count = bucket->count;
+  for (uint32_t i = 0; i < count; ++i) {
+    __builtin_prefetch(elements[i + 1]);
+    if (compare(key, elements[i]) == 0) return i;
+  }
+  return count;
 }
 
 /// Null when there is none.
