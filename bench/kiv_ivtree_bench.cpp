@@ -142,8 +142,8 @@ struct IntervalMap {
 
 // --- Work ------------------------------------------------------------------------------------------------------------
 
-/// Intervals in the order of their insertion, ranges to ask for, and the right answers: all that begin before the end
-/// of a range, without those that end before its beginning.
+/// Intervals, the orders in which they come and go, ranges to ask for, and the right answers: all that begin before the
+/// end of a range, without those that end before its beginning.
 struct Workload {
   Workload(const char *kind_of_intervals, size_t size, bool nested)
       : kind(kind_of_intervals), rounds(std::max<size_t>(1, kLeastOperations / size)), intervals(size) {
@@ -152,9 +152,14 @@ struct Workload {
       interval.low = random() % (64 * size);
       interval.high = interval.low + random() % (nested && random() % 100 == 0 ? 12800 : 128);
     }
-    remove_order.resize(size);
-    std::iota(remove_order.begin(), remove_order.end(), 0);
-    std::shuffle(remove_order.begin(), remove_order.end(), random);
+    std::vector<uint32_t> order(size);
+    std::iota(order.begin(), order.end(), 0);
+    for (size_t round = 0; round < rounds; ++round) {
+      for (auto *orders : {&insert_orders, &remove_orders}) {
+        std::shuffle(order.begin(), order.end(), random);
+        orders->push_back(order);
+      }
+    }
     for (size_t i = 0; i < kSearches; ++i) {
       const uint64_t at = random() % (64 * size);
       points.push_back({at, at});
@@ -186,16 +191,16 @@ struct Workload {
   const char *kind;
   size_t rounds;
   Intervals intervals;
-  std::vector<size_t> remove_order;
+  std::vector<std::vector<uint32_t>> insert_orders, remove_orders;  // one for each round: no branch can be learnt
   Intervals points, ranges;
   uint64_t points_sum = 0, ranges_sum = 0;
 };
 
+/// Gives the handle of each interval.
 template <class Set>
-std::vector<typename Set::Handle> fill(Set *set, const Workload &work) {
-  std::vector<typename Set::Handle> handles;
-  handles.reserve(work.intervals.size());
-  for (const Interval &interval : work.intervals) handles.push_back(set->insert(interval));
+std::vector<typename Set::Handle> fill(Set *set, const Workload &work, size_t round) {
+  std::vector<typename Set::Handle> handles(work.intervals.size());
+  for (const uint32_t index : work.insert_orders[round]) handles[index] = set->insert(work.intervals[index]);
   set->complete();
   return handles;
 }
@@ -216,7 +221,7 @@ double time_builds(const Workload &work) {
   for (size_t round = 0; round < work.rounds; ++round) {
     Set set(work.intervals);
     const Stopwatch stopwatch;
-    fill(&set, work);
+    fill(&set, work, round);
     seconds += stopwatch.seconds();
     if (round == 0) time_searches(&set, work.points, work.points_sum);
   }
@@ -228,9 +233,9 @@ double time_removes(const Workload &work) {
   double seconds = 0;
   for (size_t round = 0; round < work.rounds; ++round) {
     Set set(work.intervals);
-    const auto handles = fill(&set, work);
+    const auto handles = fill(&set, work, round);
     const Stopwatch stopwatch;
-    for (const size_t index : work.remove_order) set.remove(handles[index]);
+    for (const uint32_t index : work.remove_orders[round]) set.remove(handles[index]);
     seconds += stopwatch.seconds();
     time_searches(&set, {{0, UINT64_MAX}}, 0);
   }
@@ -245,7 +250,7 @@ Set *standing_set(const Workload &work) {
   if (set == nullptr) {
     kiv::bench::settle_heap();
     set = std::make_unique<Set>(work.intervals);
-    fill(set.get(), work);
+    fill(set.get(), work, 0);
   }
   return set.get();
 }
