@@ -6,8 +6,8 @@
  * nothing but obj_tree_dump follows it, and it owns nothing.
  *
  * Ownership: a node takes over the reference to its value and to its children that the caller hands in. obj_tree_del
- * on the root releases all of it. A tree owns each of its nodes once, however many of its links lead there, so extra_refs
- * counts holders outside the tree only: two links within one tree to the same node need none.
+ * on the root releases all of it. A tree owns each of its nodes once, however many of its links lead there, so
+ * extra_refs counts holders outside the tree only: two links within one tree to the same node need none.
  *
  * What deletion does, in this order:
  *
@@ -28,9 +28,9 @@
  * original, and counts none of them: before both are deleted, raise the extra_refs of the value and the children, or
  * delete the copy by obj_tree_del_non_recursive() after setting its value to null.
  *
- * Costs: reading and setting links take constant time. Deletion and height take linear time and no memory but the nodes:
- * neither recurses nor allocates, whatever the shape of the tree. A value that is a tree is deleted in the same way,
- * also one that is a value of a value and so on.
+ * Costs: reading and setting links take constant time. Deletion and height take linear time and no memory but the
+ * nodes: neither recurses nor allocates, whatever the shape of the tree. A value that is a tree is deleted in the same
+ * way, also one that is a value of a value and so on.
  *
  * Conventions: reading from a null node gives null, setting in one does nothing.
  *
@@ -58,12 +58,11 @@ struct KIV_OBJ_TREE {
 /* --- Making and deleting ----------------------------------------------------------------------------------------- */
 
 /** A node with this value and no links. Null without memory: the value stays the caller's. */
-KIV_API KIV_OBJ_TREE *obj_tree_new(KIV_ALLOCATOR *allocator, KIV_OBJ *value);
+KIV_API KIV_OBJ *obj_tree_new(KIV_ALLOCATOR *allocator, KIV_OBJ *value);
 
 /** A node with value and children; it becomes the parent of those that are not null. Null without memory: value and
  * children stay the caller's, and as they were. */
-KIV_API KIV_OBJ_TREE *obj_tree_new_set_left_right(KIV_ALLOCATOR *allocator, KIV_OBJ *value, KIV_OBJ_TREE *left,
-                                                  KIV_OBJ_TREE *right);
+KIV_API KIV_OBJ *obj_tree_new_set_left_right(KIV_ALLOCATOR *allocator, KIV_OBJ *value, KIV_OBJ *left, KIV_OBJ *right);
 
 /** Gives up one reference: with extra_refs above 0 that decreases, else node and tree are deleted as described above.
  * Null is ignored. One function with obj_vector_del(). */
@@ -72,34 +71,34 @@ KIV_API void obj_tree_del(KIV_OBJ *node);
 /** Gives up one reference, but deletes only this node: its value is released as always, children, parent and their
  * links to it are left alone. The children need a new owner, and parent links that do not lead here any more. Null is
  * ignored. */
-KIV_API void obj_tree_del_non_recursive(KIV_OBJ_TREE *node);
+KIV_API void obj_tree_del_non_recursive(KIV_OBJ *node);
 
 /* --- Value and links --------------------------------------------------------------------------------------------- */
 
 /** Replaces the value. The old one is not released: it is the caller's again. */
-KIV_API void obj_tree_set(KIV_OBJ_TREE *node, KIV_OBJ *value);
+KIV_API void obj_tree_set(KIV_OBJ *node, KIV_OBJ *value);
 
 /** Set a link; a child that is not null gets the node as its parent. The child that was linked before is not released,
  * and its parent link stays as it is. */
-KIV_API void obj_tree_set_left(KIV_OBJ_TREE *node, KIV_OBJ_TREE *left);
-KIV_API void obj_tree_set_right(KIV_OBJ_TREE *node, KIV_OBJ_TREE *right);
+KIV_API void obj_tree_set_left(KIV_OBJ *node, KIV_OBJ *left);
+KIV_API void obj_tree_set_right(KIV_OBJ *node, KIV_OBJ *right);
 
 /** Both links at once. */
-KIV_API void obj_tree_set_left_right(KIV_OBJ_TREE *node, KIV_OBJ_TREE *left, KIV_OBJ_TREE *right);
+KIV_API void obj_tree_set_left_right(KIV_OBJ *node, KIV_OBJ *left, KIV_OBJ *right);
 
 /** Sets the parent link, and nothing in the parent. */
-KIV_API void obj_tree_set_parent(KIV_OBJ_TREE *node, KIV_OBJ_TREE *parent);
+KIV_API void obj_tree_set_parent(KIV_OBJ *node, KIV_OBJ *parent);
 
 /** The value, still the node's. */
-KIV_API KIV_OBJ *obj_tree_get(const KIV_OBJ_TREE *node);
+KIV_API KIV_OBJ *obj_tree_get(const KIV_OBJ *node);
 /** On 32-bit targets one function with obj_hashtable_size(). */
-KIV_API KIV_OBJ_TREE *obj_tree_get_left(const KIV_OBJ_TREE *node);
-KIV_API KIV_OBJ_TREE *obj_tree_get_right(const KIV_OBJ_TREE *node);
-KIV_API KIV_OBJ_TREE *obj_tree_get_parent(const KIV_OBJ_TREE *node);
+KIV_API KIV_OBJ *obj_tree_get_left(const KIV_OBJ *node);
+KIV_API KIV_OBJ *obj_tree_get_right(const KIV_OBJ *node);
+KIV_API KIV_OBJ *obj_tree_get_parent(const KIV_OBJ *node);
 
 /** The number of nodes on the longest way down from the node, itself included: 1 for a leaf, 0 for null. Nodes with
  * several links to them are looked at once; a link that leads back up counts as absent. */
-KIV_API uint32_t obj_tree_height(KIV_OBJ_TREE *node);
+KIV_API uint32_t obj_tree_height(KIV_OBJ *node);
 
 /* --- Drawing and navigation -------------------------------------------------------------------------------------- */
 
@@ -127,7 +126,7 @@ KIV_API uint32_t obj_tree_height(KIV_OBJ_TREE *node);
  * unit_width is the narrowest cell that is worth drawing: levels with narrower ones are left out, both lines. Below 1
  * it counts as 1; a width below it counts as unit_width, one above 1024 as 1024. A null node or less than one level
  * draws nothing. */
-KIV_API void obj_tree_dump_node(KIV_OBJ_TREE *node, int32_t unit_width, int32_t width, int32_t levels);
+KIV_API void obj_tree_dump_node(KIV_OBJ *node, int32_t unit_width, int32_t width, int32_t levels);
 
 /** Draws the tree and lets the user of the terminal walk in it: reads commands, a line each, from standard input until
  * "q" or its end, and writes to standard output.
@@ -140,7 +139,7 @@ KIV_API void obj_tree_dump_node(KIV_OBJ_TREE *node, int32_t unit_width, int32_t 
  *
  * Drawings are as wide as unit_width (below 1: 1) doubled while that gives at most 64, and each doubling adds a level:
  * with 8 four levels in 64 columns, the last one in cells of 8. A null node is not drawn, and leads nowhere. */
-KIV_API void obj_tree_dump(KIV_OBJ_TREE *node, int32_t unit_width);
+KIV_API void obj_tree_dump(KIV_OBJ *node, int32_t unit_width);
 
 KIV_END_DECLARATIONS
 
