@@ -126,7 +126,7 @@ KIV_API uint32_t obj_tree_height(KIV_OBJ *node);
  * unit_width is the narrowest cell that is worth drawing: levels with narrower ones are left out, both lines. Below 1
  * it counts as 1; a width below it counts as unit_width, one above 1024 as 1024. A null node or less than one level
  * draws nothing. */
-KIV_API void obj_tree_dump_node(KIV_OBJ *node, int32_t unit_width, int32_t width, int32_t levels);
+KIV_API void obj_tree_dump_node(const KIV_OBJ *node, int32_t unit_width, int32_t width, int32_t levels);
 
 /** Draws the tree and lets the user of the terminal walk in it: reads commands, a line each, from standard input until
  * "q" or its end, and writes to standard output.
@@ -139,7 +139,7 @@ KIV_API void obj_tree_dump_node(KIV_OBJ *node, int32_t unit_width, int32_t width
  *
  * Drawings are as wide as unit_width (below 1: 1) doubled while that gives at most 64, and each doubling adds a level:
  * with 8 four levels in 64 columns, the last one in cells of 8. A null node is not drawn, and leads nowhere. */
-KIV_API void obj_tree_dump(KIV_OBJ *node, int32_t unit_width);
+KIV_API void obj_tree_dump(const KIV_OBJ *node, int32_t unit_width);
 
 KIV_END_DECLARATIONS
 
