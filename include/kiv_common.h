@@ -18,6 +18,7 @@
 #include "kiv_leb128.h"
 #include "kiv_message.h"
 #include "kiv_mutex.h"
+#include "kiv_obj.h"
 #include "kiv_semaphore.h"
 #include "kiv_string.h"
 #include "kiv_string_array.h"
