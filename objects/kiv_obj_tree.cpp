@@ -4,7 +4,9 @@
 
 #include <algorithm>
 
+#include "base/alias.h"
 #include "base/record_layout.h"
+#include "kiv_obj_hashtable.h"
 #include "objects/object.h"
 #include "objects/tree_delete.h"
 #include "objects/tree_walk.h"
@@ -13,15 +15,16 @@ KIV_LAYOUT_32(sizeof(KIV_OBJ_TREE) == 40);
 KIV_LAYOUT_32(offsetof(KIV_OBJ_TREE, visit_mark) == 16);
 KIV_LAYOUT_32(offsetof(KIV_OBJ_TREE, value) == 20);
 KIV_LAYOUT_32(offsetof(KIV_OBJ_TREE, parent) == 24);
-KIV_LAYOUT_32(offsetof(KIV_OBJ_TREE, left) == 32);
+KIV_LAYOUT_32(offsetof(KIV_OBJ_TREE, left) == 32 && offsetof(KIV_OBJ_HASHTABLE, count) == 32);
 KIV_LAYOUT_32(offsetof(KIV_OBJ_TREE, right) == 36);
 
 namespace kiv::tree {
 namespace {
 
 // Not constant: obj_tree_del_non_recursive exchanges the last operation.
-constinit KIV_OBJ_TYPE type = {KIV_OBJ_KIND_TREE, sizeof(Node),    obj_to_char_s_default, obj_to_number_default,
-                               obj_copy_default,  obj_cmp_default, delete_tree};
+constinit KIV_OBJ_TYPE type = {
+    KIV_OBJ_KIND_TREE, sizeof(Node), obj_to_char_s_default, obj_to_number_default, obj_copy_default,
+    obj_cmp_default,   delete_tree};
 
 /// Null stays null.
 Node *node_of(KIV_OBJ *object) { return reinterpret_cast<Node *>(object); }
@@ -98,6 +101,10 @@ void obj_tree_set_parent(KIV_OBJ *node, KIV_OBJ *parent) {
 
 KIV_OBJ *obj_tree_get(const KIV_OBJ *node) { return node != nullptr ? tree::node_of(node)->value : nullptr; }
 KIV_OBJ *obj_tree_get_left(const KIV_OBJ *node) { return tree::get_link(node, &tree::Node::left); }
+KIV_ALIAS_32(
+    obj_hashtable_size, obj_tree_get_left, uint32_t obj_hashtable_size(const KIV_OBJ *table) {
+      return table != nullptr ? reinterpret_cast<const KIV_OBJ_HASHTABLE *>(table)->count : 0;
+    });
 KIV_OBJ *obj_tree_get_right(const KIV_OBJ *node) { return tree::get_link(node, &tree::Node::right); }
 KIV_OBJ *obj_tree_get_parent(const KIV_OBJ *node) { return tree::get_link(node, &tree::Node::parent); }
 
