@@ -68,7 +68,7 @@ KIV_API KIV_ALLOCATOR *obj_vector_get_alloc(const KIV_OBJ *object);
 
 /* --- Reading ----------------------------------------------------------------------------------------------------- */
 
-/** The number of slots, empty ones included. On 32-bit targets one function with obj_int_get(). */
+/** The number of slots, empty ones included. One function with obj_int_get(). */
 KIV_API int32_t obj_vector_size(const KIV_OBJ *vector);
 
 KIV_API KIV_OBJ *obj_vector_get_elem(const KIV_OBJ *vector, int32_t index);

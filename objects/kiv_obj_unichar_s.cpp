@@ -41,24 +41,25 @@ void unichar_s_del(KIV_OBJ *object) {
   free_storage(object);
 }
 
-constexpr KIV_OBJ_TYPE kUnicharS = {
+}  // namespace
+
+constinit const KIV_OBJ_TYPE unichar_s_type = {
     KIV_OBJ_KIND_UNICHAR_S, sizeof(KIV_OBJ_UNICHAR_S), unichar_s_text, unichar_s_number, unichar_s_copy, unichar_s_cmp,
     unichar_s_del};
 
-}  // namespace
 }  // namespace kiv::object
 
 namespace object = kiv::object;
 
 KIV_OBJ *obj_unichar_s_new(KIV_ALLOCATOR *allocator, KIV_STRING value) {
-  auto *record = object::allocate<KIV_OBJ_UNICHAR_S>(allocator, object::kUnicharS);
+  auto *record = object::allocate<KIV_OBJ_UNICHAR_S>(allocator, object::unichar_s_type);
   if (record == nullptr) return nullptr;
   record->value = value;
   return &record->header;
 }
 
 KIV_OBJ *obj_unichar_s_new_automatic(KIV_ALLOCATOR *allocator, KIV_OBJ_UNICHAR_S *storage, KIV_STRING value) {
-  object::build_automatic(storage, object::kUnicharS, allocator)->value = value;
+  object::build_automatic(storage, object::unichar_s_type, allocator)->value = value;
   return &storage->header;
 }
 

@@ -7,6 +7,7 @@
 
 #include "base/alias.h"
 #include "kiv_obj.h"
+#include "kiv_obj_vector.h"
 #include "objects/object.h"
 
 namespace object = kiv::object;
@@ -30,6 +31,7 @@ void set_first(KIV_OBJ *object, Value value) {
 int32_t obj_int_get(const KIV_OBJ *object) { return first<int32_t>(object); }
 KIV_ALIAS(obj_u32_get, obj_int_get);
 KIV_ALIAS(obj_unichar_get, obj_int_get);
+KIV_ALIAS(obj_vector_size, obj_int_get);
 KIV_ALIAS_32(
     obj_ptr_get, obj_int_get, void *obj_ptr_get(const KIV_OBJ *object) { return first<void *>(object); });
 KIV_ALIAS_32(

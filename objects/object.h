@@ -9,6 +9,9 @@
 
 namespace kiv::object {
 
+/// The descriptor of strings, which a hashtable knows more about than it tells.
+extern const KIV_OBJ_TYPE unichar_s_type;
+
 /// A number of 64 bits, or an address of any width, as one of 32.
 constexpr uint32_t fold(uint64_t number) { return static_cast<uint32_t>(number ^ number >> 32); }
 inline uint32_t fold(const void *address) { return fold(uint64_t{reinterpret_cast<uintptr_t>(address)}); }
