@@ -1,7 +1,6 @@
 // Drawings and dialogues byte for byte, in process: the dialogue with the end of input at every place.
 #include <gtest/gtest.h>
 
-#include <array>
 #include <string>
 
 #include "kiv_obj_tree.h"
@@ -45,14 +44,11 @@ class ObjTreeTerminal : public testing::Test {
     return screen.out;
   }
 
-  /// What the dialogue writes after the first menu, when it reads no more than `used` bytes of the input.
-  std::string navigate(const std::string &input, int32_t unit_width, size_t used) {
+  std::string navigate(const std::string &input, int32_t unit_width, size_t unread = 0) {
     Screen screen{input};
     tree::navigate(screen.terminal(), reinterpret_cast<tree::Node *>(root), unit_width);
-    EXPECT_EQ(screen.read, used) << input;
-    const std::string start = draw(unit_width, unit_width, 1) + first_menu;
-    EXPECT_EQ(screen.out.substr(0, start.size()), start);
-    return screen.out.substr(start.size());
+    EXPECT_EQ(screen.read + unread, input.size()) << input;
+    return screen.out;
   }
 
   KIV_ALLOCATOR *heap() { return memory.record(); }
@@ -67,6 +63,7 @@ class ObjTreeTerminal : public testing::Test {
 
 TEST_F(ObjTreeTerminal, Drawings) {
   EXPECT_EQ(draw(1, 64, 3), "");
+  EXPECT_EQ(navigate("l\nr\np", 8), first_menu + "cannot go to left node\ncannot go to right node\ncannot go up\n");
   root = node("main", node("int", node("7")), node("node", node("left"), node("right\n", nullptr, node("x"))));
   EXPECT_EQ("\n" + draw(8, 32, 3), R"(
              [main]
@@ -91,27 +88,20 @@ TEST_F(ObjTreeTerminal, ValuesWithoutText) {
                                      obj_tree_new(heap(), obj_int_new_automatic(&storage, 5)));
   memory.fail_at(1, CountingAllocator::Failing::from_then_on);
   EXPECT_EQ(draw(8, 16, 3), "       []\n     /   \\\n  [?]     [?]\n\n");
-  memory.fail_at(0);
-}
-
-TEST_F(ObjTreeTerminal, WidthsOfDialogues) {
-  root = node("a", node("b"));
-  for (const auto &[unit_width, width, levels] :
-       {std::array{8, 64, 4}, {0, 64, 7}, {5, 40, 4}, {33, 33, 1}, {100, 100, 1}}) {
-    Screen screen;
-    tree::navigate(screen.terminal(), reinterpret_cast<tree::Node *>(root), unit_width);
-    EXPECT_EQ(screen.out, draw(unit_width, width, levels) + first_menu) << unit_width;
-  }
 }
 
 TEST_F(ObjTreeTerminal, Dialogues) {
   root = node("a", node("b", node("c")), node("d"));
-  const std::string a(30, ' '), branch(23, ' ');
+  const int32_t widths[][3] = {{8, 64, 4}, {0, 64, 7}, {5, 40, 4}, {33, 33, 1}, {100, 100, 1}};
+  for (const auto &[unit_width, width, levels] : widths) {
+    EXPECT_EQ(navigate("", unit_width), draw(unit_width, width, levels) + first_menu) << unit_width;
+  }
+  const std::string blanks(30, ' '), branch(23, ' ');
   const std::string no_left = "cannot go to left node\n", no_right = "cannot go to right node\n";
-  const std::string at_a = a + "[a]\n" + branch + "/               \\\n" + menu;
-  const std::string at_b = a + "[b]\n" + branch + "/\n" + menu;
-  const std::string at_c = a + "[c]\n\n" + menu;
-  const std::string at_d = a + "[d]\n\n" + menu;
+  const std::string at_a = blanks + "[a]\n" + branch + "/               \\\n";
+  const std::string at_b = blanks + "[b]\n" + branch + "/\n" + menu;
+  const std::string at_c = blanks + "[c]\n\n" + menu;
+  const std::string at_d = blanks + "[d]\n\n" + menu;
   const std::string no_command("invalid option \0\n", 17);
   const struct {
     std::string input, out;
@@ -119,27 +109,23 @@ TEST_F(ObjTreeTerminal, Dialogues) {
   } table[] = {
       {"l\n\n\n", at_b + at_c + no_left},
       {"l\nr\n\n", at_b + no_right + at_c},
-      {"r\np\n\n\nl\n", at_d + at_a + "cannot go up\ncannot go up\n" + at_b},
-      {"\nl\n", no_command + at_b},
+      {"r\np\n\n\nl\n", at_d + at_a + menu + "cannot go up\ncannot go up\n" + at_b},
       {" r\n\nlast words\nrest is skipped\n", no_command + at_b + no_right},
       {"x\nL\n\xFF\r\n\tl\n", "invalid option x\ninvalid option L\ninvalid option \xFF\ninvalid option \t\n"},
       {"p\nq quits\nl\n", "cannot go up\n", 2},
   };
   for (const auto &[input, out, unread] : table) {
-    EXPECT_EQ(navigate(input, 64, input.size() - unread), out) << input;
-    // The end of input at every place: what was read has its effect, and nothing else has.
-    size_t written = 0;
-    for (size_t size = 0; size < input.size() - unread; ++size) {
-      const std::string part = navigate(input.substr(0, size), 64, size);
-      EXPECT_EQ(part, out.substr(0, part.size())) << input << size;
-      const bool is_command = size > 0 && (size == 1 || input[size - 2] == '\n') && input[size - 1] != ' ';
-      EXPECT_EQ(part.size() > written, is_command && input[size - 1] != 'q') << input << size;
-      written = part.size();
+    EXPECT_EQ(navigate(input, 64, unread), at_a + first_menu + out) << input;
+    // The end of input at every place: the command before it, at the start of a line, has had its effect.
+    std::string before = navigate("", 64);
+    for (size_t size = 1; size < input.size() - unread; ++size) {
+      const std::string part = navigate(input.substr(0, size), 64);
+      const bool answers = (size == 1 || input[size - 2] == '\n') && input[size - 1] != ' ' && input[size - 1] != 'q';
+      EXPECT_EQ(part, (at_a + first_menu + out).substr(0, part.size())) << input << size;
+      EXPECT_EQ(part.size() > before.size(), answers) << input << size;
+      before = part;
     }
   }
-  obj_tree_del(root);
-  root = nullptr;
-  EXPECT_EQ(navigate("l\nr\np", 64, 5), no_left + no_right + "cannot go up\n");
 }
 
 }  // namespace
