@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "bench_support.h"
-#include "kiv_obj.h"
+#include "kiv_obj_vector.h"
 
 using kiv::bench::require;
 using kiv::bench::Stopwatch;
@@ -44,7 +44,7 @@ struct Ours {
     value->allocator->free(value->allocator, text);
     return length;
   }
-  static void release(Value value) { value->type->del(value); }
+  static void release(Value value) { obj_vector_del(value); }
 
   KIV_ALLOCATOR allocator;
 };
@@ -118,7 +118,7 @@ struct OursInPlace {
   using Value = KIV_OBJ_INT;
   static void make(Value *place, int32_t value) { obj_int_new_automatic(place, value); }
   static int32_t get(Value *value) { return obj_int_get(&value->header); }
-  static void release(Value *value) { value->header.type->del(&value->header); }
+  static void release(Value *value) { obj_vector_del(&value->header); }
 };
 
 struct GValueInPlace {
@@ -221,6 +221,7 @@ void add_contestant_in_place(size_t size) {
 }  // namespace
 
 int main(int argc, char **argv) {
+  setenv("G_SLICE", "always-malloc", 1);
   kiv::bench::keep_heap();
   for (const size_t size : {1000, 1000000}) {
     add_contestant<Ours>(size);
