@@ -103,12 +103,14 @@ TEST(Object, literals) {
   }
 }
 
-/// Half of the bits set, or few, so that values of different kinds are equal now and then.
+/// Mostly zero bytes, so that values of different kinds are equal now and then.
 template <class Value>
 Value random_value(std::mt19937_64 *random) {
   Value value;
   auto *bytes = reinterpret_cast<uint8_t *>(&value);
-  for (size_t i = 0; i < sizeof value; ++i) bytes[i] = kiv::test::below(*random, 8) == 0 ? (*random)() & 1 : 0;
+  for (size_t i = 0; i < sizeof value; ++i) {
+    bytes[i] = kiv::test::below(*random, 8) == 0 ? static_cast<uint8_t>((*random)()) : 0;
+  }
   return value;
 }
 
