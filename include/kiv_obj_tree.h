@@ -108,11 +108,11 @@ KIV_API uint32_t obj_tree_height(KIV_OBJ *node);
  * below. Width 32, 3 levels:
  *
  *                  [main]
- *              /           \
- *          [int]         [node]
- *        /                 /   \
- *       [7]            [left] [righ
- *                               \
+ *                /       \
+ *          [int]           [node]
+ *          /               /   \
+ *       [7]            [left] [righte
+ *                                 \
  *
  * A node is the text of its value in brackets, cut off where the cell ends but for one column of space to the next: a
  * missing bracket tells that the text goes on. Characters that do not print (bytes below 0x20 and 0x7F) show as "?".

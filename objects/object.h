@@ -63,12 +63,6 @@ inline void release(KIV_OBJ *object) {
   }
 }
 
-/// release as the destructor of a container's elements.
-inline int release_element(KIV_ALLOCATOR *, void *element) {
-  release(static_cast<KIV_OBJ *>(element));
-  return 0;
-}
-
 /// A buffer of so many zero bytes for a text of the object; null without memory.
 inline char *allocate_text(const KIV_OBJ *object, uint32_t size) {
   return static_cast<char *>(allocate_zeroed(object->allocator, size));

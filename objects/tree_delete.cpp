@@ -66,20 +66,20 @@ void delete_tree(KIV_OBJ *object) {
   auto *node = reinterpret_cast<Node *>(object);
   cut_to_tree(node);
   node->parent = nullptr;
-  while (node != nullptr) {
-    Node *below = nullptr;
+  for (;;) {
+    Node *next = nullptr;
     if (node->value != nullptr) {
-      below = give_up_value(node);
+      next = give_up_value(node);
     } else if (node->left != nullptr) {
-      below = give_up_child(node, node->left);
+      next = give_up_child(node, node->left);
     } else if (node->right != nullptr) {
-      below = give_up_child(node, node->right);
+      next = give_up_child(node, node->right);
     } else {
-      below = std::exchange(node->parent, nullptr);
+      next = std::exchange(node->parent, nullptr);
       object::free_storage(&node->header);
-      if (below == nullptr) return;
+      if (next == nullptr) return;
     }
-    if (below != nullptr) node = below;
+    if (next != nullptr) node = next;
   }
 }
 
