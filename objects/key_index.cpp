@@ -15,10 +15,6 @@ constexpr uint64_t kFirstSlots = 64;
 
 bool is_string(const KIV_OBJ *key) { return key->type == &unichar_s_type; }
 
-bool is_plain(const KIV_OBJ *key) {
-  return is_string(key) || (key->type->cmp == obj_cmp_default && key->type->to_number != obj_to_number_default);
-}
-
 constexpr uint64_t kMultiplier = 0x9E3779B97F4A7C15;  // 2^64 divided by the golden ratio
 
 /// Two code units at a time, each step a bijection of the state; the upper bits depend on all of them.
@@ -33,6 +29,20 @@ uint32_t string_hash(const KIV_UNICHAR *units) {
 }
 
 }  // namespace
+
+bool KeyIndex::is_plain(const KIV_OBJ *key) {
+  if (is_string(key)) return true;
+  if (key->type->cmp != obj_cmp_default) return false;
+  switch (key->type->type_id) {
+    case KIV_OBJ_KIND_INT:
+    case KIV_OBJ_KIND_U32:
+    case KIV_OBJ_KIND_PTR:
+    case KIV_OBJ_KIND_U64:
+      return true;
+    default:
+      return false;
+  }
+}
 
 bool KeyIndex::covers(const KIV_OBJ *key) const { return state_ == State::complete && is_plain(key); }
 

@@ -8,7 +8,7 @@ namespace kiv::object {
 
 namespace {
 
-/// From so many puts on, or such a bucket, it is worth while to try to make an index.
+/// From such a count on, or such a bucket, it is worth while to try to make an index.
 constexpr uint32_t kLargeTable = 64;
 constexpr int32_t kLongBucket = 8;
 
@@ -150,9 +150,11 @@ void start_index(KIV_OBJ_HASHTABLE *table) {
   KeyIndex &index = buckets_of(table)->index;
   index.start(allocator);
   (void)for_each_entry(table, [&](KIV_OBJ *tuple) {
-    if (index.state() != KeyIndex::State::complete) return false;
-    index.insert(allocator, tuple, number_of(key_of(tuple)));
-    return true;
+    const KIV_OBJ *key = key_of(tuple);
+    if (index.state() == KeyIndex::State::complete) {
+      index.insert(allocator, tuple, KeyIndex::is_plain(key) ? number_of(key) : 0);
+    }
+    return index.state() == KeyIndex::State::complete;
   });
 }
 
