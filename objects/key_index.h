@@ -49,8 +49,9 @@ class KeyIndex {
   /// Starts a complete index of an empty table, or refuses it without memory.
   void start(KIV_ALLOCATOR *allocator);
 
-  /// Adds an entry that is not there. A key that is not plain, or a shortage of memory, ends the index: it is refused.
-  void insert(KIV_ALLOCATOR *allocator, KIV_OBJ *tuple, uint32_t number);
+  /// Adds an entry that is not there, with the hash of its key. A key that is not plain, or a shortage of memory, ends
+  /// the index: it is refused.
+  void insert(KIV_ALLOCATOR *allocator, KIV_OBJ *tuple, uint32_t hash);
 
   void erase(Slot *slot);
 
