@@ -124,6 +124,21 @@ static void string_arrays_and_sets(void) {
   CHECK(kiv_allocator_default_delete(&heap) == 1);
 }
 
+/* A record of nine words comes by value and goes by value. */
+static void objects(void) {
+  KIV_OBJ_BIGFLT storage;
+  bigflt two, got;
+  KIV_OBJ *object;
+  kiv_bigflt_assign_one(&two);
+  kiv_bigflt_add_implied(&two, &two);
+  object = obj_bigflt_new_automatic(&storage, two);
+  kiv_bigflt_negate_implied(&two);
+  CHECK(object == &storage.header && obj_bigflt_get(object).exponent == 2);
+  obj_bigflt_set(object, two);
+  got = obj_bigflt_get(object);
+  CHECK(memcmp(&got, &two, sizeof got) == 0);
+}
+
 static void fixed_entry_points(void) {
   CHECK(kiv_common_built_with_debug() == 0);
   CHECK(kiv_assert_box_win32(1, "file", "message") == 0);
@@ -138,6 +153,7 @@ int main(void) {
   conversions();
   threads();
   string_arrays_and_sets();
+  objects();
   fixed_entry_points();
   if (failures == 0) printf("conforms\n");
   return failures != 0;

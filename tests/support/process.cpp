@@ -58,13 +58,27 @@ HANDLE open_for_child(const std::string &path) {
   return CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherited, CREATE_ALWAYS, 0, nullptr);
 }
 
-int spawn_and_wait(const std::string &path, const std::vector<std::string> &arguments, const std::string &out,
-                   const std::string &err) {
+/// The reading end of a pipe that holds the input, inherited by children, and has no writer any more.
+HANDLE pipe_with(const std::string &input) {
+  SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
+  HANDLE reader = nullptr;
+  HANDLE writer = nullptr;
+  DWORD written = 0;
+  if (!CreatePipe(&reader, &writer, &inherited, 4096)) return nullptr;
+  SetHandleInformation(writer, HANDLE_FLAG_INHERIT, 0);
+  WriteFile(writer, input.data(), static_cast<DWORD>(input.size()), &written, nullptr);
+  CloseHandle(writer);
+  return reader;
+}
+
+int spawn_and_wait(const std::string &path, const std::vector<std::string> &arguments, const std::string &input,
+                   const std::string &out, const std::string &err) {
   std::string line = "\"" + path + "\"";
   for (const auto &argument : arguments) line += " \"" + argument + "\"";
   STARTUPINFOA startup{};
   startup.cb = sizeof startup;
   startup.dwFlags = STARTF_USESTDHANDLES;
+  startup.hStdInput = pipe_with(input);
   startup.hStdOutput = open_for_child(out);
   startup.hStdError = open_for_child(err);
   PROCESS_INFORMATION process{};
@@ -75,6 +89,7 @@ int spawn_and_wait(const std::string &path, const std::vector<std::string> &argu
     CloseHandle(process.hThread);
     CloseHandle(process.hProcess);
   }
+  CloseHandle(startup.hStdInput);
   CloseHandle(startup.hStdOutput);
   CloseHandle(startup.hStdError);
   return static_cast<int>(code);
@@ -82,13 +97,23 @@ int spawn_and_wait(const std::string &path, const std::vector<std::string> &argu
 
 #else
 
-int spawn_and_wait(const std::string &path, const std::vector<std::string> &arguments, const std::string &out,
-                   const std::string &err) {
+/// The reading end of a pipe that holds the input and has no writer any more.
+int pipe_with(const std::string &input) {
+  int ends[2] = {-1, -1};
+  if (pipe(ends) != 0 || write(ends[1], input.data(), input.size()) < 0) std::perror("pipe");
+  close(ends[1]);
+  return ends[0];
+}
+
+int spawn_and_wait(const std::string &path, const std::vector<std::string> &arguments, const std::string &input,
+                   const std::string &out, const std::string &err) {
   std::vector<char *> argv{const_cast<char *>(path.c_str())};
   for (const auto &argument : arguments) argv.push_back(const_cast<char *>(argument.c_str()));
   argv.push_back(nullptr);
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
+  const int reader = pipe_with(input);
+  posix_spawn_file_actions_adddup2(&actions, reader, 0);
   posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
   posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
   pid_t process = 0;
@@ -98,6 +123,7 @@ int spawn_and_wait(const std::string &path, const std::vector<std::string> &argu
     }
   }
   posix_spawn_file_actions_destroy(&actions);
+  close(reader);
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
@@ -105,11 +131,12 @@ int spawn_and_wait(const std::string &path, const std::vector<std::string> &argu
 
 }  // namespace
 
-ProcessResult run_program(const std::string &path, const std::vector<std::string> &arguments) {
+ProcessResult run_program(const std::string &path, const std::vector<std::string> &arguments,
+                          const std::string &input) {
   std::fflush(nullptr);
   const std::string out = output_path("out");
   const std::string err = output_path("err");
-  const int exit_code = spawn_and_wait(path, arguments, out, err);
+  const int exit_code = spawn_and_wait(path, arguments, input, out, err);
   return {exit_code, read_and_remove(out), read_and_remove(err)};
 }
 
@@ -134,7 +161,9 @@ std::string program_beside(const std::string &name) {
 #endif
 }
 
-ProcessResult run_child(const std::string &name) { return run_program(this_program(), {"--child=" + name}); }
+ProcessResult run_child(const std::string &name, const std::string &input) {
+  return run_program(this_program(), {"--child=" + name}, input);
+}
 
 ChildRegistration::ChildRegistration(const char *name, void (*function)()) { children()[name] = function; }
 

@@ -13,9 +13,11 @@ struct ProcessResult {
   std::string err;
 };
 
-/// Runs a program to its end. Standard output and standard error are given as the program wrote them, but for the
-/// carriage returns that Windows puts before line feeds.
-ProcessResult run_program(const std::string &path, const std::vector<std::string> &arguments);
+/// Runs a program to its end, with input, of at most 4096 bytes, to be read from a pipe as its standard input. Standard
+/// output and standard error are given as the program wrote them, but for the carriage returns that Windows puts before
+/// line feeds.
+ProcessResult run_program(const std::string &path, const std::vector<std::string> &arguments,
+                          const std::string &input = {});
 
 /// The path of the running test program, and of a program beside it.
 std::string this_program();
@@ -23,7 +25,7 @@ std::string program_beside(const std::string &name);
 
 /// Runs the function that KIV_CHILD registered, in a process of its own. It ends with exit code 0 when the function
 /// returns.
-ProcessResult run_child(const std::string &name);
+ProcessResult run_child(const std::string &name, const std::string &input = {});
 
 /// Registers a child's function at start-up; use KIV_CHILD.
 struct ChildRegistration {

@@ -1,0 +1,123 @@
+/** @file
+ * Object hashtables: objects found by objects, themselves an object (kiv_obj.h) of kind 10. Hashing with separate
+ * chaining: see D. E. Knuth, "The Art of Computer Programming", volume 3, section 6.4.
+ *
+ * An entry is a tuple of key and value. It is in the bucket whose index is the key's number, from to_number of its
+ * descriptor, modulo the number of buckets, which is odd and has no divisor. Within the bucket keys are told apart by
+ * kind and by cmp(key, stored key) of the key's descriptor. Hence objects whose number is their address, like chars,
+ * code points and bigflts, are found by the same object only. A key must not change while it is in a table.
+ *
+ * Ownership, nesting and thread safety are those of kiv_obj_vector.h. A look-up raises the key's extra_refs for its
+ * duration and takes nothing over.
+ *
+ * Three habits are old and kept, because callers rely on them:
+ *  1. The count is one of puts, not of entries: a put that replaces an entry counts too, and obj_hashtable_clear() does
+ *     not reset it. Only a deletion decreases it, and a rebuild (below) makes it the number of entries again.
+ *  2. obj_hashtable_is_empty() tells whether there are buckets, and every table has some.
+ *  3. A rebuild overwrites the whole record, header included, with that of a new table.
+ *
+ * A REBUILD ENDS AN AUTOMATIC OR SHARED TABLE'S BEING SO. When a put makes the count reach grow_threshold, the entries
+ * move to about 2.7 times as many buckets and the third habit leaves automatic 0 and extra_refs 0. A later
+ * obj_hashtable_del() would give storage that is the caller's, perhaps a local variable, to the allocator; and the
+ * first of several owners to release the table would delete it. So whoever puts into such a table either makes it large
+ * enough (no more than bucket_count / load_factor puts, replacements included, until it is deleted), or sets both words
+ * to what they were after each put:
+ *
+ *     obj_hashtable_put(table, key, value);
+ *     table->automatic = 1;
+ *
+ * Costs: put, look-up and deletion take constant time on average for keys whose numbers differ. Strings
+ * (obj_unichar_s_new()) have numbers that often do not, being sums of code units; a table of nothing but strings made
+ * by the library finds them through an index of its own all the same. */
+#ifndef KIV_OBJ_HASHTABLE_H
+#define KIV_OBJ_HASHTABLE_H
+
+#include "kiv_obj_tuple.h"
+
+KIV_BEGIN_DECLARATIONS
+
+/** Read it; only the library writes it, but for automatic and extra_refs of the header. */
+typedef struct KIV_OBJ_HASHTABLE {
+  KIV_OBJ header;
+  KIV_OBJ_VECTOR *buckets; /**< a vector of tuples for each bucket; an empty slot for one that was never used */
+  uint32_t bucket_count;
+  float load_factor;       /**< between 0 and 1, both excluded */
+  uint32_t grow_threshold; /**< bucket_count / load_factor, rounded down */
+  uint32_t count;          /**< puts, see above */
+} KIV_OBJ_HASHTABLE;
+
+/* --- Making and deleting ----------------------------------------------------------------------------------------- */
+
+/** An empty table. n (10 when 0 or less) is the least number of buckets: it is made odd and raised by 2 until no odd
+ * number from 3 to its square root divides it (1 passes). A load_factor that is not between 0 and 1, both excluded, or
+ * not a number counts as 0.75. So 10 and 1.5 give 11 buckets and a rebuild at a count of 14. Null without memory. */
+KIV_API KIV_OBJ *obj_hashtable_new(KIV_ALLOCATOR *allocator, int32_t n, float load_factor);
+
+/** The same in the caller's storage, which is the result: mind the rebuild, above. Null without memory: the storage is
+ * as it was. */
+KIV_API KIV_OBJ *obj_hashtable_new_automatic(KIV_ALLOCATOR *allocator, KIV_OBJ_HASHTABLE *storage, int32_t n,
+                                             float load_factor);
+
+/** Another name of obj_vector_del(): releases the table. */
+KIV_API void obj_hashtable_del(KIV_OBJ *table);
+
+/** Releases the table, but when that deletes it, neither its buckets nor the entries in them: they are the caller's. */
+KIV_API void obj_hashtable_shallow_del(KIV_OBJ *table);
+
+/** Another name of obj_vector_get_alloc(). */
+KIV_API KIV_ALLOCATOR *obj_hashtable_get_alloc(const KIV_OBJ *table);
+
+/* --- Entries ----------------------------------------------------------------------------------------------------- */
+
+/** Stores the value for the key, and takes over both. An equal key's entry is replaced: its key and value are released.
+ * Not 0 when that happened; 0 for a new entry.
+ *
+ * Without memory, and for a null key, the table is as it was, key and value have been released, and the result is 0.
+ * A null value is stored. Storing with a key or a value that is in the replaced entry needs a further reference. */
+KIV_API int obj_hashtable_put(KIV_OBJ *table, KIV_OBJ *key, KIV_OBJ *value);
+
+/** The same for a tuple of key and value (elements 0 and 1). The tuple of an entry can be put again, as an element can
+ * be stored again by obj_vector_set_elem(). */
+KIV_API int obj_hashtable_put_pair(KIV_OBJ *table, KIV_OBJ *tuple);
+
+/** The value stored for the key, still the table's; null when there is none. */
+KIV_API KIV_OBJ *obj_hashtable_get_elem(const KIV_OBJ *table, KIV_OBJ *key);
+
+/** The key that is stored, still the table's; null when there is none. */
+KIV_API KIV_OBJ *obj_hashtable_find_key(const KIV_OBJ *table, KIV_OBJ *key);
+
+/** Deletes the key's entry, if there is one. The key may be the stored one. The table does not shrink. */
+KIV_API void obj_hashtable_del_elem(KIV_OBJ *table, KIV_OBJ *key);
+
+/** The first stored value of the same kind for which cmp(value, stored value) of the value's descriptor is 0, or null.
+ * Linear time. */
+KIV_API KIV_OBJ *obj_hashtable_find_elem(const KIV_OBJ *table, const KIV_OBJ *value);
+
+/** Calls function for the tuple of every entry, bucket by bucket, in each the newest first. It must not change the
+ * table. */
+KIV_API void obj_hashtable_foreach_key_elem(const KIV_OBJ *table, void *context, KIV_OBJ_VISIT function);
+
+/** The count. On 32-bit targets one function with obj_tree_get_left(). */
+KIV_API uint32_t obj_hashtable_size(const KIV_OBJ *table);
+
+/** 1 when there are no buckets, else 0: never 1, see above. */
+KIV_API int obj_hashtable_is_empty(const KIV_OBJ *table);
+
+/** Releases all entries. The count does not change. */
+KIV_API void obj_hashtable_clear(KIV_OBJ *table);
+
+/* --- The operations of the kind; the number is the address ------------------------------------------------------- */
+
+/** A table with copies of the entries, in the same places. Null without memory, or when something cannot be copied. */
+KIV_API KIV_OBJ *obj_hashtable_copy(const KIV_OBJ *table);
+
+/** The texts of the entries, joined in the order of obj_hashtable_foreach_key_elem(). Null as for a vector. */
+KIV_API char *obj_hashtable_to_char_s(const KIV_OBJ *table);
+
+/** 0 when both tables have the same keys at the same places, whatever their values: entries are tuples, and tuples are
+ * known by their keys. Else 1, also when one of them is null. */
+KIV_API int32_t obj_hashtable_cmp(const KIV_OBJ *a, const KIV_OBJ *b);
+
+KIV_END_DECLARATIONS
+
+#endif

@@ -1,0 +1,101 @@
+// The index of string keys.
+
+#include "objects/key_index.h"
+
+#include <bit>
+
+#include "objects/object_tuple.h"
+#include "text/empty_string.h"
+
+namespace kiv::object {
+
+namespace {
+
+constexpr uint64_t kFirstSlots = 64;
+
+bool is_string(const KIV_OBJ *key) { return key->type == &unichar_s_type; }
+
+}  // namespace
+
+bool KeyIndex::covers(const KIV_OBJ *key) const { return state_ == State::complete && is_string(key); }
+
+/// Two code units at a time, each step a bijection of the state; the upper bits depend on all of them.
+uint32_t KeyIndex::hash(const KIV_OBJ *string) {
+  constexpr uint64_t kMultiplier = 0x9E3779B97F4A7C15;  // 2^64 divided by the golden ratio
+  uint64_t state = 0;
+  for (const KIV_UNICHAR *units = or_empty(reinterpret_cast<const KIV_OBJ_UNICHAR_S *>(string)->value); *units != 0;) {
+    const uint64_t pair = *units | uint64_t{units[1]} << 32;
+    state = (std::rotl(state, 29) ^ pair) * kMultiplier;
+    units += units[1] != 0 ? 2 : 1;
+  }
+  return static_cast<uint32_t>(state >> 32);
+}
+
+KeyIndex::Slot *KeyIndex::find(const KIV_OBJ *key, uint32_t hash) const {
+  for (uint32_t i = hash & mask_; slots_[i].tuple != nullptr; i = (i + 1) & mask_) {
+    if (slots_[i].hash == hash && unichar_s_type.cmp(key, key_of(slots_[i].tuple)) == 0) return &slots_[i];
+  }
+  return nullptr;
+}
+
+void KeyIndex::place(Slot entry) {
+  uint32_t i = entry.hash & mask_;
+  while (slots_[i].tuple != nullptr) i = (i + 1) & mask_;
+  slots_[i] = entry;
+}
+
+bool KeyIndex::resize(KIV_ALLOCATOR *allocator, uint64_t count) {
+  const uint64_t size = count * sizeof(Slot);
+  if (size > UINT32_MAX) return false;
+  auto *slots = static_cast<Slot *>(allocate_zeroed(allocator, static_cast<uint32_t>(size)));
+  if (slots == nullptr) return false;
+  Slot *const old = slots_, *const end = old != nullptr ? old + mask_ + 1 : nullptr;
+  slots_ = slots;
+  mask_ = static_cast<uint32_t>(count - 1);
+  for (const Slot *slot = old; slot != end; ++slot) {
+    if (slot->tuple != nullptr) place(*slot);
+  }
+  allocator->free(allocator, old);
+  return true;
+}
+
+bool KeyIndex::start(KIV_ALLOCATOR *allocator) {
+  if (!resize(allocator, kFirstSlots)) return false;
+  used_ = 0;
+  state_ = State::complete;
+  return true;
+}
+
+void KeyIndex::insert(KIV_ALLOCATOR *allocator, KIV_OBJ *tuple) {
+  const KIV_OBJ *key = key_of(tuple);
+  const uint64_t size = uint64_t{mask_} + 1;
+  if (!is_string(key) || (uint64_t{used_} * 3 >= size * 2 && !resize(allocator, size * 2))) {
+    drop(allocator, State::refused);
+    return;
+  }
+  place({tuple, hash(key)});
+  ++used_;
+}
+
+void KeyIndex::erase(Slot *slot) {
+  auto gap = static_cast<uint32_t>(slot - slots_);
+  for (uint32_t i = (gap + 1) & mask_; slots_[i].tuple != nullptr; i = (i + 1) & mask_) {
+    // An entry may move into the gap unless its search would start behind that.
+    const uint32_t home = slots_[i].hash & mask_;
+    if (((i - home) & mask_) < ((i - gap) & mask_)) continue;
+    slots_[gap] = slots_[i];
+    gap = i;
+  }
+  slots_[gap] = {};
+  --used_;
+}
+
+void KeyIndex::drop(KIV_ALLOCATOR *allocator, State state) {
+  if (slots_ != nullptr) allocator->free(allocator, slots_);
+  slots_ = nullptr;
+  mask_ = 0;
+  used_ = 0;
+  state_ = state;
+}
+
+}  // namespace kiv::object

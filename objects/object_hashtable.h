@@ -1,0 +1,75 @@
+// The engine of object hashtables.
+//
+// Representation: the public record, a vector of buckets, each a vector of tuples, the newest first. Behind the record
+// of the bucket vector, in its block, is an index of the entries, which is made when it would help.
+//
+// Invariants:
+//  1. The bucket vector has bucket_count slots; a bucket is a vector or null. bucket_count is not 0.
+//  2. Every tuple has a key, and is in the bucket of its key's number modulo bucket_count.
+//  3. No two keys in a bucket are of one kind and equal, as far as the newer one says.
+//  4. count is at least the number of tuples.
+#ifndef KIV_OBJECTS_OBJECT_HASHTABLE_H
+#define KIV_OBJECTS_OBJECT_HASHTABLE_H
+
+#include "kiv_obj_hashtable.h"
+#include "objects/key_index.h"
+#include "objects/object_tuple.h"
+
+namespace kiv::object {
+
+/// The descriptor. Not constant: see release_as.
+extern KIV_OBJ_TYPE hashtable_type;
+
+inline KIV_OBJ_HASHTABLE *as_hashtable(KIV_OBJ *object) { return reinterpret_cast<KIV_OBJ_HASHTABLE *>(object); }
+inline const KIV_OBJ_HASHTABLE *as_hashtable(const KIV_OBJ *object) {
+  return reinterpret_cast<const KIV_OBJ_HASHTABLE *>(object);
+}
+
+// --- Storage ---------------------------------------------------------------------------------------------------------
+
+struct Buckets {
+  KIV_OBJ_VECTOR vector;
+  KeyIndex index;
+};
+
+inline Buckets *buckets_of(const KIV_OBJ_HASHTABLE *table) { return reinterpret_cast<Buckets *>(table->buckets); }
+
+/// So many empty slots for buckets; null without memory.
+Buckets *make_buckets(KIV_ALLOCATOR *allocator, uint32_t count);
+
+/// Fills in the record of an empty table. False, and nothing is changed, without memory.
+bool build_table(KIV_OBJ_HASHTABLE *table, KIV_ALLOCATOR *allocator, uint32_t automatic, int32_t n, float load_factor);
+
+// --- Entries ---------------------------------------------------------------------------------------------------------
+
+/// Calls function(tuple) for each entry, bucket by bucket, each from the front, until it gives false: the result.
+template <class Function>
+bool for_each_entry(const KIV_OBJ_HASHTABLE *table, Function function) {
+  for (uint32_t i = 0; i < table->bucket_count; ++i) {
+    const KIV_OBJ_VECTOR *bucket = as_vector(table->buckets->elements[i]);
+    if (bucket == nullptr) continue;
+    for (int32_t k = 0; k < bucket->count; ++k) {
+      if (!function(bucket->elements[k])) return false;
+    }
+  }
+  return true;
+}
+
+/// The tuple of the equal key, or null.
+KIV_OBJ *find_entry(const KIV_OBJ_HASHTABLE *table, const KIV_OBJ *key);
+
+/// Makes an index when all keys are strings.
+void start_index(KIV_OBJ_HASHTABLE *table);
+
+enum class Put { added, replaced, failed };
+
+/// Puts a tuple in its place, in front, and releases the one with an equal key. Counts it, and rebuilds the table when
+/// it is time. Failed, with nothing changed, without a key or without memory.
+Put put_entry(KIV_OBJ_HASHTABLE *table, KIV_OBJ *tuple);
+
+/// Takes out the tuple of the equal key, if there is one, for the caller to release.
+KIV_OBJ *take_entry(KIV_OBJ_HASHTABLE *table, const KIV_OBJ *key);
+
+}  // namespace kiv::object
+
+#endif

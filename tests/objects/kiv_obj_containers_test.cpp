@@ -1,0 +1,455 @@
+// Vectors, tuples and hashtables of objects: who owns what, beside a model in standard containers; oddities; failures.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "kiv_obj_hashtable.h"
+#include "tests/objects/counting_kind.h"
+#include "tests/support/counting_allocator.h"
+#include "tests/support/random.h"
+#include "tests/support/unistring.h"
+
+namespace kiv::test {
+namespace {
+
+const KIV_OBJ_VECTOR *vector_of(const KIV_OBJ *object) { return reinterpret_cast<const KIV_OBJ_VECTOR *>(object); }
+KIV_OBJ_HASHTABLE *table_of(KIV_OBJ *object) { return reinterpret_cast<KIV_OBJ_HASHTABLE *>(object); }
+
+/// An operation's new text, freed.
+std::string taken(KIV_ALLOCATOR *allocator, char *text) {
+  const std::string result = text != nullptr ? text : "(null)";
+  allocator->free(allocator, text);
+  return result;
+}
+
+/// The objects in the order of a walk.
+int collect(void *context, KIV_OBJ *object) {
+  static_cast<std::vector<KIV_OBJ *> *>(context)->push_back(object);
+  return 1;
+}
+
+std::vector<KIV_OBJ *> elements_of(const KIV_OBJ *vector) {
+  std::vector<KIV_OBJ *> elements;
+  obj_vector_foreach_elem(vector, &elements, collect);
+  return elements;
+}
+
+// --- Model -----------------------------------------------------------------------------------------------------------
+
+/// Containers that share objects, and what they should hold. Equal objects have equal labels.
+class World {
+ public:
+  World(std::mt19937_64 &random, uint32_t strings_of_ten) : random_(random), strings_(strings_of_ten) {
+    vector_ = obj_vector_new(memory_.record(), static_cast<int32_t>(below(random, 4)));
+    slots_.resize(static_cast<size_t>(obj_vector_size(vector_)));
+    table_ =
+        obj_hashtable_new_automatic(memory_.record(), &table_storage_, static_cast<int32_t>(below(random, 20)), 0.75F);
+    buckets_.resize(table_storage_.bucket_count);
+    threshold_ = table_storage_.grow_threshold;
+  }
+  ~World() {
+    obj_vector_del(vector_);
+    table_->automatic = 1;
+    obj_hashtable_del(table_);
+  }
+  World(const World &) = delete;
+  World &operator=(const World &) = delete;
+
+  void step() {
+    const auto index = static_cast<int32_t>(below(random_, static_cast<uint32_t>(slots_.size()) + 3));
+    switch (below(random_, 13)) {
+      case 0:
+        return set(index, any());
+      case 1:
+        return set(static_cast<int32_t>(slots_.size()), any(), obj_vector_add_elem);
+      case 2:
+        return add_unique(any());
+      case 3:
+        return insert(index, any());
+      case 4:
+        return erase(index, [&] { obj_vector_del_elem_at(vector_, index); });
+      case 5:
+        return erase(static_cast<int32_t>(slots_.size()) - 1, [&] { obj_vector_del_elem_last(vector_); });
+      case 6:
+        return erase_equal(any());
+      case 7:
+        return below(random_, 10) == 0 ? clear() : copy_all();
+      case 8:
+        return store_again(index);
+      case 9:
+      case 10:
+        return put(any(), any());
+      case 11:
+        return put_again();
+      default:
+        return below(random_, 40) == 0 ? clear_table() : look_up_and_delete(any());
+    }
+  }
+
+  /// That every object has as many owners as the model says, and every container its contents.
+  void check() {
+    size_t counted = 0;
+    for (const auto &[object, known] : known_) {
+      ASSERT_EQ(object->extra_refs, known.owners - 1) << known.label;
+      counted += object->type == kind_.type() ? 1 : 0;
+    }
+    ASSERT_EQ(kind_.alive.size(), counted);
+    ASSERT_EQ(elements_of(vector_), slots_);
+    const KIV_OBJ_VECTOR *vector = vector_of(vector_);
+    ASSERT_GE(vector->capacity, slots_.size());
+    for (size_t i = slots_.size(); i <= vector->capacity; ++i) ASSERT_EQ(vector->elements[i], nullptr);
+    std::vector<KIV_OBJ *> tuples;
+    std::vector<Entry> entries;
+    obj_hashtable_foreach_key_elem(table_, &tuples, collect);
+    for (const KIV_OBJ *tuple : tuples) entries.push_back({obj_tuple_get_elem(tuple, 0), obj_tuple_get_elem(tuple, 1)});
+    std::vector<Entry> expected;
+    for (const auto &bucket : buckets_) expected.insert(expected.end(), bucket.begin(), bucket.end());
+    ASSERT_EQ(entries, expected);
+    ASSERT_EQ(obj_hashtable_size(table_), count_);
+  }
+
+ private:
+  using Entry = std::pair<KIV_OBJ *, KIV_OBJ *>;
+  struct Known {
+    std::string label;
+    uint32_t owners;
+  };
+
+  /// A new object, or a further reference to one that is somewhere.
+  KIV_OBJ *any() {
+    const auto &bucket = buckets_[below(random_, static_cast<uint32_t>(buckets_.size()))];
+    KIV_OBJ *shared = below(random_, 2) == 0 && !bucket.empty() ? bucket.back().first
+                      : !slots_.empty() ? slots_[below(random_, static_cast<uint32_t>(slots_.size()))]
+                                        : nullptr;
+    if (shared != nullptr && below(random_, 3) == 0) {
+      ++known_.at(shared).owners;
+      ++shared->extra_refs;
+      return shared;
+    }
+    // Strings of few letters: many anagrams, whose numbers are equal.
+    std::u32string text;
+    for (uint32_t i = below(random_, 6); i > 0; --i) text += static_cast<char32_t>('a' + below(random_, 3));
+    const uint32_t value = below(random_, 60);
+    const bool is_string = below(random_, 10) < strings_;
+    KIV_OBJ *object = is_string ? obj_unichar_s_new(memory_.record(), new_string(memory_.record(), text))
+                                : kind_.make(memory_.record(), value);
+    known_[object] = {is_string ? std::string(text.begin(), text.end()) : std::to_string(value), 1};
+    return object;
+  }
+  const std::string &label(KIV_OBJ *object) { return known_.at(object).label; }
+  void forget(KIV_OBJ *object) {
+    if (object != nullptr && --known_.at(object).owners == 0) known_.erase(object);
+  }
+  void drop(KIV_OBJ *object) {
+    forget(object);
+    obj_vector_del(object);
+  }
+  std::vector<KIV_OBJ *>::iterator equal_slot(KIV_OBJ *object) {
+    return std::find_if(slots_.begin(), slots_.end(),
+                        [&](KIV_OBJ *slot) { return slot != nullptr && label(slot) == label(object); });
+  }
+
+  template <class... Store>
+  void set(int32_t index, KIV_OBJ *object, Store... add) {
+    if (static_cast<size_t>(index) >= slots_.size()) slots_.resize(static_cast<size_t>(index) + 1);
+    KIV_OBJ *old = std::exchange(slots_[static_cast<size_t>(index)], object);
+    forget(old);
+    if constexpr (sizeof...(add) == 0) {
+      EXPECT_EQ(obj_vector_set_elem(vector_, index, object), object);
+    } else {
+      EXPECT_EQ((add(vector_, object), ...), object);
+    }
+  }
+  void store_again(int32_t index) {
+    KIV_OBJ *object = obj_vector_get_elem(vector_, index);
+    // The one reference that there is; of two, one would end.
+    if (object != nullptr && object->extra_refs == 0) EXPECT_EQ(obj_vector_set_elem(vector_, index, object), object);
+  }
+  void add_unique(KIV_OBJ *object) {
+    const bool present = equal_slot(object) != slots_.end();
+    EXPECT_EQ(obj_vector_add_uniq_elem(vector_, object), present ? nullptr : object);
+    if (present) return drop(object);
+    slots_.push_back(object);
+  }
+  void insert(int32_t index, KIV_OBJ *object) {
+    const auto place = static_cast<size_t>(index);
+    EXPECT_EQ(obj_vector_ins_elem(vector_, index, object), place < slots_.size() ? slots_[place] : nullptr);
+    slots_.resize(std::max(place, slots_.size()));
+    slots_.insert(slots_.begin() + index, object);
+  }
+  template <class Delete>
+  void erase(int32_t index, Delete del) {
+    if (index >= 0 && static_cast<size_t>(index) < slots_.size()) {
+      forget(slots_[static_cast<size_t>(index)]);
+      slots_.erase(slots_.begin() + index);
+    }
+    del();
+  }
+  void erase_equal(KIV_OBJ *object) {
+    const auto found = equal_slot(object);
+    const auto expected = static_cast<int32_t>(found - slots_.begin());
+    int32_t index = -5;
+    const bool present = found != slots_.end();
+    EXPECT_EQ(obj_vector_find_elem(vector_, &index, object), present ? *found : nullptr);
+    EXPECT_EQ(index, present ? expected : -5);
+    erase(present ? expected : -1, [&] { obj_vector_del_elem(vector_, object); });
+    drop(object);
+  }
+  void clear() {
+    for (KIV_OBJ *&slot : slots_) forget(std::exchange(slot, nullptr));
+    obj_vector_clear(vector_);
+  }
+  /// Copies of everything, which live and die alone.
+  void copy_all() {
+    for (KIV_OBJ *container : {vector_, table_}) {
+      KIV_OBJ *copy = container->type->copy(container);
+      EXPECT_EQ(container->type->cmp(container, copy), 0);
+      EXPECT_EQ(taken(memory_.record(), copy->type->to_char_s(copy)),
+                taken(memory_.record(), container->type->to_char_s(container)));
+      if (container == table_) {
+        for (const auto &bucket : buckets_)
+          for (const Entry &entry : bucket) EXPECT_NE(obj_hashtable_find_key(copy, entry.first), nullptr);
+      }
+      EXPECT_EQ(copy->automatic + copy->extra_refs, 0U);
+      obj_vector_del(copy);
+    }
+  }
+
+  std::vector<Entry> &bucket_of(KIV_OBJ *key) { return buckets_[key->type->to_number(key) % buckets_.size()]; }
+  std::vector<Entry>::iterator entry_of(KIV_OBJ *key) {
+    auto &bucket = bucket_of(key);
+    return std::find_if(bucket.begin(), bucket.end(), [&](Entry &entry) { return label(entry.first) == label(key); });
+  }
+  bool erase_entry(KIV_OBJ *key) {
+    const auto found = entry_of(key);
+    if (found == bucket_of(key).end()) return false;
+    const Entry entry = *found;
+    bucket_of(key).erase(found);
+    forget(entry.second);
+    forget(entry.first);
+    return true;
+  }
+  void count_put(KIV_OBJ *key, KIV_OBJ *value) {
+    bucket_of(key).insert(bucket_of(key).begin(), {key, value});
+    if (++count_ < threshold_) return;
+    const auto old = std::exchange(buckets_, {});
+    buckets_.resize(table_of(table_)->bucket_count);
+    count_ = 0;
+    for (const auto &bucket : old)
+      for (const Entry &entry : bucket) ++count_, bucket_of(entry.first).insert(bucket_of(entry.first).begin(), entry);
+    EXPECT_GE(buckets_.size(), 2 * threshold_);
+    EXPECT_EQ(table_->automatic, 0U) << "a rebuilt table is not automatic";
+    threshold_ = table_of(table_)->grow_threshold;
+    table_->automatic = 1;
+  }
+  void put(KIV_OBJ *key, KIV_OBJ *value) {
+    const bool replaces = entry_of(key) != bucket_of(key).end();
+    EXPECT_EQ(obj_hashtable_put(table_, key, value) != 0, replaces);
+    // Forgotten late: the new entry may have objects of the old one.
+    if (replaces) erase_entry(key);
+    count_put(key, value);
+  }
+  /// The tuple of an entry, once with a further reference, once with the one that there is.
+  void put_again() {
+    std::vector<KIV_OBJ *> tuples;
+    obj_hashtable_foreach_key_elem(table_, &tuples, collect);
+    if (tuples.empty()) return;
+    KIV_OBJ *tuple = tuples[below(random_, static_cast<uint32_t>(tuples.size()))];
+    const Entry entry = {obj_tuple_get_elem(tuple, 0), obj_tuple_get_elem(tuple, 1)};
+    if (below(random_, 2) == 0) ++tuple->extra_refs;
+    EXPECT_NE(obj_hashtable_put_pair(table_, tuple), 0);
+    EXPECT_EQ(tuple->extra_refs, 0U);
+    bucket_of(entry.first).erase(entry_of(entry.first));
+    count_put(entry.first, entry.second);
+  }
+  void look_up_and_delete(KIV_OBJ *key) {
+    const auto found = entry_of(key);
+    const bool present = found != bucket_of(key).end();
+    KIV_OBJ *stored = present ? found->first : nullptr;
+    EXPECT_EQ(obj_hashtable_find_key(table_, key), stored);
+    EXPECT_EQ(obj_hashtable_get_elem(table_, key), present ? found->second : nullptr);
+    KIV_OBJ *value = obj_hashtable_find_elem(table_, key);
+    EXPECT_TRUE(value == nullptr || label(value) == label(key));
+    if (present && below(random_, 2) == 0) {
+      obj_hashtable_del_elem(table_, below(random_, 2) == 0 ? key : stored);
+      erase_entry(key);
+      --count_;
+    }
+    drop(key);
+  }
+  void clear_table() {
+    for (auto &bucket : buckets_) {
+      for (const Entry &entry : bucket) forget(entry.first), forget(entry.second);
+      bucket.clear();
+    }
+    obj_hashtable_clear(table_);
+  }
+
+  std::mt19937_64 &random_;
+  uint32_t strings_;
+  CountingAllocator memory_;
+  CountingKind kind_{1000, 7};
+  KIV_OBJ_HASHTABLE table_storage_;
+  KIV_OBJ *vector_, *table_;
+  std::map<KIV_OBJ *, Known> known_;
+  std::vector<KIV_OBJ *> slots_;
+  std::vector<std::vector<Entry>> buckets_;
+  uint32_t count_ = 0, threshold_;
+};
+
+TEST(ObjContainers, OwnTheirObjectsAsTheModelSays) {
+  auto random = make_random();
+  for (uint32_t world = 0; world < 30; ++world) {
+    World it(random, std::vector<uint32_t>{0, 10, 9}[world % 3]);
+    for (int i = 0; i < 300; ++i) {
+      it.step();
+      it.check();
+      if (testing::Test::HasFailure()) GTEST_FAIL() << "world " << world << ", step " << i << ", seed " << seed();
+    }
+  }
+}
+
+// --- Tables ----------------------------------------------------------------------------------------------------------
+
+TEST(ObjContainers, KeepTheirHabits) {
+  CountingAllocator memory;
+  struct {
+    int32_t count, n, left;
+  } const cuts[] = {{10, 4, 7}, {10, 9, 9}, {10, 10, 10}, {10, 11, 10},
+                    {3, 0, 1},  {1, 0, 0},  {10, -5, 2},  {5, INT32_MIN, 0}};
+  for (const auto &cut : cuts) {
+    KIV_OBJ *vector = obj_vector_new(memory.record(), cut.count);
+    obj_vector_trunc(vector, cut.n);
+    EXPECT_EQ(obj_vector_size(vector), cut.left) << cut.count << " to " << cut.n;
+    obj_vector_del(vector);
+  }
+  struct {
+    int32_t n;
+    float load_factor;
+    uint32_t buckets;
+    float kept;
+    uint32_t threshold;
+  } const tables[] = {{10, 1.5F, 11, .75F, 14},  {0, 0, 11, .75F, 14},
+                      {-1, NAN, 11, .75F, 14},   {1, 1, 1, .75F, 1},
+                      {2, -1, 3, .75F, 4},       {3, .5F, 3, .5F, 6},
+                      {9, .1F, 11, .1F, 109},    {24, .5F, 29, .5F, 58},
+                      {121, .5F, 127, .5F, 254}, {7, 1e-45F, 7, 1e-45F, UINT32_MAX}};
+  for (const auto &row : tables) {
+    KIV_OBJ *table = obj_hashtable_new(memory.record(), row.n, row.load_factor);
+    EXPECT_EQ(table_of(table)->bucket_count, row.buckets) << row.n;
+    EXPECT_EQ(table_of(table)->load_factor, row.kept) << row.n;
+    EXPECT_EQ(table_of(table)->grow_threshold, row.threshold) << row.n;
+    EXPECT_EQ(obj_hashtable_is_empty(table), 0);
+    obj_hashtable_del(table);
+  }
+  for (const int32_t n : {INT32_MAX, INT32_MAX - 1}) {
+    EXPECT_EQ(obj_hashtable_new(memory.record(), n, .5F), nullptr);
+    EXPECT_EQ(obj_vector_new(memory.record(), n), nullptr);
+    EXPECT_EQ(obj_tuple_new(memory.record(), n), nullptr);
+  }
+  // Kinds matter to containers, though not to the objects' own comparison; empty slots are passed over, and kept.
+  KIV_OBJ *vector = obj_vector_new(memory.record(), 1), *key = obj_u32_new(memory.record(), 5);
+  obj_vector_set_elem(vector, 3, obj_int_new(memory.record(), 5));
+  EXPECT_EQ(obj_vector_find_elem(vector, nullptr, key), nullptr);
+  EXPECT_EQ(obj_vector_add_uniq_elem(vector, key), key);
+  KIV_OBJ *two = obj_u32_new(memory.record(), 2);
+  obj_vector_set_elem(vector, 1,
+                      obj_tuple_new(memory.record(), 3, two, static_cast<KIV_OBJ *>(nullptr),
+                                    obj_vector_new_from_char_s(memory.record(), "xy")));
+  KIV_OBJ *first = obj_vector_ins_char_s(vector, 4, "abcdefghijkl");
+  EXPECT_EQ(first, obj_vector_get_elem(vector, 4));
+  obj_vector_ins_char(vector, 17, '!');
+  EXPECT_EQ(taken(memory.record(), obj_vector_to_char_s(vector)), "(2xy)5abcdefghijkl5!");
+  EXPECT_EQ(vector_of(vector)->capacity, 25U);
+  EXPECT_EQ(obj_vector_set_elem(vector, 0, nullptr), nullptr);
+  EXPECT_EQ(obj_vector_set_elem(vector, INT32_MAX, key), nullptr);
+  EXPECT_EQ(obj_vector_ins_char_s(vector, INT32_MAX, "z"), nullptr);
+  // Only a key tells tuples apart.
+  KIV_OBJ_TUPLE storage;
+  ++two->extra_refs;
+  KIV_OBJ *tuple = obj_tuple_new_automatic(memory.record(), &storage, 1, two);
+  EXPECT_EQ(tuple->type->cmp(tuple, obj_vector_get_elem(vector, 1)), 0);
+  obj_tuple_del(tuple);
+  obj_vector_del(vector);
+}
+
+/// The most owners that a key had in a comparison.
+uint32_t most_owners;
+
+TEST(ObjContainers, LeaveDescriptorsAndKeysAsTheyWere) {
+  CountingAllocator memory;
+  CountingKind kind;
+  KIV_OBJ_TYPE observed = *kind.type();
+  observed.to_number = [](const KIV_OBJ *) { return 0U; };
+  observed.cmp = [](const KIV_OBJ *a, const KIV_OBJ *) {
+    most_owners = std::max(most_owners, a->extra_refs);
+    return 0;
+  };
+  KIV_OBJ *table = obj_hashtable_new(memory.record(), 10, .5F);
+  KIV_OBJ *key = kind.make(memory.record(), 1), stand_in = {&observed, nullptr, 1, 0},
+          look = {&observed, nullptr, 1, 3};
+  obj_hashtable_put(table, &stand_in, key);
+  EXPECT_EQ(obj_hashtable_get_elem(table, &look), key);
+  EXPECT_EQ(look.extra_refs, 3U);
+  EXPECT_EQ(most_owners, 4U) << "one more while the search goes on";
+  observed.del = [](KIV_OBJ *) {};
+  KIV_OBJ *bucket = vector_of(&table_of(table)->buckets->header)->elements[0], *tuple = obj_vector_get_elem(bucket, 0);
+  const auto usual = table->type->del;
+  ++table->extra_refs;
+  obj_hashtable_shallow_del(table);
+  EXPECT_EQ(table->extra_refs, 0U);
+  obj_hashtable_shallow_del(table);
+  obj_vector_shallow_del(bucket);
+  EXPECT_EQ(obj_tuple_get_elem(tuple, 1), key);
+  obj_tuple_del(tuple);
+  KIV_OBJ_HASHTABLE storage;
+  table = obj_hashtable_new_automatic(memory.record(), &storage, 1, .5F);
+  EXPECT_EQ(table->type->del, usual);
+  obj_hashtable_del(table);
+}
+
+TEST(ObjContainers, StayAsTheyWereWithoutMemory) {
+  sweep_failures([](CountingAllocator &memory) {
+    CountingKind kind;
+    KIV_ALLOCATOR *allocator = memory.record();
+    KIV_OBJ *vector = obj_vector_new(allocator, 0), *table = obj_hashtable_new(allocator, 1, .9F);
+    if (vector == nullptr || table == nullptr) return obj_vector_del(vector), obj_hashtable_del(table);
+    for (uint32_t i = 0; i < 12; ++i) {
+      KIV_OBJ *object = kind.make(allocator, i);
+      if (object != nullptr && obj_vector_add_elem(vector, object) == nullptr) obj_vector_del(object);
+      object = kind.make(allocator, i);
+      const std::vector<KIV_OBJ *> before = elements_of(vector);
+      if (object != nullptr) (void)obj_vector_ins_elem(vector, 1, object);
+      EXPECT_TRUE(obj_vector_get_elem(vector, 1) == object || elements_of(vector) == before);
+      KIV_STRING string = new_string(allocator, std::u32string(i + 1, U'a') + std::u32string(12 - i, U'\1'));
+      KIV_OBJ *key = string != nullptr ? obj_unichar_s_new(allocator, string) : nullptr;
+      if (key == nullptr) allocator->free(allocator, string);
+      (void)obj_hashtable_put(table, key, kind.make(allocator, i));
+    }
+    std::vector<KIV_OBJ *> tuples, before = elements_of(vector);
+    obj_hashtable_foreach_key_elem(table, &tuples, collect);
+    EXPECT_EQ(tuples.size(), obj_hashtable_size(table));
+    for (KIV_OBJ *tuple : tuples)
+      EXPECT_NE(obj_hashtable_get_elem(table, obj_tuple_get_elem(tuple, 0)), reinterpret_cast<KIV_OBJ *>(1));
+    if (obj_vector_ins_char_s(vector, 2, "text") == nullptr) EXPECT_EQ(elements_of(vector), before);
+    obj_vector_del(obj_vector_new_from_char_s(allocator, "other"));
+    KIV_OBJ_VECTOR vector_storage;
+    KIV_OBJ_TUPLE tuple_storage;
+    obj_vector_del(obj_vector_new_automatic(allocator, &vector_storage, 3));
+    KIV_OBJ *none = nullptr;
+    obj_tuple_del(obj_tuple_new_automatic(allocator, &tuple_storage, 1, none));
+    for (KIV_OBJ *container : {vector, table}) {
+      allocator->free(allocator, container->type->to_char_s(container));
+      obj_vector_del(container->type->copy(container));
+      obj_vector_del(container);
+    }
+  });
+}
+
+}  // namespace
+}  // namespace kiv::test
