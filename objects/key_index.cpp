@@ -1,4 +1,4 @@
-// The index of string keys.
+// The index of a hashtable's entries.
 
 #include "objects/key_index.h"
 
@@ -15,15 +15,16 @@ constexpr uint64_t kFirstSlots = 64;
 
 bool is_string(const KIV_OBJ *key) { return key->type == &unichar_s_type; }
 
-}  // namespace
+bool is_plain(const KIV_OBJ *key) {
+  return is_string(key) || (key->type->cmp == obj_cmp_default && key->type->to_number != obj_to_number_default);
+}
 
-bool KeyIndex::covers(const KIV_OBJ *key) const { return state_ == State::complete && is_string(key); }
+constexpr uint64_t kMultiplier = 0x9E3779B97F4A7C15;  // 2^64 divided by the golden ratio
 
 /// Two code units at a time, each step a bijection of the state; the upper bits depend on all of them.
-uint32_t KeyIndex::hash(const KIV_OBJ *string) {
-  constexpr uint64_t kMultiplier = 0x9E3779B97F4A7C15;  // 2^64 divided by the golden ratio
+uint32_t string_hash(const KIV_UNICHAR *units) {
   uint64_t state = 0;
-  for (const KIV_UNICHAR *units = or_empty(reinterpret_cast<const KIV_OBJ_UNICHAR_S *>(string)->value); *units != 0;) {
+  while (*units != 0) {
     const uint64_t pair = *units | uint64_t{units[1]} << 32;
     state = (std::rotl(state, 29) ^ pair) * kMultiplier;
     units += units[1] != 0 ? 2 : 1;
@@ -31,9 +32,25 @@ uint32_t KeyIndex::hash(const KIV_OBJ *string) {
   return static_cast<uint32_t>(state >> 32);
 }
 
+}  // namespace
+
+bool KeyIndex::covers(const KIV_OBJ *key) const { return state_ == State::complete && is_plain(key); }
+
+uint32_t KeyIndex::hash(const KIV_OBJ *key, uint32_t number) {
+  if (is_string(key)) return string_hash(or_empty(reinterpret_cast<const KIV_OBJ_UNICHAR_S *>(key)->value));
+  return static_cast<uint32_t>(number * kMultiplier >> 32);
+}
+
+uint32_t KeyIndex::hash(const KIV_OBJ *key) { return hash(key, is_string(key) ? 0 : key->type->to_number(key)); }
+
 KeyIndex::Slot *KeyIndex::find(const KIV_OBJ *key, uint32_t hash) const {
+  const uint32_t kind = key->type->type_id;
   for (uint32_t i = hash & mask_; slots_[i].tuple != nullptr; i = (i + 1) & mask_) {
-    if (slots_[i].hash == hash && unichar_s_type.cmp(key, key_of(slots_[i].tuple)) == 0) return &slots_[i];
+    if (slots_[i].hash != hash) continue;
+    // On its way while the keys are compared: nearly always it is the one.
+    __builtin_prefetch(slots_[i].tuple);
+    __builtin_prefetch(reinterpret_cast<const char *>(slots_[i].tuple) + 64);
+    if (slots_[i].key->type->type_id == kind && key->type->cmp(key, slots_[i].key) == 0) return &slots_[i];
   }
   return nullptr;
 }
@@ -59,21 +76,18 @@ bool KeyIndex::resize(KIV_ALLOCATOR *allocator, uint64_t count) {
   return true;
 }
 
-bool KeyIndex::start(KIV_ALLOCATOR *allocator) {
-  if (!resize(allocator, kFirstSlots)) return false;
-  used_ = 0;
-  state_ = State::complete;
-  return true;
+void KeyIndex::start(KIV_ALLOCATOR *allocator) {
+  state_ = resize(allocator, kFirstSlots) ? State::complete : State::refused;
 }
 
-void KeyIndex::insert(KIV_ALLOCATOR *allocator, KIV_OBJ *tuple) {
+void KeyIndex::insert(KIV_ALLOCATOR *allocator, KIV_OBJ *tuple, uint32_t number) {
   const KIV_OBJ *key = key_of(tuple);
   const uint64_t size = uint64_t{mask_} + 1;
-  if (!is_string(key) || (uint64_t{used_} * 3 >= size * 2 && !resize(allocator, size * 2))) {
+  if (!is_plain(key) || (uint64_t{used_} * 3 >= size * 2 && !resize(allocator, size * 2))) {
     drop(allocator, State::refused);
     return;
   }
-  place({tuple, hash(key)});
+  place({tuple, key, hash(key, number)});
   ++used_;
 }
 

@@ -1,15 +1,15 @@
-// A hashtable's index of its entries by key, for a table whose keys are strings. The number of a string is the sum of
-// its code units, and 100,000 names of a program have some thousand sums: without an index a look-up would compare
-// dozens of keys of its bucket.
+// A hashtable's index of its entries, for a table of keys about which the library knows enough. A look-up through the
+// buckets follows five pointers to the key, and for strings often to dozens of keys: the number of a string is the sum
+// of its code units, and 100,000 names of a program have some thousand sums. Through the index it is one or two.
 //
-// Representation: open addressing with linear probing in a power of two of slots, at most two thirds in use, each
-// with an entry's tuple and a hash value of the whole string. Deletion closes gaps (D. E. Knuth, "The Art of Computer
-// Programming", volume 3, section 6.4, algorithm R).
+// Representation: open addressing with linear probing in a power of two of slots, at most two thirds of them in use,
+// each with an entry's tuple, its key and a hash value: of the whole string, or of the key's number. Deletion closes
+// gaps (D. E. Knuth, "The Art of Computer Programming", volume 3, section 6.4, algorithm R).
 //
 // Invariants:
-//  1. A complete index has every entry of its table, once, and all their keys are strings of the library's kind. What
-//  is
-//     equal is then known without asking the objects, and a search gives what the bucket would.
+//  1. A complete index has every entry of its table, once, and all keys are plain: strings of the library's kind, or
+//     objects that are equal when their payloads are, and then have equal numbers. A search gives what the bucket
+//     would, and runs no foreign code that the bucket's would not run.
 //  2. Any other index has no slots.
 #ifndef KIV_OBJECTS_KEY_INDEX_H
 #define KIV_OBJECTS_KEY_INDEX_H
@@ -26,7 +26,8 @@ class KeyIndex {
   enum class State : uint32_t { absent, complete, refused };
 
   struct Slot {
-    KIV_OBJ *tuple;
+    KIV_OBJ *tuple;  ///< null: the slot is free
+    const KIV_OBJ *key;
     uint32_t hash;
   };
 
@@ -35,16 +36,19 @@ class KeyIndex {
   /// Whether searches for the key can be made here.
   bool covers(const KIV_OBJ *key) const;
 
-  static uint32_t hash(const KIV_OBJ *string);
+  /// REQUIRES: the key is plain, and number is what its to_number gives, unless it is a string.
+  static uint32_t hash(const KIV_OBJ *key, uint32_t number);
+  /// The same; asks for the number when it is needed.
+  static uint32_t hash(const KIV_OBJ *key);
 
   /// The slot of the equal key; null when there is none. REQUIRES: covers(key).
   Slot *find(const KIV_OBJ *key, uint32_t hash) const;
 
-  /// Starts a complete index of an empty table. False without memory.
-  bool start(KIV_ALLOCATOR *allocator);
+  /// Starts a complete index of an empty table, or refuses it without memory.
+  void start(KIV_ALLOCATOR *allocator);
 
-  /// Adds an entry that is not there. A key of another kind, or a shortage of memory, ends the index: it is refused.
-  void insert(KIV_ALLOCATOR *allocator, KIV_OBJ *tuple);
+  /// Adds an entry that is not there. A key that is not plain, or a shortage of memory, ends the index: it is refused.
+  void insert(KIV_ALLOCATOR *allocator, KIV_OBJ *tuple, uint32_t number);
 
   void erase(Slot *slot);
 

@@ -43,11 +43,12 @@ constinit const KIV_OBJ_TYPE tuple_type = {
 KIV_OBJ_TUPLE *make_tuple(KIV_ALLOCATOR *allocator, int32_t n) {
   const bool within = roomy(n) < kSlotsWithin;
   const uint64_t size = sizeof(KIV_OBJ_TUPLE) + (within ? sizeof(KIV_OBJ_VECTOR) + slots_size(roomy(n)) : 0);
-  auto *tuple = static_cast<KIV_OBJ_TUPLE *>(allocate_zeroed(allocator, static_cast<uint32_t>(size)));
+  auto *tuple = static_cast<KIV_OBJ_TUPLE *>(allocator->alloc(allocator, static_cast<uint32_t>(size)));
   if (tuple == nullptr) return nullptr;
   tuple->header = {&tuple_type, allocator, 0, 0};
   if (within) {
     tuple->elements = reinterpret_cast<KIV_OBJ_VECTOR *>(tuple + 1);
+    std::fill_n(slots_behind(tuple->elements), roomy(n) + 1, nullptr);
     build_vector(tuple->elements, allocator, kPartOfTuple, n, slots_behind(tuple->elements));
     return tuple;
   }

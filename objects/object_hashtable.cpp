@@ -8,7 +8,8 @@ namespace kiv::object {
 
 namespace {
 
-/// A bucket of more tuples makes it worth while to look for an index.
+/// From so many puts on, or such a bucket, it is worth while to try to make an index.
+constexpr uint32_t kLargeTable = 64;
 constexpr int32_t kLongBucket = 8;
 
 /// 1 and the odd primes. (A divisor above the square root has one below it.)
@@ -33,9 +34,11 @@ uint32_t grow_threshold_for(uint32_t bucket_count, float load_factor) {
   return threshold < UINT32_MAX ? static_cast<uint32_t>(threshold) : UINT32_MAX;
 }
 
-KIV_OBJ *&bucket_slot(const KIV_OBJ_HASHTABLE *table, const KIV_OBJ *key) {
-  return table->buckets->elements[key->type->to_number(key) % table->bucket_count];
+KIV_OBJ *&bucket_slot(const KIV_OBJ_HASHTABLE *table, uint32_t number) {
+  return table->buckets->elements[number % table->bucket_count];
 }
+
+uint32_t number_of(const KIV_OBJ *key) { return key->type->to_number(key); }
 
 /// The place of the equal key in a bucket, or -1.
 int32_t find_key(const KIV_OBJ_VECTOR *bucket, const KIV_OBJ *key) {
@@ -60,17 +63,19 @@ bool push_front(KIV_ALLOCATOR *allocator, KIV_OBJ *&slot, KIV_OBJ *tuple) {
   return true;
 }
 
-/// Takes the tuple of the equal key out of bucket and index.
-KIV_OBJ *take_from(KIV_OBJ_HASHTABLE *table, KIV_OBJ_VECTOR *bucket, const KIV_OBJ *key) {
+/// Takes the tuple of the equal key out of bucket and index, if there is one.
+KIV_OBJ *take_from(KIV_OBJ_HASHTABLE *table, KIV_OBJ *bucket_object, const KIV_OBJ *key, uint32_t number) {
+  if (bucket_object == nullptr) return nullptr;
+  KIV_OBJ_VECTOR *bucket = as_vector(bucket_object);
   KeyIndex &index = buckets_of(table)->index;
   if (!index.covers(key)) {
     const int32_t at = find_key(bucket, key);
     if (at < 0) return nullptr;
-    // An equal key of a kind that only resembles strings: the table goes on without an index.
+    // A key that is not plain thinks that it equals one: the table goes on without an index.
     if (index.state() == KeyIndex::State::complete) index.drop(table->header.allocator, KeyIndex::State::refused);
     return detach(bucket, at);
   }
-  KeyIndex::Slot *slot = index.find(key, KeyIndex::hash(key));
+  KeyIndex::Slot *slot = index.find(key, KeyIndex::hash(key, number));
   if (slot == nullptr) return nullptr;
   const int32_t at = find_tuple(bucket, slot->tuple);
   index.erase(slot);
@@ -96,7 +101,7 @@ void rebuild(KIV_OBJ_HASHTABLE *table) {
   if (!build_table(&larger, allocator, 0, n, table->load_factor)) return;
   const bool done = for_each_entry(table, [&](KIV_OBJ *tuple) {
     ++larger.count;
-    return push_front(allocator, bucket_slot(&larger, key_of(tuple)), tuple);
+    return push_front(allocator, bucket_slot(&larger, number_of(key_of(tuple))), tuple);
   });
   if (!done) {
     discard_buckets(&larger);
@@ -143,10 +148,11 @@ bool build_table(KIV_OBJ_HASHTABLE *table, KIV_ALLOCATOR *allocator, uint32_t au
 void start_index(KIV_OBJ_HASHTABLE *table) {
   KIV_ALLOCATOR *allocator = table->header.allocator;
   KeyIndex &index = buckets_of(table)->index;
-  if (!index.start(allocator)) return;
+  index.start(allocator);
   (void)for_each_entry(table, [&](KIV_OBJ *tuple) {
-    index.insert(allocator, tuple);
-    return index.state() == KeyIndex::State::complete;
+    if (index.state() != KeyIndex::State::complete) return false;
+    index.insert(allocator, tuple, number_of(key_of(tuple)));
+    return true;
   });
 }
 
@@ -156,7 +162,7 @@ KIV_OBJ *find_entry(const KIV_OBJ_HASHTABLE *table, const KIV_OBJ *key) {
     const KeyIndex::Slot *slot = index.find(key, KeyIndex::hash(key));
     return slot != nullptr ? slot->tuple : nullptr;
   }
-  const KIV_OBJ_VECTOR *bucket = as_vector(bucket_slot(table, key));
+  const KIV_OBJ_VECTOR *bucket = as_vector(bucket_slot(table, number_of(key)));
   if (bucket == nullptr) return nullptr;
   const int32_t at = find_key(bucket, key);
   return at >= 0 ? bucket->elements[at] : nullptr;
@@ -166,14 +172,16 @@ Put put_entry(KIV_OBJ_HASHTABLE *table, KIV_OBJ *tuple) {
   const KIV_OBJ *key = key_of(tuple);
   if (key == nullptr) return Put::failed;
   KIV_ALLOCATOR *allocator = table->header.allocator;
-  KIV_OBJ *&slot = bucket_slot(table, key);
-  KIV_OBJ *old = slot != nullptr ? take_from(table, as_vector(slot), key) : nullptr;
+  const uint32_t number = number_of(key);
+  KIV_OBJ *&slot = bucket_slot(table, number);
+  KIV_OBJ *old = take_from(table, slot, key, number);
   // Where a tuple was taken out there is room for one.
   if (!push_front(allocator, slot, tuple)) return Put::failed;
   KeyIndex &index = buckets_of(table)->index;
   if (index.state() == KeyIndex::State::complete) {
-    index.insert(allocator, tuple);
-  } else if (index.state() == KeyIndex::State::absent && as_vector(slot)->count > kLongBucket) {
+    index.insert(allocator, tuple, number);
+  } else if (index.state() == KeyIndex::State::absent &&
+             (table->count >= kLargeTable || as_vector(slot)->count > kLongBucket)) {
     start_index(table);
   }
   if (old != nullptr) release_replaced(old, tuple);
@@ -182,8 +190,8 @@ Put put_entry(KIV_OBJ_HASHTABLE *table, KIV_OBJ *tuple) {
 }
 
 KIV_OBJ *take_entry(KIV_OBJ_HASHTABLE *table, const KIV_OBJ *key) {
-  KIV_OBJ *bucket = bucket_slot(table, key);
-  KIV_OBJ *taken = bucket != nullptr ? take_from(table, as_vector(bucket), key) : nullptr;
+  const uint32_t number = number_of(key);
+  KIV_OBJ *taken = take_from(table, bucket_slot(table, number), key, number);
   if (taken != nullptr) --table->count;
   return taken;
 }

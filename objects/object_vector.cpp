@@ -12,13 +12,18 @@ KIV_OBJ **allocate_slots(KIV_ALLOCATOR *allocator, int32_t n) {
 
 KIV_OBJ_VECTOR *make_vector(KIV_ALLOCATOR *allocator, int32_t n) {
   const bool within = roomy(n) < kSlotsWithin;
-  const uint64_t block_size = sizeof(KIV_OBJ_VECTOR) + (within ? slots_size(roomy(n)) : kSlotSize);
-  auto *vector = static_cast<KIV_OBJ_VECTOR *>(allocate_zeroed(allocator, static_cast<uint32_t>(block_size)));
+  const uint64_t size = sizeof(KIV_OBJ_VECTOR) + (within ? slots_size(roomy(n)) : kSlotSize);
+  auto *vector = static_cast<KIV_OBJ_VECTOR *>(allocator->alloc(allocator, static_cast<uint32_t>(size)));
   if (vector == nullptr) return nullptr;
-  KIV_OBJ **slots = within ? slots_behind(vector) : allocate_slots(allocator, n);
-  if (slots == nullptr) {
-    allocator->free(allocator, vector);
-    return nullptr;
+  KIV_OBJ **slots = slots_behind(vector);
+  if (within) {
+    std::fill_n(slots, roomy(n) + 1, nullptr);
+  } else {
+    slots = allocate_slots(allocator, n);
+    if (slots == nullptr) {
+      allocator->free(allocator, vector);
+      return nullptr;
+    }
   }
   build_vector(vector, allocator, 0, n, slots);
   return vector;

@@ -60,15 +60,16 @@ TEST(ObjTree, EveryNodeEndsOnceWhateverLinksLeadToIt) {
     CountingAllocator memory;
     CountingKind kind;
     std::vector<KIV_OBJ *> nodes, owners;
+    const auto any = [&] { return nodes[below(random, static_cast<uint32_t>(nodes.size()))]; };
     // A tree at first; then free links may lead to any node.
     while (nodes.empty() || below(random, 20) != 0) {
       KIV_OBJ *node = obj_tree_new(memory.record(), kind.make(memory.record(), 0));
-      while (!nodes.empty() && !link(nodes[random() % nodes.size()], below(random, 2), node)) {
+      while (!nodes.empty() && !link(any(), below(random, 2), node)) {
       }
       nodes.push_back(node);
     }
     for (KIV_OBJ *node : nodes) {
-      link(node, below(random, 2), nodes[random() % nodes.size()]);
+      link(node, below(random, 2), any());
       node->extra_refs = below(random, 4) == 0 ? 1 + below(random, 2) : 0;
       owners.insert(owners.end(), node->extra_refs + (node == nodes[0] ? 1 : 0), node);
     }
