@@ -15,24 +15,34 @@ constexpr uint64_t kFirstSlots = 64;
 
 bool is_string(const KIV_OBJ *key) { return key->type == &unichar_s_type; }
 
-bool is_plain(const KIV_OBJ *key) {
-  return is_string(key) || (key->type->cmp == obj_cmp_default && key->type->to_number != obj_to_number_default);
-}
-
 constexpr uint64_t kMultiplier = 0x9E3779B97F4A7C15;  // 2^64 divided by the golden ratio
 
 /// Two code units at a time, each step a bijection of the state; the upper bits depend on all of them.
 uint32_t string_hash(const KIV_UNICHAR *units) {
   uint64_t state = 0;
-  while (*units != 0) {
-    const uint64_t pair = *units | uint64_t{units[1]} << 32;
+  for (; units[0] != 0; units += 2) {
+    const uint64_t pair = units[0] | uint64_t{units[1]} << 32;
     state = (std::rotl(state, 29) ^ pair) * kMultiplier;
-    units += units[1] != 0 ? 2 : 1;
+    if (units[1] == 0) break;
   }
   return static_cast<uint32_t>(state >> 32);
 }
 
 }  // namespace
+
+bool KeyIndex::is_plain(const KIV_OBJ *key) {
+  if (is_string(key)) return true;
+  if (key->type->cmp != obj_cmp_default) return false;
+  switch (key->type->type_id) {
+    case KIV_OBJ_KIND_INT:
+    case KIV_OBJ_KIND_U32:
+    case KIV_OBJ_KIND_PTR:
+    case KIV_OBJ_KIND_U64:
+      return true;
+    default:
+      return false;
+  }
+}
 
 bool KeyIndex::covers(const KIV_OBJ *key) const { return state_ == State::complete && is_plain(key); }
 
@@ -80,14 +90,14 @@ void KeyIndex::start(KIV_ALLOCATOR *allocator) {
   state_ = resize(allocator, kFirstSlots) ? State::complete : State::refused;
 }
 
-void KeyIndex::insert(KIV_ALLOCATOR *allocator, KIV_OBJ *tuple, uint32_t number) {
+void KeyIndex::insert(KIV_ALLOCATOR *allocator, KIV_OBJ *tuple, uint32_t hash) {
   const KIV_OBJ *key = key_of(tuple);
   const uint64_t size = uint64_t{mask_} + 1;
   if (!is_plain(key) || (uint64_t{used_} * 3 >= size * 2 && !resize(allocator, size * 2))) {
     drop(allocator, State::refused);
     return;
   }
-  place({tuple, key, hash(key, number)});
+  place({tuple, key, hash});
   ++used_;
 }
 

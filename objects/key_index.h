@@ -7,9 +7,9 @@
 // gaps (D. E. Knuth, "The Art of Computer Programming", volume 3, section 6.4, algorithm R).
 //
 // Invariants:
-//  1. A complete index has every entry of its table, once, and all keys are plain: strings of the library's kind, or
-//     objects that are equal when their payloads are, and then have equal numbers. A search gives what the bucket
-//     would, and runs no foreign code that the bucket's would not run.
+//  1. A complete index has every entry of its table, once, and all keys are plain: of kinds of the library's own whose
+//     equal objects have equal numbers. A search gives what the bucket would, and there is no foreign code that could
+//     tell the difference.
 //  2. Any other index has no slots.
 #ifndef KIV_OBJECTS_KEY_INDEX_H
 #define KIV_OBJECTS_KEY_INDEX_H
@@ -33,6 +33,8 @@ class KeyIndex {
 
   State state() const { return state_; }
 
+  static bool is_plain(const KIV_OBJ *key);
+
   /// Whether searches for the key can be made here.
   bool covers(const KIV_OBJ *key) const;
 
@@ -47,8 +49,9 @@ class KeyIndex {
   /// Starts a complete index of an empty table, or refuses it without memory.
   void start(KIV_ALLOCATOR *allocator);
 
-  /// Adds an entry that is not there. A key that is not plain, or a shortage of memory, ends the index: it is refused.
-  void insert(KIV_ALLOCATOR *allocator, KIV_OBJ *tuple, uint32_t number);
+  /// Adds an entry that is not there, with the hash of its key. A key that is not plain, or a shortage of memory, ends
+  /// the index: it is refused.
+  void insert(KIV_ALLOCATOR *allocator, KIV_OBJ *tuple, uint32_t hash);
 
   void erase(Slot *slot);
 

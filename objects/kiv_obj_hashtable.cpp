@@ -4,7 +4,6 @@
 
 #include "base/record_layout.h"
 #include "objects/object_hashtable.h"
-#include "objects/object_text.h"
 
 KIV_LAYOUT_32(sizeof(KIV_OBJ_HASHTABLE) == 36);
 KIV_LAYOUT_32(offsetof(KIV_OBJ_HASHTABLE, buckets) == 16);
@@ -158,8 +157,6 @@ KIV_OBJ *obj_hashtable_copy(const KIV_OBJ *table) {
   if (object::buckets_of(original)->index.state() == object::KeyIndex::State::complete) object::start_index(copy);
   return &copy->header;
 }
-
-char *obj_hashtable_to_char_s(const KIV_OBJ *table) { return object::container_text(table); }
 
 int32_t obj_hashtable_cmp(const KIV_OBJ *a, const KIV_OBJ *b) {
   if (a == nullptr || b == nullptr) return 1;

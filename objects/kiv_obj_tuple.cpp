@@ -5,7 +5,6 @@
 #include <cstdarg>
 
 #include "base/record_layout.h"
-#include "objects/object_text.h"
 #include "objects/object_tuple.h"
 
 KIV_LAYOUT_32(sizeof(KIV_OBJ_TUPLE) == 20);
@@ -38,7 +37,7 @@ void fill(KIV_OBJ_VECTOR *elements, va_list arguments) {
 }  // namespace
 
 constinit const KIV_OBJ_TYPE tuple_type = {
-    KIV_OBJ_KIND_TUPLE, sizeof(KIV_OBJ_TUPLE), container_text, obj_to_number_default, copy, cmp, del};
+    KIV_OBJ_KIND_TUPLE, sizeof(KIV_OBJ_TUPLE), tuple_text, obj_to_number_default, copy, cmp, del};
 
 KIV_OBJ_TUPLE *make_tuple(KIV_ALLOCATOR *allocator, int32_t n) {
   const bool within = roomy(n) < kSlotsWithin;

@@ -7,7 +7,6 @@
 #include "kiv_obj_hashtable.h"
 #include "kiv_obj_tree.h"
 #include "kiv_obj_tuple.h"
-#include "objects/object_text.h"
 #include "objects/object_vector.h"
 
 KIV_LAYOUT_32(sizeof(KIV_OBJ_VECTOR) == 28);
@@ -211,8 +210,6 @@ KIV_OBJ *obj_vector_copy(const KIV_OBJ *vector) {
   object::release(copy);
   return nullptr;
 }
-
-char *obj_vector_to_char_s(const KIV_OBJ *vector) { return object::container_text(vector); }
 
 int32_t obj_vector_cmp(const KIV_OBJ *a, const KIV_OBJ *b) {
   if (a == nullptr || b == nullptr || as_vector(a)->count != as_vector(b)->count) return 1;

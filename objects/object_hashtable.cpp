@@ -8,7 +8,7 @@ namespace kiv::object {
 
 namespace {
 
-/// From so many puts on, or such a bucket, it is worth while to try to make an index.
+/// From such a count on, or such a bucket, it is worth while to try to make an index.
 constexpr uint32_t kLargeTable = 64;
 constexpr int32_t kLongBucket = 8;
 
@@ -63,8 +63,9 @@ bool push_front(KIV_ALLOCATOR *allocator, KIV_OBJ *&slot, KIV_OBJ *tuple) {
   return true;
 }
 
-/// Takes the tuple of the equal key out of bucket and index, if there is one.
-KIV_OBJ *take_from(KIV_OBJ_HASHTABLE *table, KIV_OBJ *bucket_object, const KIV_OBJ *key, uint32_t number) {
+/// Takes the tuple of the equal key out of bucket and index, if there is one. The hash counts where the index covers
+/// the key.
+KIV_OBJ *take_from(KIV_OBJ_HASHTABLE *table, KIV_OBJ *bucket_object, const KIV_OBJ *key, uint32_t hash) {
   if (bucket_object == nullptr) return nullptr;
   KIV_OBJ_VECTOR *bucket = as_vector(bucket_object);
   KeyIndex &index = buckets_of(table)->index;
@@ -75,7 +76,7 @@ KIV_OBJ *take_from(KIV_OBJ_HASHTABLE *table, KIV_OBJ *bucket_object, const KIV_O
     if (index.state() == KeyIndex::State::complete) index.drop(table->header.allocator, KeyIndex::State::refused);
     return detach(bucket, at);
   }
-  KeyIndex::Slot *slot = index.find(key, KeyIndex::hash(key, number));
+  KeyIndex::Slot *slot = index.find(key, hash);
   if (slot == nullptr) return nullptr;
   const int32_t at = find_tuple(bucket, slot->tuple);
   index.erase(slot);
@@ -150,9 +151,11 @@ void start_index(KIV_OBJ_HASHTABLE *table) {
   KeyIndex &index = buckets_of(table)->index;
   index.start(allocator);
   (void)for_each_entry(table, [&](KIV_OBJ *tuple) {
-    if (index.state() != KeyIndex::State::complete) return false;
-    index.insert(allocator, tuple, number_of(key_of(tuple)));
-    return true;
+    const KIV_OBJ *key = key_of(tuple);
+    if (index.state() == KeyIndex::State::complete) {
+      index.insert(allocator, tuple, KeyIndex::is_plain(key) ? KeyIndex::hash(key) : 0);
+    }
+    return index.state() == KeyIndex::State::complete;
   });
 }
 
@@ -173,13 +176,14 @@ Put put_entry(KIV_OBJ_HASHTABLE *table, KIV_OBJ *tuple) {
   if (key == nullptr) return Put::failed;
   KIV_ALLOCATOR *allocator = table->header.allocator;
   const uint32_t number = number_of(key);
+  KeyIndex &index = buckets_of(table)->index;
+  const uint32_t hash = index.covers(key) ? KeyIndex::hash(key, number) : 0;
   KIV_OBJ *&slot = bucket_slot(table, number);
-  KIV_OBJ *old = take_from(table, slot, key, number);
+  KIV_OBJ *old = take_from(table, slot, key, hash);
   // Where a tuple was taken out there is room for one.
   if (!push_front(allocator, slot, tuple)) return Put::failed;
-  KeyIndex &index = buckets_of(table)->index;
   if (index.state() == KeyIndex::State::complete) {
-    index.insert(allocator, tuple, number);
+    index.insert(allocator, tuple, hash);
   } else if (index.state() == KeyIndex::State::absent &&
              (table->count >= kLargeTable || as_vector(slot)->count > kLongBucket)) {
     start_index(table);
@@ -191,7 +195,8 @@ Put put_entry(KIV_OBJ_HASHTABLE *table, KIV_OBJ *tuple) {
 
 KIV_OBJ *take_entry(KIV_OBJ_HASHTABLE *table, const KIV_OBJ *key) {
   const uint32_t number = number_of(key);
-  KIV_OBJ *taken = take_from(table, bucket_slot(table, number), key, number);
+  const uint32_t hash = buckets_of(table)->index.covers(key) ? KeyIndex::hash(key, number) : 0;
+  KIV_OBJ *taken = take_from(table, bucket_slot(table, number), key, hash);
   if (taken != nullptr) --table->count;
   return taken;
 }

@@ -1,7 +1,6 @@
-// The texts of containers of objects. Containers within containers write into the text of the outermost: each byte is
-// written once, however deep it stands, and copied only when the block grows, by doubling.
-
-#include "objects/object_text.h"
+// The texts of containers of objects: those of the elements one behind the other, a tuple's in parentheses. Containers
+// within containers write into the text of the outermost: each byte is written once, however deep it stands, and copied
+// only when the block grows, by doubling.
 
 #include <algorithm>
 #include <cstring>
@@ -68,20 +67,36 @@ bool append_other(Text *text, const KIV_OBJ *object) {
   return done;
 }
 
-bool append_object(Text *text, const KIV_OBJ *object) {
-  if (object->type == &vector_type) return append_elements(text, as_vector(object));
-  if (object->type == &hashtable_type) return append_elements(text, as_hashtable(object)->buckets);
-  if (object->type != &tuple_type) return append_other(text, object);
+bool append_vector(Text *text, const KIV_OBJ *object) { return append_elements(text, as_vector(object)); }
+bool append_table(Text *text, const KIV_OBJ *object) { return append_elements(text, as_hashtable(object)->buckets); }
+bool append_tuple(Text *text, const KIV_OBJ *object) {
   return text->append("(", 1) && append_elements(text, as_tuple(object)->elements) && text->append(")", 1);
 }
 
-}  // namespace
+/// Containers are known by the operation: a program's own kind may have taken it over.
+bool append_object(Text *text, const KIV_OBJ *object) {
+  const auto operation = object->type->to_char_s;
+  if (operation == obj_vector_to_char_s) return append_vector(text, object);
+  if (operation == obj_hashtable_to_char_s) return append_table(text, object);
+  if (operation == tuple_text) return append_tuple(text, object);
+  return append_other(text, object);
+}
 
-char *container_text(const KIV_OBJ *container) {
+char *make_text(const KIV_OBJ *container, bool (*append)(Text *, const KIV_OBJ *)) {
   Text text(container->allocator);
-  char *result = append_object(&text, container) ? text.finish() : nullptr;
+  char *result = append(&text, container) ? text.finish() : nullptr;
   if (result == nullptr) text.drop();
   return result;
 }
 
+}  // namespace
+
+char *tuple_text(const KIV_OBJ *tuple) { return make_text(tuple, append_tuple); }
+
 }  // namespace kiv::object
+
+namespace object = kiv::object;
+
+char *obj_vector_to_char_s(const KIV_OBJ *vector) { return object::make_text(vector, object::append_vector); }
+
+char *obj_hashtable_to_char_s(const KIV_OBJ *table) { return object::make_text(table, object::append_table); }

@@ -19,6 +19,9 @@ inline KIV_OBJ *tuple_element(const KIV_OBJ *tuple, int32_t index) {
 }
 inline KIV_OBJ *key_of(const KIV_OBJ *tuple) { return tuple_element(tuple, 0); }
 
+/// The kind's to_char_s.
+char *tuple_text(const KIV_OBJ *tuple);
+
 /// A tuple of n empty elements; null without memory.
 KIV_OBJ_TUPLE *make_tuple(KIV_ALLOCATOR *allocator, int32_t n);
 

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <map>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "kiv_obj_hashtable.h"
@@ -318,32 +319,25 @@ TEST(ObjContainers, OwnTheirObjectsAsTheModelSays) {
 
 TEST(ObjContainers, KeepTheirHabits) {
   CountingAllocator memory;
-  struct {
-    int32_t count, n, left;
-  } const cuts[] = {{10, 4, 7}, {10, 9, 9}, {10, 10, 10}, {10, 11, 10},
-                    {3, 0, 1},  {1, 0, 0},  {10, -5, 2},  {5, INT32_MIN, 0}};
-  for (const auto &cut : cuts) {
-    KIV_OBJ *vector = obj_vector_new(memory.record(), cut.count);
-    obj_vector_trunc(vector, cut.n);
-    EXPECT_EQ(obj_vector_size(vector), cut.left) << cut.count << " to " << cut.n;
+  const int32_t cuts[][3] = {{10, 4, 7}, {10, 9, 9},  {10, 11, 10},     {3, 0, 1},
+                             {1, 0, 0},  {10, -5, 2}, {5, INT32_MIN, 0}};
+  for (const auto &[count, n, left] : cuts) {
+    KIV_OBJ *vector = obj_vector_new(memory.record(), count);
+    obj_vector_trunc(vector, n);
+    EXPECT_EQ(obj_vector_size(vector), left) << count << " to " << n;
     obj_vector_del(vector);
   }
-  struct {
-    int32_t n;
-    float load_factor;
-    uint32_t buckets;
-    float kept;
-    uint32_t threshold;
-  } const tables[] = {{10, 1.5F, 11, .75F, 14},  {0, 0, 11, .75F, 14},
-                      {-1, NAN, 11, .75F, 14},   {1, 1, 1, .75F, 1},
-                      {2, -1, 3, .75F, 4},       {3, .5F, 3, .5F, 6},
-                      {9, .1F, 11, .1F, 109},    {24, .5F, 29, .5F, 58},
-                      {121, .5F, 127, .5F, 254}, {7, 1e-45F, 7, 1e-45F, UINT32_MAX}};
-  for (const auto &row : tables) {
-    KIV_OBJ *table = obj_hashtable_new(memory.record(), row.n, row.load_factor);
-    EXPECT_EQ(table_of(table)->bucket_count, row.buckets) << row.n;
-    EXPECT_EQ(table_of(table)->load_factor, row.kept) << row.n;
-    EXPECT_EQ(table_of(table)->grow_threshold, row.threshold) << row.n;
+  const std::tuple<int32_t, float, uint32_t, float, uint32_t> tables[] = {
+      {10, 1.5F, 11, .75F, 14},  {0, 0.F, 11, .75F, 14},
+      {-1, NAN, 11, .75F, 14},   {1, 1.F, 1, .75F, 1},
+      {2, -1.F, 3, .75F, 4},     {3, .5F, 3, .5F, 6},
+      {9, .1F, 11, .1F, 109},    {24, .5F, 29, .5F, 58},
+      {121, .5F, 127, .5F, 254}, {7, 1e-45F, 7, 1e-45F, UINT32_MAX}};
+  for (const auto &[n, load_factor, buckets, kept, threshold] : tables) {
+    KIV_OBJ *table = obj_hashtable_new(memory.record(), n, load_factor);
+    EXPECT_EQ(table_of(table)->bucket_count, buckets) << n;
+    EXPECT_EQ(table_of(table)->load_factor, kept) << n;
+    EXPECT_EQ(table_of(table)->grow_threshold, threshold) << n;
     EXPECT_EQ(obj_hashtable_is_empty(table), 0);
     obj_hashtable_del(table);
   }
@@ -426,7 +420,7 @@ TEST(ObjContainers, StayAsTheyWereWithoutMemory) {
       const std::vector<KIV_OBJ *> before = elements_of(vector);
       if (object != nullptr) (void)obj_vector_ins_elem(vector, 1, object);
       EXPECT_TRUE(obj_vector_get_elem(vector, 1) == object || elements_of(vector) == before);
-      KIV_STRING string = new_string(allocator, std::u32string(i + 1, U'a') + std::u32string(12 - i, U'\1'));
+      KIV_STRING string = new_string(allocator, std::u32string(i, U'a') + U'b' + std::u32string(12 - i, U'a'));
       KIV_OBJ *key = string != nullptr ? obj_unichar_s_new(allocator, string) : nullptr;
       if (key == nullptr) allocator->free(allocator, string);
       (void)obj_hashtable_put(table, key, kind.make(allocator, i));
@@ -434,8 +428,10 @@ TEST(ObjContainers, StayAsTheyWereWithoutMemory) {
     std::vector<KIV_OBJ *> tuples, before = elements_of(vector);
     obj_hashtable_foreach_key_elem(table, &tuples, collect);
     EXPECT_EQ(tuples.size(), obj_hashtable_size(table));
-    for (KIV_OBJ *tuple : tuples)
-      EXPECT_NE(obj_hashtable_get_elem(table, obj_tuple_get_elem(tuple, 0)), reinterpret_cast<KIV_OBJ *>(1));
+    for (const KIV_OBJ *tuple : tuples) {
+      KIV_OBJ *key = obj_tuple_get_elem(tuple, 0);
+      EXPECT_EQ(obj_hashtable_find_key(table, key), key);
+    }
     if (obj_vector_ins_char_s(vector, 2, "text") == nullptr) EXPECT_EQ(elements_of(vector), before);
     obj_vector_del(obj_vector_new_from_char_s(allocator, "other"));
     KIV_OBJ_VECTOR vector_storage;
