@@ -44,6 +44,7 @@ Outcome run_symbols(Arguments arguments);
 Outcome run_resolve(Arguments arguments);
 Outcome run_ranges(Arguments arguments);
 Outcome run_constants(Arguments arguments);
+Outcome run_tree(Arguments arguments);
 Outcome run_bytes(Arguments arguments);
 
 }  // namespace kiv::inspect

@@ -1,21 +1,18 @@
 #include "examples/kiv_inspect/constant_reader.h"
 
 #include <algorithm>
-#include <functional>
 #include <new>
 #include <optional>
 
-#include "examples/kiv_inspect/compare.h"
 #include "examples/kiv_inspect/debug_info.h"
 #include "examples/kiv_inspect/debug_types.h"
+#include "examples/kiv_inspect/debug_walk.h"
 #include "examples/kiv_inspect/dwarf_codes.h"
 #include "examples/kiv_inspect/pool.h"
 
 namespace kiv::inspect {
 namespace {
 
-// Entries nest as deep as the blocks and scopes of a program's text.
-constexpr uint32_t kMostLevels = 4096;
 constexpr uint32_t kLongestName = 1u << 16;
 // The names in front of a name are repeated with each; real ones are a small part of the file.
 constexpr uint32_t kNameBytesPerByte = 64;
@@ -37,21 +34,6 @@ std::optional<ConstantKind> kind_of(const Entry &entry) {
   }
 }
 
-bool is_scope(uint64_t tag) {
-  switch (tag) {
-    case dwarf::kNamespace:
-    case dwarf::kModule:
-    case dwarf::kClassType:
-    case dwarf::kStructureType:
-    case dwarf::kUnionType:
-    case dwarf::kInterfaceType:
-    case dwarf::kEnumerationType:
-      return true;
-    default:
-      return false;
-  }
-}
-
 /// An entry whose children are being read.
 struct Level {
   std::string_view name;                   // of a scope
@@ -60,29 +42,7 @@ struct Level {
   ValueType enumerators;                   // of an enumeration
 };
 
-/// What is in front of a declaration's name, and of the names of entries that complete it: these stand elsewhere.
-struct DeclaredScopes {
-  const Unit *unit;
-  uint64_t offset;
-  std::string_view names;
-};
-
-int by_place(const void *key, const void *value) {
-  const auto &a = *static_cast<const DeclaredScopes *>(key), &b = *static_cast<const DeclaredScopes *>(value);
-  if (a.unit != b.unit) return std::less<>()(a.unit, b.unit) ? -1 : 1;
-  return compare(a.offset, b.offset);
-}
-
-/// Whether an entry is a declaration of a scope or a constant that other entries complete.
-bool is_declaration(const Entry &entry) {
-  return entry.is_declaration && (is_scope(entry.tag) || entry.tag == dwarf::kConstant ||
-                                  entry.tag == dwarf::kVariable || entry.tag == dwarf::kMember);
-}
-
-/// Whether an entry is the type of a type unit, of which other units have declarations, not always in its scopes.
-bool is_type_of(const Unit &unit, const Entry &entry) { return entry.start == unit.start + unit.type_offset; }
-
-/// The walk through all entries. It goes down and up by a stack of its own.
+/// The visitor of the walk. It goes down and up by a stack of its own.
 class Walk {
  public:
   Walk(ByteView file, ConstantTable &table)
@@ -94,40 +54,22 @@ class Walk {
     KIV_ALLOCATOR *pool = table_.pool();
     levels_ = static_cast<Level *>(pool->alloc(pool, kMostLevels * sizeof(Level)));
     name_ = static_cast<char *>(pool->alloc(pool, kLongestName));
-    declared_ = kiv_avl_new_using_KIV_ALLOCATOR(pool, by_place, nullptr, nullptr);
-    if (levels_ == nullptr || name_ == nullptr || declared_ == nullptr) return table_.errors().out_of_memory();
-    Status status = info_.open(sections, pool);
-    // The types of version 4 first: they are declared in the other section.
-    for (const bool in_types : {true, false}) {
-      for (const Unit *unit = info_.first_unit(); status.ok() && unit != nullptr; unit = unit->next) {
-        if (unit->is_in_types != in_types) continue;
-        status = table_.errors().add(
-            walk_unit(*unit), "the unit at offset 0x[0_u32x] of its debug information is damaged[|]", unit->start);
-      }
-    }
-    return status;
+    if (levels_ == nullptr || name_ == nullptr || !declared_.open(pool)) return table_.errors().out_of_memory();
+    const Status status = info_.open(sections, pool);
+    return status.ok() ? walk_entries(info_, table_.errors(), *this) : status;
+  }
+
+  void start() { depth_ = 0; }
+  void leave() { depth_ -= depth_ > 0; }
+
+  Status visit(const Unit &unit, const Entry &entry) {
+    Status status;
+    if (is_referred_to(unit, entry)) status = declare(unit, entry);
+    if (const auto kind = kind_of(entry); status.ok() && kind) status = add(unit, entry, *kind);
+    return status.ok() && entry.has_children ? enter(unit, entry) : status;
   }
 
  private:
-  Status walk_unit(const Unit &unit) {
-    depth_ = 0;
-    Status status;
-    for (uint32_t at = unit.first; status.ok() && at < unit.bytes.size();) {
-      Entry entry;
-      status = info_.read_entry(unit, at, &entry);
-      if (!status.ok()) break;
-      at = entry.next;
-      if (entry.tag == 0) {
-        depth_ -= depth_ > 0;
-        continue;
-      }
-      if (is_declaration(entry) || is_type_of(unit, entry)) status = declare(unit, entry);
-      if (const auto kind = kind_of(entry); status.ok() && kind) status = add(unit, entry, *kind);
-      if (status.ok() && entry.has_children) status = enter(unit, entry);
-    }
-    return status;
-  }
-
   Status enter(const Unit &unit, const Entry &entry) {
     if (depth_ == kMostLevels)
       return table_.errors().failure("the entries of its debug information are nested too deeply[|]");
@@ -153,17 +95,18 @@ class Walk {
     } else if (depth_ > 0) {
       type = levels_[depth_ - 1].enumerators;
     }
-    Constant constant = {nullptr, kind, {}, {}};
+    ConstantValue value;
     if (!status.ok()) return status;
-    if (!decode_value(entry.const_value, type, unit.bytes.order(), &constant.value)) {
-      constant.value = {ConstantValue::text, {}, nullptr, {}};
-      status = info_.text(unit, entry.const_value, &constant.value.contents);
-      if (constant.value.contents.data() == nullptr) return status;  // a value of another kind: none to be shown
+    if (!decode_value(entry.const_value, type, unit.bytes.order(), &value)) {
+      value = {ConstantValue::text, {}, nullptr, {}};
+      status = info_.text(unit, entry.const_value, &value.contents);
+      if (value.contents.data() == nullptr) return status;  // a value of another kind: none to be shown
     }
+    std::string_view name;
     std::optional<std::string_view> around;
     if (status.ok()) status = find_scopes(unit, entry, &around);
-    if (status.ok()) status = spell(around, declaration.name, &constant.name);
-    return status.ok() ? table_.add(constant) : status;
+    if (status.ok()) status = spell(around, declaration.name, &name);
+    return status.ok() ? table_.add(kind, name, value) : status;
   }
 
   /// Keeps what is in front of a declaration's name.
@@ -172,19 +115,15 @@ class Walk {
     Status status = find_scopes(unit, entry, &around);
     if (status.ok() && !around) status = spell_scopes(&around);
     if (!status.ok()) return status;
-    auto *declared = place(table_.pool(), DeclaredScopes{&unit, entry.start, *around});
-    const bool added = declared != nullptr && kiv_avl_insert(declared_, declared) == 0;
-    return added ? Status{} : table_.errors().out_of_memory();
+    return declared_.add(unit, entry, *around) ? Status{} : table_.errors().out_of_memory();
   }
 
   /// What is in front of the name of the declaration that an entry completes, or of the type that completes it; none
-  /// for other entries. Declarations come before the entries that complete them, and type units before the others.
+  /// for other entries.
   Status find_scopes(const Unit &unit, const Entry &entry, std::optional<std::string_view> *around) const {
-    EntryPlace place;
-    const Status status = info_.find(unit, entry.completed ? entry.completed : entry.signature, &place);
-    const DeclaredScopes key = {place.unit, place.offset, {}};
-    const auto *declared = static_cast<const DeclaredScopes *>(kiv_avl_find(declared_, &key));
-    if (declared != nullptr) *around = declared->names;
+    const std::string_view *names = nullptr;
+    const Status status = declared_.find(info_, unit, entry, &names);
+    if (names != nullptr) *around = *names;
     return status;
   }
 
@@ -235,7 +174,7 @@ class Walk {
   DebugInfo info_;
   Level *levels_ = nullptr;
   uint32_t depth_ = 0;
-  KIV_AVL_TREE *declared_ = nullptr;
+  KnownEntries<std::string_view> declared_;  // what is in front of their names
   char *name_ = nullptr;
   uint64_t name_bytes_left_;
 };

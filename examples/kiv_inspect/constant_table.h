@@ -1,14 +1,16 @@
 // A program's constants, each once, in the order in which they were added.
 //
 // Representation. Records in a list, and in a tree by kind, name and value, which tells those that several of a
-// program's units have. Names are copied into the pool.
+// program's units have. Names are copied into the pool. Values are objects, which an object vector owns.
 // Cost. O(log n) compares for each constant that is added.
 #ifndef KIV_INSPECT_CONSTANT_TABLE_H
 #define KIV_INSPECT_CONSTANT_TABLE_H
 
 #include "examples/kiv_inspect/constant_value.h"
+#include "examples/kiv_inspect/status.h"
 #include "kiv_allocator.h"
 #include "kiv_avl.h"
+#include "kiv_obj_vector.h"
 
 namespace kiv::inspect {
 
@@ -18,21 +20,23 @@ struct Constant {
   Constant *next;
   ConstantKind kind;
   std::string_view name;
-  ConstantValue value;
+  const KIV_OBJ *value;
 };
 
 class ConstantTable {
  public:
   /// REQUIRES: the errors outlive this.
   explicit ConstantTable(const Errors &errors) : errors_(errors) {}
+  ~ConstantTable() { obj_vector_del(values_); }
   ConstantTable(const ConstantTable &) = delete;
   ConstantTable &operator=(const ConstantTable &) = delete;
 
-  /// Makes the table empty. All its memory comes from the pool, to which nothing is given back.
-  Status open(KIV_ALLOCATOR *pool);
+  /// Makes the table empty; once. The values and their vector come from the allocator, which outlives this, all else
+  /// from the pool, to which nothing is given back.
+  Status open(KIV_ALLOCATOR *pool, KIV_ALLOCATOR *allocator);
 
   /// Adds a constant that is not there yet. What its value points to is not copied. REQUIRES: open.
-  Status add(const Constant &constant);
+  Status add(ConstantKind kind, std::string_view name, const ConstantValue &value);
 
   const Constant *first() const { return first_; }
 
@@ -46,6 +50,7 @@ class ConstantTable {
   const Errors &errors_;
   KIV_ALLOCATOR *pool_ = nullptr;
   KIV_AVL_TREE *known_ = nullptr;
+  KIV_OBJ *values_ = nullptr;
   Constant *first_ = nullptr;
   Constant **last_ = &first_;
 };

@@ -11,9 +11,9 @@ namespace {
 
 constexpr char kKindLetters[] = {'E', 'C', 'V', 'M'};  // by ConstantKind
 
-/// What turns bytes of the file into the strings of a line.
+/// What turns bytes of the file and texts of objects into the strings of a line.
 struct Texts {
-  NameText name, contents;
+  NameText name, value;
 };
 
 Status print_constant(const Constant &constant, const NamePattern &pattern, const Errors &errors, Texts &texts,
@@ -21,18 +21,13 @@ Status print_constant(const Constant &constant, const NamePattern &pattern, cons
   const KIV_UNICHAR *name = texts.name.decode(constant.name);
   if (name == nullptr) return errors.out_of_memory();
   if (!pattern.chooses(name)) return {};
-  const char kind = kKindLetters[static_cast<int>(constant.kind)];
-  const ConstantValue &value = constant.value;
-  if (value.kind == ConstantValue::text || value.kind == ConstantValue::bytes) {
-    const bool is_text = value.kind == ConstantValue::text;
-    const KIV_UNICHAR *contents =
-        is_text ? texts.contents.decode(value.contents) : texts.contents.spell_bytes(value.contents);
-    if (contents == nullptr) return errors.out_of_memory();
-    return output.line(is_text ? "[0_c] [1_S] = \"[2_S]\"[|]" : "[0_c] [1_S] = bytes[2_S][|]", kind, name, contents);
-  }
-  char number[kFloatTextSize];
-  format_number(value, number);
-  return output.line("[0_c] [1_S] = [2_s][|]", kind, name, number);
+  char *text = constant.value->type->to_char_s(constant.value);
+  if (text == nullptr) return errors.out_of_memory();
+  const KIV_UNICHAR *value = texts.value.decode(text);
+  KIV_ALLOCATOR *allocator = obj_vector_get_alloc(constant.value);
+  allocator->free(allocator, text);
+  if (value == nullptr) return errors.out_of_memory();
+  return output.line("[0_c] [1_S] = [2_S][|]", kKindLetters[static_cast<int>(constant.kind)], name, value);
 }
 
 Status list(const Arguments &arguments) {

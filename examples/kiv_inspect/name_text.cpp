@@ -26,24 +26,6 @@ const KIV_UNICHAR *NameText::decode(std::string_view name) {
   return string;
 }
 
-const KIV_UNICHAR *NameText::spell_bytes(std::string_view bytes) {
-  constexpr unsigned char kDigits[] = "0123456789abcdef";
-  constexpr size_t kUnits = 3;  // a byte
-  if (bytes.size() > UINT32_MAX / (kUnits * sizeof(KIV_UNICHAR)) ||
-      !make_room((kUnits * bytes.size() + 1) * sizeof(KIV_UNICHAR))) {
-    return nullptr;
-  }
-  auto *string = static_cast<KIV_UNICHAR *>(room_), *end = string;
-  for (const char c : bytes) {
-    const auto byte = static_cast<uint8_t>(c);
-    *end++ = ' ';
-    *end++ = kDigits[byte >> 4];
-    *end++ = kDigits[byte & 15];
-  }
-  *end = 0;
-  return string;
-}
-
 bool NameText::make_room(size_t bytes) {
   if (bytes <= size_) return true;
   if (bytes > UINT32_MAX / 2) return false;

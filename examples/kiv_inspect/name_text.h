@@ -21,9 +21,6 @@ class NameText {
   /// other names each byte becomes the code point of the same number, so that nothing in them is lost.
   const KIV_UNICHAR *decode(std::string_view name);
 
-  /// Two hexadecimal digits for each byte, with a blank before them, valid until the next call; null without memory.
-  const KIV_UNICHAR *spell_bytes(std::string_view bytes);
-
  private:
   bool make_room(size_t bytes);
 

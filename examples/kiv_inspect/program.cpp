@@ -4,6 +4,7 @@
 #include "examples/kiv_inspect/file_bytes.h"
 #include "examples/kiv_inspect/program_format.h"
 #include "examples/kiv_inspect/symbol_readers.h"
+#include "examples/kiv_inspect/type_reader.h"
 
 namespace kiv::inspect {
 namespace {
@@ -21,10 +22,12 @@ Status read_symbols(ByteView file, SymbolTable &table) {
 
 Program::Program(const Errors &errors, KIV_ALLOCATOR *parent)
     : errors_(errors),
+      parent_(parent),
       memory_(kiv_allocator_wrap_new(&storage_, parent, 0)),
       symbols_(errors),
       sections_(errors),
       constants_(errors),
+      types_(errors),
       memory_map_(errors) {}
 
 Program::~Program() {
@@ -49,8 +52,13 @@ Status Program::load_extents() {
 }
 
 Status Program::load_constants() {
-  const Status status = constants_.open(&pool_);
+  const Status status = constants_.open(&pool_, parent_);
   return status.ok() ? errors_.add(read_constants(file_, constants_), "its constants cannot be read[|]") : status;
+}
+
+Status Program::load_types() {
+  const Status status = types_.open(&pool_);
+  return status.ok() ? errors_.add(read_types(file_, types_), "its types cannot be read[|]") : status;
 }
 
 Status Program::load_memory() {

@@ -8,6 +8,7 @@
 #include "examples/kiv_inspect/section_table.h"
 #include "examples/kiv_inspect/status.h"
 #include "examples/kiv_inspect/symbol_table.h"
+#include "examples/kiv_inspect/type_table.h"
 #include "kiv_allocator.h"
 
 namespace kiv::inspect {
@@ -16,6 +17,7 @@ namespace kiv::inspect {
 Status read_symbols(ByteView file, SymbolTable &table);
 
 /// All memory comes from a wrapping allocator, so that one call gives everything back; small blocks from a pool on it.
+/// The objects among the constants are deleted one by one, and come from the parent.
 class Program {
  public:
   /// REQUIRES: errors and parent outlive the program.
@@ -31,11 +33,13 @@ class Program {
   /// The sections, and sizes of the symbols that have none. After load_symbols.
   Status load_extents();
   Status load_constants();
+  Status load_types();
   Status load_memory();
 
   const SymbolTable &symbols() const { return symbols_; }
   const SectionTable &sections() const { return sections_; }
   const ConstantTable &constants() const { return constants_; }
+  TypeTable &types() { return types_; }
   const MemoryMap &memory() const { return memory_map_; }
 
   /// Memory that lasts as long as the program. After load.
@@ -43,12 +47,14 @@ class Program {
 
  private:
   const Errors &errors_;
+  KIV_ALLOCATOR *parent_;
   KIV_ALLOCATOR storage_ = {}, pool_ = {};
   KIV_ALLOCATOR *memory_;  // null when it could not be made
   ByteView file_;
   SymbolTable symbols_;
   SectionTable sections_;
   ConstantTable constants_;
+  TypeTable types_;
   MemoryMap memory_map_;
 };
 

@@ -1,0 +1,55 @@
+#include "examples/kiv_inspect/debug_walk.h"
+
+#include <functional>
+
+#include "examples/kiv_inspect/compare.h"
+#include "examples/kiv_inspect/dwarf_codes.h"
+
+namespace kiv::inspect {
+namespace {
+
+int by_place(const void *key, const void *value) {
+  const auto &a = *static_cast<const ReferredEntries::Key *>(key);
+  const auto &b = *static_cast<const ReferredEntries::Key *>(value);
+  if (a.unit != b.unit) return std::less<>()(a.unit, b.unit) ? -1 : 1;
+  return compare(a.offset, b.offset);
+}
+
+}  // namespace
+
+bool is_scope(uint64_t tag) {
+  switch (tag) {
+    case dwarf::kNamespace:
+    case dwarf::kModule:
+    case dwarf::kClassType:
+    case dwarf::kStructureType:
+    case dwarf::kUnionType:
+    case dwarf::kInterfaceType:
+    case dwarf::kEnumerationType:
+      return true;
+    default:
+      return false;
+  }
+}
+
+bool is_referred_to(const Unit &unit, const Entry &entry) {
+  const bool can_be_completed = is_scope(entry.tag) || entry.tag == dwarf::kConstant || entry.tag == dwarf::kVariable ||
+                                entry.tag == dwarf::kMember;
+  return (entry.is_declaration && can_be_completed) || entry.start == unit.start + unit.type_offset;
+}
+
+bool ReferredEntries::open(KIV_ALLOCATOR *pool) {
+  pool_ = pool;
+  entries_ = kiv_avl_new_using_KIV_ALLOCATOR(pool, by_place, nullptr, nullptr);
+  return entries_ != nullptr;
+}
+
+Status ReferredEntries::find_key(const DebugInfo &info, const Unit &unit, const Entry &entry, const Key **found) const {
+  EntryPlace place;
+  const Status status = info.find(unit, entry.completed ? entry.completed : entry.signature, &place);
+  const Key key = {place.unit, place.offset};
+  *found = static_cast<const Key *>(kiv_avl_find(entries_, &key));
+  return status;
+}
+
+}  // namespace kiv::inspect

@@ -1,0 +1,101 @@
+// kiv_inspect tree [--width N] PROGRAM [NAME]: draws the types of the debug information, or those in the scope or type
+// of that name, by the scopes that they are in.
+// kiv_inspect tree --navigate [--cell N] PROGRAM [NAME]: walks in them, by commands from standard input.
+
+#include <algorithm>
+#include <cstdio>
+#include <optional>
+#include <string_view>
+
+#include "examples/kiv_inspect/command.h"
+#include "examples/kiv_inspect/name_text.h"
+#include "examples/kiv_inspect/output.h"
+#include "examples/kiv_inspect/program.h"
+#include "examples/kiv_inspect/type_tree.h"
+
+namespace kiv::inspect {
+namespace {
+
+constexpr int32_t kWidest = 1024;    // drawing
+constexpr int32_t kWidestCell = 64;  // of a dialogue, whose drawings have at most so many columns
+
+struct Options {
+  bool navigates = false;
+  int32_t width = 80;
+  int32_t cell = 8;  // columns of the narrowest one that is drawn
+  const char *path = nullptr;
+  const char *name = nullptr;  // null: all types
+};
+
+/// Takes an option with a number up to the most; false when what is there makes no sense.
+bool take_columns(Arguments *arguments, std::string_view name, int32_t most, int32_t *columns) {
+  const int place = arguments->take_option(name);
+  if (place < 0) return true;
+  const uint64_t count = arguments->take_count(place).value_or(0);
+  if (count < 1 || count > static_cast<uint64_t>(most)) return false;
+  *columns = static_cast<int32_t>(count);
+  return true;
+}
+
+std::optional<Options> parse(Arguments arguments) {
+  Options options;
+  options.navigates = arguments.take_option("--navigate") >= 0;
+  int32_t width = 0;  // of a dialogue's drawings the cell decides
+  if (!take_columns(&arguments, "--width", kWidest, &width) || (options.navigates && width != 0) ||
+      !take_columns(&arguments, "--cell", options.navigates ? kWidestCell : kWidest, &options.cell)) {
+    return std::nullopt;
+  }
+  if (width != 0) options.width = width;
+  if (arguments.count < 1 || arguments.count > 2) return std::nullopt;
+  options.path = arguments.values[0];
+  if (arguments.count > 1) options.name = arguments.values[1];
+  return options;
+}
+
+/// A file's name without the folders in front.
+std::string_view file_name(std::string_view path) {
+  const size_t slash = path.find_last_of("/\\");
+  return slash != path.npos ? path.substr(slash + 1) : path;
+}
+
+Status find_top(const TypeTable &types, const Arguments &arguments, const char *name, const TypeNode **top) {
+  *top = name != nullptr ? types.find(name) : types.program();
+  if (*top != nullptr) return {};
+  NameText text(arguments.allocator);
+  const KIV_UNICHAR *shown = text.decode(name);
+  if (shown == nullptr) return arguments.errors.out_of_memory();
+  return arguments.errors.failure("it has no type and no scope \"[0_S]\"[|]", shown);
+}
+
+Status show(const Arguments &arguments, const Options &options) {
+  Program program(arguments.errors, arguments.allocator);
+  Status status = program.load(options.path);
+  if (status.ok()) status = program.load_types();
+  if (!status.ok()) return status;
+  program.types().program()->name = file_name(options.path);
+  const TypeNode *top = nullptr;
+  status = find_top(program.types(), arguments, options.name, &top);
+  TypeTree tree(arguments.errors, arguments.allocator);
+  if (status.ok()) status = tree.build(program.types(), *top);
+  if (!status.ok()) return status;
+  // The library prints by itself, to the same stream.
+  Output output(stdout, arguments.errors, arguments.allocator);
+  if (options.navigates) {
+    obj_tree_dump(tree.root(), options.cell);
+  } else {
+    const auto levels = static_cast<int32_t>(std::min<uint32_t>(obj_tree_height(tree.root()), kWidest));
+    obj_tree_dump_node(tree.root(), options.cell, options.width, levels);
+  }
+  status = output.finish();
+  return status.ok() ? tree.labels() : status;
+}
+
+}  // namespace
+
+Outcome run_tree(Arguments arguments) {
+  const auto options = parse(arguments);
+  if (!options) return Outcome::wrong_usage;
+  return finish(arguments, show(arguments, *options), "the types of \"[0_S]\" cannot be shown[|]", options->path);
+}
+
+}  // namespace kiv::inspect
