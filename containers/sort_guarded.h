@@ -1,7 +1,7 @@
 // The sort for ranges that fixed steps have split badly: O(n log n) compares and swaps for all of them, and fewer for
 // those that are nearly in order, by a ladder of means each of which gives up early.
 //
-//  1. A range with few exceptions from ascending, or from descending, order has these put into their places.
+//  1. A range of few ascending or descending runs has these merged, see sort_runs.h.
 //  2. A quicksort takes the middle of nine elements as its pivot, and sets elements equal to it aside where they are
 //     many. It has patience for few bad splits, see sort_engine.h.
 //  3. Heapsort, where that has run out.
@@ -12,51 +12,11 @@
 #define KIV_CONTAINERS_SORT_GUARDED_H
 
 #include <algorithm>
-#include <bit>
 
+#include "containers/sort_runs.h"
 #include "containers/sort_split.h"
 
 namespace kiv::sort {
-
-// --- Ranges in order -------------------------------------------------------------------------------------------------
-
-/// Puts the element at i into its place among the sorted ones from first on; by how much it moved.
-template <class Access>
-Index insert_sorted(const Access &access, Index first, Index i) {
-  Index low = first, high = i;
-  while (low < high) {
-    const Index middle = low + (high - low) / 2;
-    if (access.order(middle, i) <= 0) {
-      low = middle + 1;
-    } else {
-      high = middle;
-    }
-  }
-  for (Index j = i; j > low; --j) access.exchange(j - 1, j);
-  return i - low;
-}
-
-/// Whether the range could be sorted by moving elements by few places, on average.
-template <class Access>
-bool sort_nearly_sorted(const Access &access, Index first, Index count) {
-  constexpr Index kFew = 8;
-  Index falls = 0;
-  for (Index i = 1; i < count; ++i) {
-    access.expect(first + std::min(i + kFew, count - 1));
-    falls += Index{access.order(first + i - 1, first + i) > 0};
-    if (std::min(falls, i - falls) > kFew) return false;
-  }
-  if (falls == 0) return true;
-  if (falls > kFew) {
-    for (Index low = first, high = first + count - 1; low < high; ++low, --high) access.exchange(low, high);
-  }
-  Index moves = 0;
-  for (Index i = 1; i < count && moves <= 2 * count; ++i) {
-    access.expect(first + std::min(i + kFew, count - 1));
-    if (access.order(first + i - 1, first + i) > 0) moves += insert_sorted(access, first, first + i);
-  }
-  return moves <= 2 * count;
-}
 
 // --- Heapsort --------------------------------------------------------------------------------------------------------
 
@@ -131,13 +91,14 @@ void sort_by_middles(const Access &access, Index first, Index count, int patienc
       count = less;
     }
   }
-  for (Index i = 1; i < count; ++i) insert_sorted(access, first, first + i);
+  for (Index i = 1; i < count; ++i) {
+    for (Index j = first + i; j > first && access.order(j - 1, j) > 0; --j) access.exchange(j - 1, j);
+  }
 }
 
 template <class Access>
 void sort_guarded(const Access &access, Index first, Index count) {
-  if (sort_nearly_sorted(access, first, count)) return;
-  sort_by_middles(access, first, count, 64);
+  if (!merge_runs(access, first, count)) sort_by_middles(access, first, count, 64);
 }
 
 }  // namespace kiv::sort

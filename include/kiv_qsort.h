@@ -9,7 +9,7 @@
  *
  * That is what happens to up to KIV_QSORT_EXACT_COUNT elements, and to more of them unless these steps split them very
  * unevenly again and again, as they do when most elements are equal. Ranges where that happens are finished in another
- * way, so that every array takes O(n log n) compares and swaps and a stack of a few kilobytes, whatever the order of
+ * way, so that every array takes O(n log n) compares and swaps and less than 128 KiB of stack, whatever the order of
  * its elements and the answers of its compare callback: one that contradicts itself gets some permutation. Not stable.
  *
  * Counts are signed: nothing happens to an array of a negative one. Callbacks must not change the array except as swap

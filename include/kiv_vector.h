@@ -125,7 +125,7 @@ KIV_API void kiv_vector_truncate(KIV_VECTOR *vector, uint32_t count);
  *
  * That is what happens to up to KIV_QSORT_EXACT_COUNT elements, and to more of them unless these steps split them very
  * unevenly again and again, as they do when the vector is sorted already. Ranges where that happens are finished in
- * another way: O(n log n) compares and a stack of a few kilobytes for every vector and every compare callback, also one
+ * another way: O(n log n) compares and less than 128 KiB of stack for every vector and every compare callback, also one
  * that contradicts itself (the result is then some permutation). Not stable. */
 KIV_API void kiv_vector_qsort(KIV_VECTOR *vector);
 
