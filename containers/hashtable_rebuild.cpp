@@ -77,6 +77,8 @@ class Rebuild {
     KIV_VECTOR *vector = spares_[spare_class];
     spares_[spare_class] = reinterpret_cast<KIV_VECTOR *>(vector->allocator);
     vector->allocator = after_->allocator;
+    __builtin_prefetch(spares_[spare_class], 1);  // the next to be popped
+    prefetch_elements(spares_[spare_class]);
     return vector;
   }
   KIV_VECTOR *pop_empty(uint32_t spare_class);
@@ -167,7 +169,6 @@ void Rebuild::undo(const KIV_VECTOR *old_buckets) {
 
 KIV_VECTOR *Rebuild::pop_empty(uint32_t spare_class) {
   KIV_VECTOR *vector = pop_spare(spare_class);
-  __builtin_prefetch(spares_[spare_class], 1);
   vector->count = 0;
   switch (spare_class) {  // of sizes that the compiler knows
     case 0:
