@@ -6,9 +6,8 @@
 //  1. List the entries in the order of a walk. The vectors are spares from here on, linked by their capacity.
 //  2. Find each entry's new bucket, and count there how many go to it. A new slot holds that count, as an odd number,
 //     until it holds a vector.
-//  3. Allocate the vectors that the spares fall short of. Only this, and allocating list and slots, can fail; undoing
-//  it
-//     sets back the spares' links.
+//  3. Allocate the vectors that the spares fall short of. Only this, and allocating list and slots, can fail, and what
+//     is then undone is the links of the spares.
 //  4. Distribute the list, last entry first and appending: in each bucket the newest entry, which is the last of those
 //     that come to it, then stands at index 0 as if each had been put there.
 //  5. Free the spares that are left.
