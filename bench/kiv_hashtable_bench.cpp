@@ -47,7 +47,10 @@ struct Numbers {
     return (a > b) - (a < b);
   }
   static size_t units(const KIV_UNICHAR *) { return 2; }
+  /// Different for different numbers, and without any order.
   static void make(uint64_t number, std::vector<KIV_UNICHAR> *out) {
+    number = (number ^ number >> 30) * 0xBF58476D1CE4E5B9;
+    number = (number ^ number >> 27) * 0x94D049BB133111EB;
     out->push_back(static_cast<KIV_UNICHAR>(number));
     out->push_back(static_cast<KIV_UNICHAR>(number >> 32));
   }

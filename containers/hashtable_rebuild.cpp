@@ -6,9 +6,8 @@
 //  1. List the entries in the order of a walk. The vectors are spares from here on, linked by their capacity.
 //  2. Find each entry's new bucket, and count there how many go to it. A new slot holds that count, as an odd number,
 //     until it holds a vector.
-//  3. Allocate the vectors that the spares fall short of. Only this, and allocating list and slots, can fail; undoing
-//  it
-//     sets back the spares' links.
+//  3. Allocate the vectors that the spares fall short of. Only this, and allocating list and slots, can fail, and what
+//     is then undone is the links of the spares.
 //  4. Distribute the list, last entry first and appending: in each bucket the newest entry, which is the last of those
 //     that come to it, then stands at index 0 as if each had been put there.
 //  5. Free the spares that are left.
@@ -77,6 +76,8 @@ class Rebuild {
     KIV_VECTOR *vector = spares_[spare_class];
     spares_[spare_class] = reinterpret_cast<KIV_VECTOR *>(vector->allocator);
     vector->allocator = after_->allocator;
+    __builtin_prefetch(spares_[spare_class], 1);  // the next to be popped
+    prefetch_elements(spares_[spare_class]);
     return vector;
   }
   KIV_VECTOR *pop_empty(uint32_t spare_class);
@@ -167,7 +168,6 @@ void Rebuild::undo(const KIV_VECTOR *old_buckets) {
 
 KIV_VECTOR *Rebuild::pop_empty(uint32_t spare_class) {
   KIV_VECTOR *vector = pop_spare(spare_class);
-  __builtin_prefetch(spares_[spare_class], 1);
   vector->count = 0;
   switch (spare_class) {  // of sizes that the compiler knows
     case 0:

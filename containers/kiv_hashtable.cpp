@@ -28,10 +28,10 @@ namespace {
 }
 
 /// The index of the entry with that key; the bucket's count when there is none. What comes next is fetched while the
-/// present step waits for memory: the elements, which mostly lie right behind their vector's record, as they were
-/// allocated, and each next entry. There is a slot behind the last.
+/// present step waits for memory: the elements while the record does, and then each next entry. Behind the last one
+/// there is a slot, too.
 inline uint32_t find_in(const KIV_HASHTABLE *table, const KIV_VECTOR *bucket, const void *key) {
-  __builtin_prefetch(reinterpret_cast<const char *>(bucket) + sizeof(KIV_VECTOR) + 2 * sizeof(void *));
+  prefetch_elements(bucket);
   const KIV_HASHTABLE_COMPARE compare = table->compare;
   void *const *elements = bucket->elements;
   const uint32_t count = bucket->count;

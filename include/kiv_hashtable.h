@@ -6,16 +6,17 @@
  * mode an entry is a KIV_HASHTABLE_PAIR of a key and a value that the table allocates (kiv_hashtable_put_key_elem) and
  * frees; keys and values stay the caller's. Keys are always passed by address, numbers too.
  *
- * Layout. The number of buckets is one of thirty primes from 3 to 2,874,713,497, about a factor of two apart. The bucket
- * of a key is its hash modulo that number. A bucket is a vector, made with the first entry put into it; an entry put
- * later comes first. put_count counts puts less removals, those that replaced an entry included. When a put raises it
- * to grow_threshold, four thirds of the number of buckets, the table is rebuilt with the next prime; when a removal
- * brings it below the previous prime, with that one. A rebuild puts the entries anew, in the order of a walk, and counts
- * them: replacements are then forgotten.
+ * Layout. The number of buckets is one of thirty primes from 3 to 2,874,713,497, about a factor of two apart. The
+ * bucket of a key is its hash modulo that number. A bucket is a vector, made with the first entry put into it; an entry
+ * put later comes first. put_count counts puts less removals, those that replaced an entry included. When a put raises
+ * it to grow_threshold, four thirds of the number of buckets, the table is rebuilt with the next prime; when a removal
+ * brings it below the previous prime, with that one. A rebuild puts the entries anew, in the order of a walk, and
+ * counts them: replacements are then forgotten.
  *
- * REQUIRES: key_of, hash and compare give the same for an entry as long as it is stored; keys that compare as equal have
- * equal hashes; none of them changes the table. Then stored keys are different from each other, and a rebuild calls
- * key_of and hash once for each entry and compare never. Tables are not null where a declaration does not allow it.
+ * REQUIRES: key_of, hash and compare give the same for an entry as long as it is stored; keys that compare as equal
+ * have equal hashes; none of them changes the table. Then stored keys are different from each other, and a rebuild
+ * calls key_of and hash once for each entry and compare never. Tables are not null where a declaration does not allow
+ * it.
  *
  * Costs: put, get and remove take constant time on average, with up to four thirds of an entry in a bucket; foreach,
  * clear, copy and the deletions are linear in entries and buckets. A rebuild needs memory for the new buckets and,
@@ -23,8 +24,8 @@
  *
  * Without memory: a constructor and copy give null and have freed what they made; a put leaves the table as it was and
  * does not store its entry; a rebuild does not take place, the table works on with its buckets, and the next put or
- * remove past the threshold tries again. Puts report nothing: a caller who cannot look uses an allocator whose operations
- * do not fail. Limit: no more buckets than a vector has elements (kiv_vector.h).
+ * remove past the threshold tries again. Puts report nothing: a caller who cannot look uses an allocator whose
+ * operations do not fail. Limit: no more buckets than a vector has elements (kiv_vector.h).
  *
  * Thread safety: one thread at a time per table. get, get_key, foreach and copy write nothing, so several threads may
  * read a table that nobody changes. */
@@ -89,14 +90,15 @@ KIV_API KIV_HASHTABLE *kiv_hashtable_KIV_UNICHAR_new(KIV_ALLOCATOR *allocator, K
                                                      KIV_HASHTABLE_KEY_OF key_of);
 
 /** A table with the same entries, counts and order. In pair mode the two share the pairs: the one that replaces a pair,
- * is cleared or deleted frees what the other still holds. So only one of them may be changed; at the end delete that one
- * and, before it, free the others by kiv_hashtable_deep_delete with a function that does nothing. */
+ * is cleared or deleted frees what the other still holds. So only one of them may be changed; at the end delete that
+ * one and, before it, free the others by kiv_hashtable_deep_delete with a function that does nothing. */
 KIV_API KIV_HASHTABLE *kiv_hashtable_copy(const KIV_HASHTABLE *table);
 
 /* --- Entries ----------------------------------------------------------------------------------------------------- */
 
 /** Stores an entry in the place of the one with an equal key, if any. In pair mode the entry is a pair from the table's
- * allocator, which the table then owns, and the old pair is freed, not its key or value; an old element is not freed. */
+ * allocator, which the table then owns, and the old pair is freed, not its key or value; an old element is not freed.
+ */
 KIV_API void kiv_hashtable_put(KIV_HASHTABLE *table, void *entry);
 
 /** For tables in pair mode: puts a new pair of key and value, which stay the caller's. (In element mode the pair would
@@ -129,8 +131,8 @@ KIV_API void kiv_hashtable_clear(KIV_HASHTABLE *table);
 /** Frees the table and, in pair mode, the pairs; not elements, keys and values. Null is ignored. */
 KIV_API void kiv_hashtable_delete(KIV_HASHTABLE *table);
 
-/** Calls delete_entry for the entries, in the order of foreach, leaving out the rest of a bucket when it gives non-zero;
- * then frees the table. Pairs are delete_entry's to free. Null is ignored. */
+/** Calls delete_entry for the entries, in the order of foreach, leaving out the rest of a bucket when it gives
+ * non-zero; then frees the table. Pairs are delete_entry's to free. Null is ignored. */
 KIV_API void kiv_hashtable_deep_delete(KIV_HASHTABLE *table, KIV_VECTOR_DELETE_ELEMENT delete_entry);
 
 KIV_END_DECLARATIONS
