@@ -59,7 +59,7 @@ class Rebuild {
   /// `after` has the new number of buckets, all null.
   Rebuild(KIV_HASHTABLE *after, Move *moves) : after_(after), slots_(after->buckets->elements), moves_(moves) {}
 
-  void list_entries(const KIV_VECTOR *old_buckets);
+  bool list_entries(const KIV_VECTOR *old_buckets, uint32_t most);
   void count_entries();
   bool allocate();
   void undo(const KIV_VECTOR *old_buckets);
@@ -93,7 +93,8 @@ class Rebuild {
   uint32_t demand_[kClasses + 1] = {};
 };
 
-void Rebuild::list_entries(const KIV_VECTOR *old_buckets) {
+/// False when there are more than most entries, which puts that were no longer counted have brought.
+bool Rebuild::list_entries(const KIV_VECTOR *old_buckets, uint32_t most) {
   void *const *slots = old_buckets->elements;
   const uint32_t count = old_buckets->count;
   for (uint32_t i = 0; i < count; ++i) {
@@ -102,6 +103,7 @@ void Rebuild::list_entries(const KIV_VECTOR *old_buckets) {
       __builtin_prefetch(static_cast<const KIV_VECTOR *>(slots[i + kAhead])->elements);
     auto *bucket = static_cast<KIV_VECTOR *>(slots[i]);
     if (bucket == nullptr) continue;
+    if (bucket->count > most - entries_) return false;
     // Two slots are there in any case, and room for two: most buckets need no branch that nothing foretells.
     moves_[entries_].entry = bucket->elements[0];
     moves_[entries_ + 1].entry = bucket->elements[1];
@@ -111,6 +113,7 @@ void Rebuild::list_entries(const KIV_VECTOR *old_buckets) {
     ++supply_[spare_class];
     push_spare(spare_class, bucket);
   }
+  return true;
 }
 
 void Rebuild::count_entries() {
@@ -203,7 +206,7 @@ void Rebuild::free_spares() {
 
 void rebuild(KIV_HASHTABLE *table, const uint32_t *size_entry) {
   KIV_ALLOCATOR *allocator = table->allocator;
-  // There are as many entries as puts were counted, or fewer; see list_entries for the other two.
+  // There are mostly as many entries as puts were counted, or fewer; see list_entries for the other two.
   const uint64_t bytes = sizeof(Move) * (uint64_t{table->put_count} + 2);
   if (bytes > UINT32_MAX) return;
   KIV_HASHTABLE after = *table;
@@ -216,9 +219,12 @@ void rebuild(KIV_HASHTABLE *table, const uint32_t *size_entry) {
   KIV_VECTOR *unused = after.buckets;
   if (moves != nullptr) {
     Rebuild rebuild(&after, moves);
-    rebuild.list_entries(table->buckets);
-    rebuild.count_entries();
-    if (rebuild.allocate()) {
+    bool ready = rebuild.list_entries(table->buckets, table->put_count);
+    if (ready) {
+      rebuild.count_entries();
+      ready = rebuild.allocate();
+    }
+    if (ready) {
       rebuild.distribute();
       rebuild.free_spares();
       after.put_count = rebuild.entries();

@@ -3,7 +3,7 @@
 // Invariants:
 //  1. bucket_count == *size_entry == buckets->count; grow_threshold goes with it.
 //  2. An entry stands in the bucket of its key's hash; no two entries have equal keys. The newest comes first.
-//  3. put_count is at least the number of entries.
+//  3. put_count is at least the number of entries, unless 2^32 puts have been counted without a rebuild.
 //  4. A bucket is null until its first entry comes, and may be empty after removals. All buckets have the table's
 //     allocator and compare.
 
@@ -80,7 +80,7 @@ bool store(KIV_HASHTABLE *table, void *entry) {
 bool put(KIV_HASHTABLE *table, void *entry) {
   if (!store(table, entry)) return false;
   // Replacements are counted too. They have always been, and when a table grows depends on it.
-  ++table->put_count;
+  if (table->put_count != UINT32_MAX) ++table->put_count;
   if (table->put_count >= table->grow_threshold && table->size_entry[1] != 0) rebuild(table, table->size_entry + 1);
   return true;
 }

@@ -20,7 +20,7 @@
  *
  * Costs: put, get and remove take constant time on average, with up to four thirds of an entry in a bucket; foreach,
  * clear, copy and the deletions are linear in entries and buckets. A rebuild needs memory for the new buckets and,
- * while it lasts, for two words an entry; it uses the vectors of the old buckets again.
+ * while it lasts, for two words a counted put; it uses the vectors of the old buckets again.
  *
  * Without memory: a constructor and copy give null and have freed what they made; a put leaves the table as it was and
  * does not store its entry; a rebuild does not take place, the table works on with its buckets, and the next put or
@@ -120,7 +120,8 @@ KIV_API void kiv_hashtable_remove(KIV_HASHTABLE *table, const void *key);
 KIV_API void *kiv_hashtable_take(KIV_HASHTABLE *table, const void *key);
 
 /** Calls function(context, entry) for the entries, pairs in pair mode, bucket by bucket and in each the newest first.
- * When it gives non-zero, the rest of that bucket is left out, and the walk goes on with the next one. */
+ * When it gives non-zero, the rest of that bucket is left out, and the walk goes on with the next one. function must
+ * not put or remove: either may free the bucket that is being walked. Collect what to change first. */
 KIV_API void kiv_hashtable_foreach(KIV_HASHTABLE *table, void *context, KIV_VECTOR_WALK function);
 
 /* --- Emptying and freeing ---------------------------------------------------------------------------------------- */

@@ -193,7 +193,7 @@ TEST(Quicksort, IsNeverQuadraticNorDeep) {
   auto random = kiv::test::make_random();
   logging = false;
   for (const int count : {65, 1000, 60000}) {
-    for (const Sort sort : {sort_as_vector, sort_ints, sort_by_callback}) {
+    for (const Sort sort : {sort_as_vector, sort_ints, sort_units<int, 4>, sort_units<int, 7>, sort_by_callback}) {
       for (int shape = -4; shape <= kShapes; ++shape) {
         const Ids keys = shape == kShapes ? killer_keys(count, sort) : keys_of_shape(std::max(shape, 0), count, random);
         order_of = [&](int a, int b) {
