@@ -1,8 +1,9 @@
 // One line of text from an argument vector, for systems on which programs get a line.
 //
 // Every argument stands between two double quotes, one space apart from the next; a double quote within an argument
-// becomes three. The common reader of such lines sees the first end the quoted part, and then a quoted quote. Nothing
-// else is escaped, backslashes neither: that is what programs which take their line apart themselves rely on.
+// becomes three, which CommandLineToArgvW and C runtimes from before 2008 read as one: the first ends the quoted part,
+// and of quotes in a row the third is a character. Nothing else is escaped, backslashes neither: that is what programs
+// which take their line apart themselves rely on.
 #ifndef KIV_OS_COMMAND_LINE_H
 #define KIV_OS_COMMAND_LINE_H
 

@@ -60,7 +60,7 @@ TEST(IoTerminal, WritesTexts) {
   EXPECT_EQ(allocator.live_blocks(), 0u);
   allocator.fail_at(1);
   EXPECT_EQ(kiv_ioterminal_wide_puts(allocator.record(), pipe.out, wide), 14);
-  EXPECT_EQ(pipe.text(), std::string("ab\0ctext\n-7xW??out of memory\n", 30));
+  EXPECT_EQ(pipe.text(), std::string("ab\0ctext\n-7xW??out of memory\n", 29));
 }
 
 TEST(IoTerminal, CutsPrintedText) {
