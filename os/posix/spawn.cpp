@@ -103,7 +103,7 @@ pid_t spawn_child(const ProcessStart &start) {
 // memory for that, where it stores the result, while this thread stands still: no page is copied. It ends without a
 // signal, so that neither a handler for children nor a wait for any child in the program around us ever hears of it.
 pid_t spawn_orphan(const ProcessStart &start) {
-  constexpr size_t kStackSize = 64 * 1024;
+  constexpr size_t kStackSize = 65536;
   auto *stack = static_cast<char *>(heap_alloc(kStackSize));
   if (stack == nullptr) {
     errno = ENOMEM;
