@@ -197,7 +197,7 @@ TEST(Process, IsAwaited) {
     EXPECT_EQ(kiv_process_wait(&waited), 0);
 #else
     EXPECT_EQ(kiv::test::interrupted([&] { return kiv_process_wait(&waited); }, release), 0);
-    EXPECT_EQ(waitpid(-1, nullptr, __WALL | WNOHANG), -1);  // neither it nor a helper is left
+    EXPECT_EQ(waitpid(-1, nullptr, __WALL | WNOHANG), -1);  // no child is left
 #endif
     if (by == By::id) EXPECT_EQ(kiv_process_wait(&process), 0);
     // Init takes an orphan off the list in its own time.
