@@ -22,8 +22,6 @@ KIV_API int kiv_dev_profiling_mc_init(void);
 KIV_API int kiv_socket_host_supports_tcp_nodelay(void);
 
 /** Nothing; one function with kiv_thread_init. */
-KIV_API void kiv_process_init(void);
-KIV_API void kiv_process_finish(void);
 KIV_API void kiv_prq_integrity_check(const void *queue);
 KIV_API void kiv_profile_gmon_fix_before_exit(void);
 KIV_API void kiv_dev_profiling_mc_terminate(void);

@@ -48,6 +48,29 @@ AddressText address_text(const void *address);
 /// 0 yields the processor; all ones sleeps forever.
 void sleep_milliseconds(uint32_t milliseconds);
 
+// --- Time of day (time_of_day.cpp) -----------------------------------------------------------------------------------
+
+struct TimeOfDay {
+  uint64_t seconds;  // since 1970-01-01 00:00 UTC
+  uint32_t milliseconds;
+};
+TimeOfDay time_of_day();
+
+// --- Measured time (stopwatch.cpp) -----------------------------------------------------------------------------------
+
+/// As kiv_get_microtime() gives it.
+uint64_t microtime();
+
+/// In units of 100 ns.
+struct ProcessorTime {
+  uint64_t kernel;
+  uint64_t user;
+  uint64_t total() const { return kernel + user; }
+};
+
+/// What the calling thread and the process have used.
+bool processor_times(ProcessorTime *thread, ProcessorTime *process);
+
 // --- The end of the process (crash.cpp) ------------------------------------------------------------------------------
 
 /// Faults by changing the word at address 0.
@@ -135,6 +158,10 @@ bool thread_join(Handle thread);
 
 [[noreturn]] void thread_exit(int32_t value);
 uint32_t thread_current_id();
+
+// --- Processes (process.cpp) -----------------------------------------------------------------------------------------
+
+uint32_t process_current_id();
 
 // --- Thread-specific data (thread_data.cpp) --------------------------------------------------------------------------
 
