@@ -1,4 +1,5 @@
-// Segments of shared memory: files in the system's memory file system, with a lock that tells whether anybody is attached.
+// Segments of shared memory: files in the system's memory file system, with a lock that tells whether anybody is
+// attached.
 //
 // A segment is a file in /dev/shm. Each attachment is an open file description of its own, which holds a read lock on
 // the file (an "open file description lock", fcntl(2)). The kernel drops the lock when the last descriptor of the
@@ -21,10 +22,10 @@
 //             remove that; (h) close.
 // Removing the dead:  (f) to (h).
 //
-//  5. Attaching succeeds only if somebody was attached at (b) or later. At (b) there was a read lock. If it belonged to
-//     one who attaches at the same time, that one has seen another at its (b), and so on back to one who was attached.
-//  6. It succeeds always while some other process stays attached: by 3 nobody has the write lock then and nobody
-//     removes the name, so (b), (c) and (d) pass.
+//  5. Users follow each other without a gap: attaching needs, at (b), the read lock of another who is attached or has
+//     passed (b) in the same way, and so on back to the maker.
+//  6. It succeeds always while another stays attached: by 3 nobody has the write lock then and nobody removes the name,
+//     so (b), (c) and (d) pass.
 //  7. The last to leave takes the name along, if none of the leaving is killed. Take the last (e) on a file. After it,
 //     (f) fails only where another one holds the write lock, who goes on to (g), or the read lock: one who has passed
 //     (b) and (c) late. That one is attached by 5, or fails at (d), and leaves.
