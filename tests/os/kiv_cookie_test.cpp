@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 #include <map>
+#include <string>
 #include <vector>
 
 #include "gtest/gtest.h"
@@ -72,12 +73,13 @@ struct World {
     KIV_COOKIE *cookie = kiv_make_cookie(&admin, stale ? 10 : 1e6, tells ? on_stale : nullptr, this);
     ASSERT_NE(cookie, nullptr);
     if (stale) cookie->created_seconds -= 20;
-    EXPECT_TRUE(alive.emplace(cookie->serial, cookie).second);
+    untold += stale && tells;
+    EXPECT_TRUE(alive.emplace(cookie->serial, Entry{cookie, stale}).second);
   }
 
   void destroy(uint32_t serial) {
-    KIV_COOKIE *cookie = alive.at(serial);
-    untold -= cookie->on_stale != nullptr && cookie->lifetime == 10;
+    const auto [cookie, stale] = alive.at(serial);
+    untold -= stale && cookie->on_stale != nullptr;
     alive.erase(serial);
     kiv_destroy_cookie(&admin, cookie);
   }
@@ -86,7 +88,12 @@ struct World {
 
   void sweep() {
     kiv_remove_stale_cookies(&admin);
-    std::erase_if(alive, [](const auto &entry) { return entry.second->lifetime == 10; });
+    forget_stale(UINT32_MAX);
+  }
+
+  /// What a sweep has removed when it comes to a serial number.
+  void forget_stale(uint32_t end) {
+    std::erase_if(alive, [end](const auto &entry) { return entry.second.stale && entry.first < end; });
   }
 
   static void on_stale(KIV_COOKIE *cookie) {
@@ -96,25 +103,30 @@ struct World {
     EXPECT_TRUE(world->told.empty() || world->told.back() < serial);
     world->told.push_back(serial);
     --world->untold;
+    world->forget_stale(serial);
     const uint32_t choice = below(world->random, 10);
     if (choice < 2) world->make(false, true);
     if (choice < 4) world->destroy(world->any());
-    if (choice == 4) kiv_remove_stale_cookies(&world->admin);
+    if (choice == 4) world->sweep();
     if (choice == 5) world->destroy(serial);
   }
 
   void check() {
     EXPECT_EQ(kiv_avl_count_nodes(admin.by_text), alive.size());
     EXPECT_EQ(kiv_avl_count_nodes(admin.by_serial), alive.size());
-    for (const auto &[serial, cookie] : alive) {
-      ASSERT_EQ(cookie->serial, serial);
-      ASSERT_EQ(std::strlen(cookie->text), 15u);
-      ASSERT_EQ(kiv_find_cookie(&admin, cookie->text), cookie);
+    for (const auto &[serial, entry] : alive) {
+      ASSERT_EQ(entry.cookie->serial, serial);
+      ASSERT_EQ(std::strlen(entry.cookie->text), 15u);
+      ASSERT_EQ(kiv_find_cookie(&admin, entry.cookie->text), entry.cookie);
     }
   }
 
+  struct Entry {
+    KIV_COOKIE *cookie;
+    bool stale;
+  };
   KIV_COOKIE_ADMIN admin;
-  std::map<uint32_t, KIV_COOKIE *> alive;
+  std::map<uint32_t, Entry> alive;
   std::vector<uint32_t> told;
   int untold = 0;  // stale cookies that will be told
   std::mt19937_64 random = kiv::test::make_random();
@@ -127,7 +139,6 @@ TEST(Cookie, LivesAsTheModelSays) {
     for (uint32_t i = below(world.random, 40); i > 0; --i) {
       const bool stale = below(world.random, 2) != 0, tells = below(world.random, 4) != 0;
       world.make(stale, tells);
-      world.untold += stale && tells;
     }
     if (!world.alive.empty()) world.destroy(world.any());
     world.check();
