@@ -1,49 +1,29 @@
-// Shared memory: what handles tell, two processes, numbers in use, users that die.
+// Shared memory between processes. On Linux, where the library itself has to see to the end of segments, processes are
+// stopped before and after every one of their system calls, to be killed there or while another one does something.
 
 #include "kiv_shared_memory.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <string>
-#include <vector>
 
 #include "gtest/gtest.h"
 #include "kiv_process.h"
+#include "kiv_thread.h"
 #include "tests/support/process.h"
 
 #ifdef _WIN32
 #include <windows.h>
 #else
 #include <fcntl.h>
-#include <sys/resource.h>
+#include <sys/ptrace.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #endif
 
 namespace {
-
-std::string name_of(int32_t number) { return "__PLQ_shm_" + std::to_string(number); }
-
-#ifdef _WIN32
-void *occupy(int32_t number) {
-  return CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 16, name_of(number).c_str());
-}
-void vacate(void *user) { CloseHandle(user); }
-#else
-std::string path_of(int32_t number) { return "/dev/shm/" + name_of(number); }
-
-/// A user of a segment with these bytes.
-int occupy(int32_t number, const std::vector<uint32_t> &words = {4}) {
-  const int file = open(path_of(number).c_str(), O_CREAT | O_RDWR | O_CLOEXEC, 0600);
-  struct flock range {};
-  range.l_type = F_RDLCK;
-  EXPECT_EQ(fcntl(file, F_OFD_SETLK, &range), 0);
-  EXPECT_EQ(write(file, words.data(), words.size() * 4), static_cast<ssize_t>(words.size() * 4));
-  return file;
-}
-void vacate(int user) { close(user); }
-#endif
 
 /// A handle whose attachment ends with it.
 struct Attached : KIV_SHARED_MEMORY {
@@ -59,21 +39,20 @@ KIV_CHILD(answer) {
   Attached segment;
   if (kiv_shared_memory_attach(&segment, std::atoi(std::getenv(kNumberVariable))) != 0) std::exit(1);
   if (kiv_shared_memory_get_size(&segment) != 100 || std::strcmp(segment.data(), "question") != 0) std::exit(2);
-  std::memset(segment.data(), 0xA5, 100);
   std::strcpy(segment.data(), "answer");
+  std::_Exit(0);  // still attached
 }
 
 TEST(SharedMemory, JoinsProcesses) {
   Attached segment, again;
+  EXPECT_EQ(kiv_shared_memory_create_and_attach(&segment, UINT32_MAX - 3), 1);
   ASSERT_EQ(kiv_shared_memory_create_and_attach(&segment, 100), 0);
   const int32_t number = kiv_shared_memory_get_id(&segment);
-  EXPECT_EQ(kiv_shared_memory_get_size(&segment), 100u);
   EXPECT_EQ(std::string(segment.data(), 100), std::string(100, '\0'));
   std::strcpy(segment.data(), "question");
   static std::string variable = std::string(kNumberVariable) + "=" + std::to_string(number);
   putenv(variable.data());
   EXPECT_EQ(kiv::test::run_child("answer").exit_code, 0);
-  EXPECT_STREQ(segment.data(), "answer");
   // The segment lives on with another user, as large as it was, whatever is written to its first word.
   ASSERT_EQ(kiv_shared_memory_attach(&again, number), 0);
   EXPECT_EQ(kiv_shared_memory_detach_and_destroy(&segment), 0);
@@ -94,89 +73,164 @@ TEST(SharedMemory, JoinsProcesses) {
   EXPECT_EQ(kiv_shared_memory_attach(&again, number), 1);
 }
 
-TEST(SharedMemory, RefusesWhatCannotBe) {
-  Attached segment;
-  for (const uint32_t size : {UINT32_MAX, UINT32_MAX - 3}) {
-    EXPECT_EQ(kiv_shared_memory_create_and_attach(&segment, size), 1);
-  }
-  for (const int32_t number : {-1, INT32_MIN, INT32_MAX}) EXPECT_EQ(kiv_shared_memory_attach(&segment, number), 1);
-  EXPECT_EQ(segment.attached, 0u);
-  EXPECT_EQ(kiv_shared_memory_create_and_attach(nullptr, 1), 1);
-  EXPECT_EQ(kiv_shared_memory_attach(nullptr, 1), 1);
-  EXPECT_EQ(kiv_shared_memory_detach(nullptr), 1);
-  EXPECT_EQ(kiv_shared_memory_get_id(nullptr), -1);
-  EXPECT_EQ(kiv_shared_memory_create_and_attach(&segment, 0), 0);
-  EXPECT_EQ(kiv_shared_memory_get_size(&segment), 0u);
+#ifdef _WIN32
+HANDLE mappings[1024];
+void occupy(uint32_t i, const std::string &name) {
+  mappings[i] = CreateFileMappingA(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, 16, name.c_str());
 }
+void vacate(uint32_t i, const std::string & /*name*/) { CloseHandle(mappings[i]); }
+#else
+std::string path(const std::string &name) { return "/dev/shm/" + name; }
+void occupy(uint32_t /*i*/, const std::string &name) { mkdir(path(name).c_str(), 0700); }
+void vacate(uint32_t /*i*/, const std::string &name) { rmdir(path(name).c_str()); }
+#endif
+int32_t number_of(uint32_t process) { return static_cast<int32_t>(process % 32768); }
+std::string name_of(int32_t number) { return "__PLQ_shm_" + std::to_string(number); }
 
 TEST(SharedMemory, TakesTheFirstFreeOf1024Numbers) {
+  const uint32_t process = kiv_process_get_pid();
+  for (uint32_t i = 0; i < 1024; ++i) occupy(i, name_of(number_of(process + i)));
+  Attached last, next;
+  EXPECT_EQ(kiv_shared_memory_create_and_attach(&last, 100), 1);
+  vacate(1023, name_of(number_of(process + 1023)));
+  EXPECT_EQ(kiv_shared_memory_create_and_attach(&last, 100), 0);
+  EXPECT_EQ(kiv_shared_memory_get_id(&last), number_of(process + 1023));
+  EXPECT_EQ(kiv_shared_memory_create_and_attach(&next, 100), 1);
+  for (uint32_t i = 0; i < 1023; ++i) vacate(i, name_of(number_of(process + i)));
+}
+
 #ifndef _WIN32
-  rlimit files;
-  getrlimit(RLIMIT_NOFILE, &files);
-  files.rlim_cur = files.rlim_max;
-  setrlimit(RLIMIT_NOFILE, &files);
-#endif
-  const auto number = [](uint32_t i) { return static_cast<int32_t>((kiv_process_get_pid() + i) % 32768); };
-  std::vector<decltype(occupy(0))> users;
-  for (uint32_t i = 0; i < 1024; ++i) users.push_back(occupy(number(i)));
+
+bool exists(int32_t number) { return access(path(name_of(number)).c_str(), F_OK) == 0; }
+
+/// Tests that run at the same time look through all segments, and may be about to remove one.
+bool is_gone(int32_t number) {
+  for (int patience = 10000; exists(number) && patience > 0; --patience) kiv_milli_sleep(1);
   Attached segment;
-  EXPECT_EQ(kiv_shared_memory_create_and_attach(&segment, 100), 1);
-  vacate(users[700]);
-  EXPECT_EQ(kiv_shared_memory_create_and_attach(&segment, 100), 0);
-  EXPECT_EQ(kiv_shared_memory_get_id(&segment), number(700));
-  for (uint32_t i = 0; i < 1024; ++i) {
-    if (i != 700) vacate(users[i]);
-  }
-  Attached first;  // removes what the others have left
-  EXPECT_EQ(kiv_shared_memory_create_and_attach(&first, 100), 0);
-  EXPECT_EQ(kiv_shared_memory_get_id(&first), number(0));
+  return !exists(number) && kiv_shared_memory_attach(&segment, number) == 1;
 }
 
-KIV_CHILD(die) {
-  static KIV_SHARED_MEMORY segment;
-  kiv_shared_memory_create_and_attach(&segment, 100);
-  std::printf("%d", static_cast<int>(segment.number));
-  std::fflush(stdout);
-  std::_Exit(segment.attached != 0 ? 0 : 1);
-}
-
-TEST(SharedMemory, EndsWithItsLastUser) {
-  const auto child = kiv::test::run_child("die");
-  ASSERT_EQ(child.exit_code, 0);
-  Attached segment;
-  EXPECT_EQ(kiv_shared_memory_attach(&segment, std::stoi(child.out)), 1);
-  ASSERT_EQ(kiv_shared_memory_create_and_attach(&segment, 100), 0);
-#ifndef _WIN32
-  EXPECT_NE(access(path_of(std::stoi(child.out)).c_str(), F_OK), 0);
-#endif
-}
-
-#ifndef _WIN32
 TEST(SharedMemory, IsItsOwnersAndComplete) {
   Attached segment;
   const mode_t mask = umask(0777);
   EXPECT_EQ(kiv_shared_memory_create_and_attach(&segment, 100), 0);
   umask(mask);
   struct stat state;
-  ASSERT_EQ(stat(path_of(segment.number).c_str(), &state), 0);
+  ASSERT_EQ(stat(path(name_of(segment.number)).c_str(), &state), 0);
   EXPECT_EQ(state.st_mode & 07777u, 0600u);
   EXPECT_EQ(state.st_size, 104);
-
-  constexpr int32_t kNumber = 1 << 20;  // no process makes this one
-  const std::vector<uint32_t> contents[] = {{}, {0, 1}, {3, 1}, {9, 1}, {UINT32_MAX}, {8, 1}};
-  for (const auto &words : contents) {
-    const int user = occupy(kNumber, words);
+  for (const uint32_t total : {8u, 0u, 3u, 9u, UINT32_MAX}) {
+    constexpr int32_t kNumber = 1 << 20;  // no process makes this one
+    const uint32_t words[] = {total, 0};
+    const int user = open(path(name_of(kNumber)).c_str(), O_CREAT | O_RDWR | O_CLOEXEC, 0600);
+    struct flock range {};
+    range.l_type = F_RDLCK;
+    EXPECT_EQ(fcntl(user, F_OFD_SETLK, &range), 0);
+    EXPECT_EQ(write(user, words, sizeof words), 8);
     Attached other;
-    EXPECT_EQ(kiv_shared_memory_attach(&other, kNumber), words == contents[5] ? 0 : 1);
+    EXPECT_EQ(kiv_shared_memory_attach(&other, kNumber), total == 8 ? 0 : 1) << total;
     close(user);
-    EXPECT_EQ(kiv_shared_memory_detach(&other), words == contents[5] ? 0 : 1);
-    unlink(path_of(kNumber).c_str());
   }
-  ASSERT_EQ(symlink(path_of(segment.number).c_str(), path_of(kNumber).c_str()), 0);
-  Attached other;
-  EXPECT_EQ(kiv_shared_memory_attach(&other, kNumber), 1);
-  unlink(path_of(kNumber).c_str());
 }
+
+int create_and_detach() {
+  Attached segment;
+  return kiv_shared_memory_create_and_attach(&segment, 100) != 0 ? 1 : kiv_shared_memory_detach(&segment);
+}
+
+int attach_and_detach(int32_t number) {
+  Attached segment;
+  if (kiv_shared_memory_attach(&segment, number) != 0) return 1;
+  return kiv_shared_memory_get_size(&segment) == 100 && kiv_shared_memory_detach(&segment) == 0 ? 0 : 2;
+}
+
+/// A process that is stopped at a step.
+struct Stopped {
+  void advance(__ptrace_request how) {
+    ptrace(how, process, nullptr, nullptr);
+    waitpid(process, &status, 0);
+  }
+  /// Lets it go on, and gives its exit code.
+  int finish() {
+    if (WIFSTOPPED(status)) advance(PTRACE_DETACH);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+  pid_t process;
+  int status;
+};
+
+/// Runs the action in new processes, and calls `meanwhile` with one stopped at each step, with the last at its end.
+void at_every_step(const std::function<int()> &action, const std::function<void(Stopped &)> &meanwhile) {
+  int step = 0;
+  for (bool running = true; running && !testing::Test::HasFailure(); ++step) {
+    SCOPED_TRACE(step);
+    Stopped child{fork(), 0};
+    if (child.process == 0) {
+      ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+      raise(SIGSTOP);
+      _exit(action());
+    }
+    waitpid(child.process, &child.status, 0);
+    ptrace(PTRACE_SETOPTIONS, child.process, nullptr, PTRACE_O_EXITKILL);
+    for (int i = 0; i < step && WIFSTOPPED(child.status); ++i) child.advance(PTRACE_SYSCALL);
+    running = WIFSTOPPED(child.status);
+    meanwhile(child);
+  }
+  EXPECT_GT(step, 20);  // there were system calls to stop at
+}
+
+TEST(SharedMemory, MakersDieAtAnyStep) {
+  at_every_step(create_and_detach, [](Stopped &maker) {
+    const int32_t number = number_of(static_cast<uint32_t>(maker.process));
+    kill(maker.process, SIGKILL);
+    maker.finish();
+    Attached user;
+    EXPECT_EQ(kiv_shared_memory_attach(&user, number), 1);
+    EXPECT_EQ(create_and_detach(), 0);
+    EXPECT_TRUE(is_gone(number));
+  });
+}
+
+TEST(SharedMemory, MakersAreMetAtAnyStep) {
+  int met = 0;
+  at_every_step(create_and_detach, [&met](Stopped &maker) {
+    const int32_t number = number_of(static_cast<uint32_t>(maker.process));
+    {
+      Attached user;
+      const bool attached = kiv_shared_memory_attach(&user, number) == 0;
+      EXPECT_EQ(create_and_detach(), 0);
+      EXPECT_EQ(maker.finish(), 0);
+      if (attached) EXPECT_EQ(attach_and_detach(number), 0);
+      met += attached;
+    }
+    EXPECT_TRUE(is_gone(number));
+  });
+  EXPECT_GT(met, 0);
+}
+
+TEST(SharedMemory, UsersAreMetAtAnyStep) {
+  Attached segment;
+  ASSERT_EQ(kiv_shared_memory_create_and_attach(&segment, 100), 0);
+  const auto use = [&segment] { return attach_and_detach(segment.number); };
+  for (const bool dies : {false, true}) {
+    at_every_step(use, [&](Stopped &user) {
+      EXPECT_EQ(create_and_detach(), 0);
+      if (dies) kill(user.process, SIGKILL);
+      EXPECT_EQ(user.finish(), dies && user.status != 0 ? -1 : 0);
+      EXPECT_EQ(use(), 0);
+    });
+    at_every_step(use, [&](Stopped &user) {
+      const int32_t number = segment.number;
+      EXPECT_EQ(kiv_shared_memory_detach(&segment), 0);
+      const int late = attach_and_detach(number);
+      if (dies) kill(user.process, SIGKILL);
+      if (user.finish() == 1) EXPECT_EQ(late, 1);
+      EXPECT_EQ(kiv_shared_memory_create_and_attach(&segment, 100), 0);
+      EXPECT_TRUE(segment.number == number || is_gone(number));
+    });
+  }
+}
+
 #endif
 
 }  // namespace
