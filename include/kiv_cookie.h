@@ -51,8 +51,8 @@ KIV_API void kiv_init_cookie_admin(KIV_COOKIE_ADMIN *admin);
 
 /** A new cookie, made now; null without memory.
  *
- * When all texts of this millisecond are taken, which needs 64 cookies made in it, the next one is waited for. Null too
- * when the clock has stood still for a second of waiting. */
+ * When all texts of this millisecond are taken, which needs 64 cookies made in it, the clock's next tick is waited for.
+ * Null too when the clock has stood still for a second of waiting. */
 KIV_API KIV_COOKIE *kiv_make_cookie(KIV_COOKIE_ADMIN *admin, double lifetime, KIV_COOKIE_ON_STALE on_stale, void *user);
 
 /** The cookie with this text, or null. A text that is longer than 15 characters is cut to them. */

@@ -11,8 +11,9 @@
  * and only a process of the same user attaches to; all its memory is there from the start. When the last user was
  * killed the file stays until the next segment is made by any process of its owner.
  *
- * A child made by fork() shares the attachments of its parent: each counts as one, until both processes have ended or
- * one of them detaches. It does not survive exec().
+ * A child made by fork() shares its parent's attachments. A shared one counts until both processes have ended or one of
+ * them has detached; the other one then still has the memory, but does not keep the segment for third parties. exec()
+ * ends the attachments of the process that calls it.
  *
  * Thread safety: one thread at a time per handle; the same process may attach to a segment through several handles.
  * REQUIRES, throughout: a handle is zero-filled before its first use. Null handles fail. */
