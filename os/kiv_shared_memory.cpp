@@ -27,8 +27,7 @@ uintptr_t mapped_bytes(const KIV_SHARED_MEMORY *handle) { return reinterpret_cas
 int store(KIV_SHARED_MEMORY *handle, bool attached, const SharedSegment &segment) {
   if (!attached) return 1;
   // The bytes that are mapped stand where a handle would: there is no other field for them.
-  *handle = {1, segment.number, segment.base, segment.mapping,
-             reinterpret_cast<void *>(segment.size)};  // NOLINT(performance-no-int-to-ptr)
+  *handle = {1, segment.number, segment.base, segment.mapping, reinterpret_cast<void *>(segment.size)};
   return 0;
 }
 

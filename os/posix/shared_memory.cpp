@@ -34,7 +34,8 @@
 //
 // Files of other users are refused: /dev/shm is open to all, and who owns a file can cut it short under its users.
 
-#define _FILE_OFFSET_BITS 64  // totals from 2 GiB on, also on 32-bit systems
+// Totals from 2 GiB on, also on 32-bit systems.
+#define _FILE_OFFSET_BITS 64  // NOLINT(bugprone-reserved-identifier)
 
 #include <cerrno>
 #include <cstdio>
@@ -69,9 +70,7 @@ class Descriptor {
 
   // A descriptor in a handle, where null shall mean none.
   explicit Descriptor(void *handle) : number_(static_cast<int>(reinterpret_cast<intptr_t>(handle)) - 1) {}
-  void *release() {
-    return reinterpret_cast<void *>(intptr_t{std::exchange(number_, -1)} + 1);  // NOLINT(performance-no-int-to-ptr)
-  }
+  void *release() { return reinterpret_cast<void *>(intptr_t{std::exchange(number_, -1)} + 1); }
 
  private:
   int number_;
