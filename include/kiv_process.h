@@ -55,8 +55,8 @@ enum {
  * has no id and no handle.
  *
  * On Windows each argument is put between double quotes, with three for every double quote in it, and nothing else is
- * escaped. Programs of the C runtime that is part of Windows get every argument back, unless it has backslashes before
- * a double quote or at its end. */
+ * escaped. Arguments without double quotes or a backslash at the end arrive in every program. The three arrive as one
+ * in programs that use CommandLineToArgvW or a C runtime from before 2008; later ones read them differently. */
 KIV_API int kiv_process_start(const char *const *argv, KIV_PROCESS *process, const char *output_file, void *unused,
                               uint32_t mode);
 

@@ -159,7 +159,34 @@ bool thread_join(Handle thread);
 [[noreturn]] void thread_exit(int32_t value);
 uint32_t thread_current_id();
 
+// --- Descriptors of the C runtime (descriptor.cpp) -------------------------------------------------------------------
+
+/// The C runtime's own: a count or -1 and errno.
+int descriptor_read(int fd, void *buffer, uint32_t n);
+int descriptor_write(int fd, const void *buffer, uint32_t n);
+int descriptor_close(int fd);
+
 // --- Processes (process.cpp) -----------------------------------------------------------------------------------------
+
+struct ProcessStart {
+  const char *const *argv;
+  const char *output_file;  // null: output goes where the parent's goes
+  uint32_t mode;            // KIV_PROCESS_HIDDEN and the like
+};
+
+/// Starts a process as kiv_process_start() tells. A null handle: nobody has to wait for the process. On failure nothing
+/// is stored.
+bool process_start(const ProcessStart &start, uint32_t *id, Handle *handle);
+
+/// A handle of a running process, to wait for it and to end it; null on failure.
+Handle process_open(uint32_t id);
+
+/// Begins to end the process.
+bool process_kill(Handle process);
+
+/// Waits for the end. A child is gone afterwards: its handle can only be closed.
+bool process_wait(Handle process);
+void process_close(Handle process);
 
 uint32_t process_current_id();
 

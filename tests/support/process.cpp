@@ -26,6 +26,8 @@ std::map<std::string, void (*)()> &children() {
   return functions;
 }
 
+std::vector<std::string> arguments_of_child;
+
 std::string read_and_remove(const std::string &path) {
   std::string text;
   {
@@ -138,15 +140,18 @@ ProcessResult run_child(const std::string &name) { return run_program(this_progr
 
 ChildRegistration::ChildRegistration(const char *name, void (*function)()) { children()[name] = function; }
 
+const std::vector<std::string> &child_arguments() { return arguments_of_child; }
+
 void run_child_if_asked(int argc, char **argv) {
   constexpr char kOption[] = "--child=";
-  if (argc != 2 || std::strncmp(argv[1], kOption, sizeof kOption - 1) != 0) return;
+  if (argc < 2 || std::strncmp(argv[1], kOption, sizeof kOption - 1) != 0) return;
 #ifdef _WIN32
   // A child that crashes on purpose shall end, not open a dialog.
   SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
 #endif
   const auto found = children().find(argv[1] + sizeof kOption - 1);
   if (found == children().end()) std::exit(99);
+  arguments_of_child.assign(argv + 2, argv + argc);
   found->second();
   std::exit(0);
 }

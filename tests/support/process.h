@@ -25,6 +25,9 @@ std::string program_beside(const std::string &name);
 /// returns.
 ProcessResult run_child(const std::string &name);
 
+/// In a child's function: what stands behind --child=NAME on the command line.
+const std::vector<std::string> &child_arguments();
+
 /// Registers a child's function at start-up; use KIV_CHILD.
 struct ChildRegistration {
   ChildRegistration(const char *name, void (*function)());
