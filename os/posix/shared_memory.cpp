@@ -2,8 +2,8 @@
 // attached.
 //
 // A segment is a file in /dev/shm. Each attachment is an open file description of its own, which holds a read lock on
-// the file (an "open file description lock", fcntl(2)). The kernel drops the lock when the last descriptor of the
-// description is closed, also by the death of the process: no lock of a dead process stays.
+// the file (an "open file description lock", fcntl(2)). The kernel drops the lock when the last descriptor and
+// the last view of the description are gone, also by the death of the process: no lock of a dead process stays.
 //
 // Invariants:
 //  1. A file gets its name complete and with its maker's read lock: it is made without a name (O_TMPFILE), and linkat()
@@ -26,9 +26,9 @@
 //     passed (b) in the same way, and so on back to the maker.
 //  6. It succeeds always while another stays attached: by 3 nobody has the write lock then and nobody removes the name,
 //     so (b), (c) and (d) pass.
-//  7. The last to leave takes the name along, if none of the leaving is killed. Take the last (e) on a file. After it,
-//     (f) fails only where another one holds the write lock, who goes on to (g), or the read lock: one who has passed
-//     (b) and (c) late. That one is attached by 5, or fails at (d), and leaves.
+//  7. The last to leave takes the name along, unless one who is about to remove it is killed. Take the last (e) on a
+//     file. After it, (f) fails only where another one holds the write lock, who goes on to (g), or the read lock: one
+//     who has passed (b) and (c) late. That one is attached by 5, or fails at (d), and leaves.
 //  8. At (g) the name is removed from this file and no other: with the link count of 1 it is this file's (2), and by 3
 //     nobody else can remove it meanwhile.
 //

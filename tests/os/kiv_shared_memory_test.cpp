@@ -17,6 +17,7 @@
 #include <windows.h>
 #else
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/ptrace.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -138,10 +139,12 @@ int create_and_detach() {
   return kiv_shared_memory_create_and_attach(&segment, 100) != 0 ? 1 : kiv_shared_memory_detach(&segment);
 }
 
+/// 0; 1 when there is no such segment. 2: it is not what it should be, or nobody can attach although we are attached.
 int attach_and_detach(int32_t number) {
-  Attached segment;
+  Attached segment, again;
   if (kiv_shared_memory_attach(&segment, number) != 0) return 1;
-  return kiv_shared_memory_get_size(&segment) == 100 && kiv_shared_memory_detach(&segment) == 0 ? 0 : 2;
+  const bool good = kiv_shared_memory_get_size(&segment) == 100 && kiv_shared_memory_attach(&again, number) == 0;
+  return kiv_shared_memory_detach(&segment) == 0 && good ? 0 : 2;
 }
 
 /// A process that is stopped at a step.
@@ -211,20 +214,27 @@ TEST(SharedMemory, MakersAreMetAtAnyStep) {
 TEST(SharedMemory, UsersAreMetAtAnyStep) {
   Attached segment;
   ASSERT_EQ(kiv_shared_memory_create_and_attach(&segment, 100), 0);
-  const auto use = [&segment] { return attach_and_detach(segment.number); };
+  const auto use = [&segment] {
+    // Nothing of what this process has inherited: both descriptor and view would keep its parent's attachment.
+    munmap(segment.base, 104);
+    close_range(STDERR_FILENO + 1, ~0u, 0);
+    return attach_and_detach(segment.number);
+  };
   for (const bool dies : {false, true}) {
     at_every_step(use, [&](Stopped &user) {
       EXPECT_EQ(create_and_detach(), 0);
       if (dies) kill(user.process, SIGKILL);
       EXPECT_EQ(user.finish(), dies && user.status != 0 ? -1 : 0);
-      EXPECT_EQ(use(), 0);
+      EXPECT_EQ(attach_and_detach(segment.number), 0);
     });
     at_every_step(use, [&](Stopped &user) {
       const int32_t number = segment.number;
       EXPECT_EQ(kiv_shared_memory_detach(&segment), 0);
       const int late = attach_and_detach(number);
       if (dies) kill(user.process, SIGKILL);
-      if (user.finish() == 1) EXPECT_EQ(late, 1);
+      const int result = user.finish();
+      EXPECT_TRUE(dies || result == 0 || (result == 1 && late == 1));
+      EXPECT_TRUE(dies || is_gone(number));
       EXPECT_EQ(kiv_shared_memory_create_and_attach(&segment, 100), 0);
       EXPECT_TRUE(segment.number == number || is_gone(number));
     });
