@@ -200,6 +200,26 @@ bool thread_data_destroy(uint32_t key);
 bool thread_data_set(uint32_t key, void *value);
 void *thread_data_get(uint32_t key);
 
+// --- Shared memory (shared_memory.cpp) -------------------------------------------------------------------------------
+
+/// A segment that this process is attached to. Its first word has the total of its bytes.
+struct SharedSegment {
+  int32_t number;
+  void *base;
+  void *mapping;   // the system's
+  uintptr_t size;  // the bytes that are mapped, at least 4
+};
+
+/// Makes a zero-filled segment of `total` bytes, at least 4, and stores the total in it. The number is the first free
+/// one of those that segment_number() has for the process. On failure nothing is stored.
+bool shared_segment_create(uint32_t total, uint32_t process, SharedSegment *segment);
+
+/// Attaches to a segment that some process is attached to. On failure nothing is stored.
+bool shared_segment_attach(int32_t number, SharedSegment *segment);
+
+/// Ends the attachment, and with the last one the segment; false when the system refuses a part of it.
+bool shared_segment_detach(const SharedSegment &segment);
+
 }  // namespace kiv::os
 
 #endif
