@@ -19,6 +19,7 @@
 #include "kiv_message.h"
 #include "kiv_mutex.h"
 #include "kiv_semaphore.h"
+#include "kiv_socket.h"
 #include "kiv_string.h"
 #include "kiv_string_array.h"
 #include "kiv_string_convert.h"
