@@ -86,7 +86,7 @@ void kiv_socket_die(const char *text, int exit_code) {
 }
 
 int kiv_get_host_ip_address(char *buffer, int32_t size) {
-  char name[kNameSize - 1];
+  char name[kiv::kNameSize - 1];
   os::IPv4Address address{};
   if (buffer == nullptr || !os::this_host_name(name, sizeof name) || !os::host_address(name, &address)) return 1;
   char text[sizeof "255.255.255.255"];
