@@ -1,6 +1,7 @@
 // Writing: the send buffer, chunks, waiting for acknowledgements.
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 
 #include "net/chunk_format.h"
