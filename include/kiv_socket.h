@@ -115,7 +115,8 @@ KIV_API int kiv_socket_host_supports_tcp_nodelay(void);
  * @name The server
  * @{ */
 
-/** Listens at a port of all addresses of this host; up to 5 connections wait to be accepted. 0, or 1 with a message:
+/** Listens at a port of all addresses of this host. Up to 5 connections wait to be accepted; further ones the system
+ * may refuse, delay or reset. 0, or 1 with a message:
  * what failed (getprotobyname("tcp"), socket(), bind() or listen()) and the error number; nothing is left open then.
  *
  * Port 0 lets the system choose one, which the record does not tell. A port at which a server was stopped a moment ago
