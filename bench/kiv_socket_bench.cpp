@@ -20,7 +20,8 @@ using kiv::bench::require;
 
 namespace {
 
-constexpr size_t kBlock = 1 << 20;  // what a program hands over at a time
+constexpr size_t kNoDelaySize = 64 << 20;
+constexpr size_t kAcknowledgedSize = 16 << 20;
 constexpr size_t kRequest = 16;
 constexpr size_t kRequestChunk = kRequest + 5;  // with its header
 constexpr int kRounds = 5000;
@@ -121,15 +122,13 @@ struct PlainRequest {
 };
 
 template <class Contestant>
-double time_transfer(bool no_delay, size_t blocks) {
-  std::string out(kBlock, '\0'), in(kBlock, '\0');
-  for (size_t i = 0; i < kBlock; ++i) out[i] = static_cast<char>(i * i / 5);
+double time_transfer(bool no_delay, size_t size) {
+  std::string out(size, '\0'), in(size, '\0');
+  for (size_t i = 0; i < size; ++i) out[i] = static_cast<char>(i * i / 5);
   Connection connection(no_delay);
   const WallClock clock;
-  std::thread writer([&] {
-    for (size_t i = 0; i < blocks; ++i) Contestant::write(&connection.client, out.data(), kBlock);
-  });
-  for (size_t i = 0; i < blocks; ++i) Contestant::read(&connection.accepted, in.data(), kBlock);
+  std::thread writer([&] { Contestant::write(&connection.client, out.data(), size); });
+  Contestant::read(&connection.accepted, in.data(), size);
   const double seconds = clock.seconds();
   writer.join();
   require(in == out, Contestant::kName, "transfer");
@@ -187,11 +186,11 @@ double time_plain_connections() {
   return clock.seconds();
 }
 
-/// Figures are for a KiB.
+/// One large write. Figures are for a KiB.
 template <class Contestant>
-void add_transfer(const char *operation, bool no_delay, size_t blocks) {
-  kiv::bench::add(name("socket", operation, 1024, Contestant::kName), 1, blocks * kBlock / 1024,
-                  [=] { return time_transfer<Contestant>(no_delay, blocks); });
+void add_transfer(const char *operation, bool no_delay, size_t size) {
+  kiv::bench::add(name("socket", operation, 1024, Contestant::kName), 1, size / 1024,
+                  [=] { return time_transfer<Contestant>(no_delay, size); });
 }
 
 template <class Contestant>
@@ -203,11 +202,11 @@ void add_requests() {
 
 int main(int argc, char **argv) {
   require(kiv_socket_init() == 0, "ours", "init");
-  add_transfer<Ours>("no-delay", true, 64);
-  add_transfer<Plain<1024, false>>("no-delay", true, 64);
-  add_transfer<Plain<65536, false>>("no-delay", true, 64);
-  add_transfer<Ours>("acknowledged", false, 8);
-  add_transfer<Plain<1024, true>>("acknowledged", false, 8);
+  add_transfer<Ours>("no-delay", true, kNoDelaySize);
+  add_transfer<Plain<1024, false>>("no-delay", true, kNoDelaySize);
+  add_transfer<Plain<65536, false>>("no-delay", true, kNoDelaySize);
+  add_transfer<Ours>("acknowledged", false, kAcknowledgedSize);
+  add_transfer<Plain<1024, true>>("acknowledged", false, kAcknowledgedSize);
   add_requests<Ours>();
   add_requests<PlainRequest>();
   kiv::bench::add(name("socket", "connect", 1, "ours"), 1, kConnections, time_our_connections);
