@@ -11,5 +11,5 @@ else
   clang-format -i "${sources[@]}"
 fi
 build linux-x86_64 -DKIV_TESTS=ON
-git ls-files 'base/*.cpp' 'foundation/*.cpp' 'containers/*.cpp' 'numbers/*.cpp' 'os/*.cpp' 'text/*.cpp' 'examples/*.cpp' | grep -v win32 |
+git ls-files 'base/*.cpp' 'foundation/*.cpp' 'containers/*.cpp' 'net/*.cpp' 'numbers/*.cpp' 'os/*.cpp' 'text/*.cpp' 'examples/*.cpp' | grep -v win32 |
   xargs -P 2 -n 4 clang-tidy -p build/linux-x86_64 --quiet --extra-arg=-Wno-ignored-optimization-argument
