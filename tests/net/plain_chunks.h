@@ -25,7 +25,7 @@ class PlainWriter {
 
   void write(const std::string &bytes) {
     buffer_ += bytes;
-    for (; buffer_.size() > capacity(); buffer_.erase(0, capacity()), ++chunks) {
+    for (; buffer_.size() > capacity(); buffer_.erase(0, capacity())) {
       wire += chunk(piggyback_, '+', buffer_.substr(0, capacity()));
     }
   }
@@ -34,11 +34,9 @@ class PlainWriter {
     const size_t length = piggyback_.size() + 1 + buffer_.size();
     wire += chunk(piggyback_, length <= 1015 ? '*' : static_cast<char>('0' + (length - 1015)), buffer_);
     buffer_.clear();
-    ++chunks;
   }
 
   std::string wire;
-  size_t chunks = 0;
 
  private:
   size_t capacity() const { return 1023 - piggyback_.size(); }
