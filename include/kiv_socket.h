@@ -197,7 +197,7 @@ KIV_API int32_t kiv_socket_buffered_write(KIV_STREAM *stream, const void *data, 
 
 /** Sends what the send buffer has as one chunk. 0, also when there is nothing. 1 when the error flag is set or the
  * chunk could not be sent; the send buffer is then empty too. When the record is damaged, so that the send buffer
- * cannot hold what it claims, kiv_socket_die("stream buffer size inconsistency", 1). */
+ * cannot hold what it claims, kiv_socket_die("stream buffer size inconsistency", 1); so do other writes. */
 KIV_API int kiv_socket_flush(KIV_STREAM *stream);
 
 /** kiv_socket_buffered_write, then kiv_socket_flush. Gives the count of the former; a flush that failed shows in the
