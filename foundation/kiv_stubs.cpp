@@ -6,6 +6,7 @@
 #include "kiv_mutex.h"
 #include "kiv_prq.h"
 #include "kiv_process.h"
+#include "kiv_socket.h"
 #include "kiv_thread.h"
 #include "os/platform.h"
 

@@ -36,6 +36,7 @@
 #include "kiv_process.h"
 #include "kiv_semaphore.h"
 #include "kiv_shared_memory.h"
+#include "kiv_socket.h"
 #include "kiv_string.h"
 #include "kiv_string_array.h"
 #include "kiv_string_convert.h"
