@@ -11,9 +11,11 @@
  * and only a process of the same user attaches to; all its memory is there from the start. When the last user was
  * killed the file stays until the next segment is made by any process of its owner.
  *
- * A child made by fork() shares its parent's attachments. A shared one counts until both processes have ended or one of
- * them has detached; the other one then still has the memory, but does not keep the segment for third parties. exec()
- * ends the attachments of the process that calls it.
+ * A child made by fork() shares its parent's attachments. A shared one counts until all that share it have detached or
+ * ended; exec() ends the attachments of the process that calls it. When the last that shares one ends without
+ * detaching, or another thread of the last user is between fork() and exec() when that detaches, or it has no file
+ * descriptor free then, the dead file stays, as after a kill, until the next segment is made. Attachments hold no
+ * descriptors.
  *
  * Thread safety: one thread at a time per handle; the same process may attach to a segment through several handles.
  * REQUIRES, throughout: a handle is zero-filled before its first use. Null handles fail. */
@@ -28,7 +30,7 @@ typedef struct KIV_SHARED_MEMORY {
   uint32_t attached; /**< 1 or 0; the other fields have a meaning only when it is 1 */
   int32_t number;
   void *base;    /**< the mapped view, which starts with the size word */
-  void *mapping; /**< the system's handle */
+  void *mapping; /**< the system's handle; null on Linux, where the view is enough */
   void *view;    /**< the bytes that are mapped, as a number */
 } KIV_SHARED_MEMORY;
 

@@ -206,7 +206,7 @@ void *thread_data_get(uint32_t key);
 struct SharedSegment {
   int32_t number;
   void *base;
-  void *mapping;   // the system's
+  void *mapping;   // the system's handle, if it has one
   uintptr_t size;  // the bytes that are mapped, at least 4
 };
 
@@ -217,7 +217,7 @@ bool shared_segment_create(uint32_t total, uint32_t process, SharedSegment *segm
 /// Attaches to a segment that some process is attached to. On failure nothing is stored.
 bool shared_segment_attach(int32_t number, SharedSegment *segment);
 
-/// Ends the attachment, and with the last one the segment; false when the system refuses a part of it.
+/// Ends the attachment, and with the last one the segment; false when the system refuses.
 bool shared_segment_detach(const SharedSegment &segment);
 
 }  // namespace kiv::os

@@ -2,35 +2,40 @@
 // attached.
 //
 // A segment is a file in /dev/shm. Each attachment is an open file description of its own, which holds a read lock on
-// the file (an "open file description lock", fcntl(2)). The kernel drops the lock when the last descriptor and
-// the last view of the description are gone, also by the death of the process: no lock of a dead process stays.
+// the file (an "open file description lock", fcntl(2)). Its view alone keeps the description: the descriptor is closed,
+// so that attachments are not limited by the descriptors that a process may have. The kernel drops the lock when the
+// last view is gone, also by the death of the process: no lock of a dead process stays. Views that fork() has copied
+// are of the same description.
 //
 // Invariants:
 //  1. A file gets its name complete and with its maker's read lock: it is made without a name (O_TMPFILE), and linkat()
 //     gives it one, or fails if the name is taken. Before that its maker's death frees it.
 //  2. It has one name once. A link count of 1 means that it still has it; then the name is this file's.
 //  3. Who holds the write lock is alone: nobody is attached. Only then the name may be removed.
-//  4. A file is never resized or used for a second segment: whoever still has it mapped never loses pages. A child
-//     process can, after its parent has given the attachment back that they share.
+//  4. A file is never resized or used for a second segment: whoever still has it mapped never loses pages.
 //
 // A file with a name and no lock is dead: its users were killed. Nobody can attach (5), and the next maker of a segment
 // removes all that are dead.
 //
 // Attaching:  (a) open; (b) see that there is a read lock, else fail; (c) take one, without waiting; (d) see that the
-//             file has its name still, else fail; map it.
-// Leaving:    (e) give the read lock back; (f) try the write lock; (g) with it, and if the file has its name still,
-//             remove that; (h) close.
-// Removing the dead:  (f) to (h).
+//             file has its name still, else fail; map it; close the descriptor. Who fails after (c) closes the
+//             descriptor, and with it gives the lock back, and goes on as one who leaves.
+// Leaving:    (e) unmap, which gives the read lock back; then remove the file if it is dead.
+// Removing the dead:  (f) open what has the name now; (g) try the write lock; (h) with it, and if the file has its name
+//             still, remove that; close.
 //
 //  5. Users follow each other without a gap: attaching needs, at (b), the read lock of another who is attached or has
 //     passed (b) in the same way, and so on back to the maker.
 //  6. It succeeds always while another stays attached: by 3 nobody has the write lock then and nobody removes the name,
 //     so (b), (c) and (d) pass.
-//  7. The last to leave takes the name along, unless one who is about to remove it is killed. Take the last (e) on a
-//     file. After it, (f) fails only where another one holds the write lock, who goes on to (g), or the read lock: one
-//     who has passed (b) and (c) late. That one is attached by 5, or fails at (d), and leaves.
-//  8. At (g) the name is removed from this file and no other: with the link count of 1 it is this file's (2), and by 3
-//     nobody else can remove it meanwhile.
+//  7. The last to leave takes the name along. Take the last (e) on a file. After it, (g) fails only where another one
+//     holds the write lock, who goes on to (h), or the read lock: one who has passed (b) and (c) late. That one is
+//     attached by 5, or fails at (d), and leaves. The file stays dead where one who is about to remove it is killed or
+//     has no descriptor free for (f), and where (e) is not an own step: the last views went with their processes, or
+//     were in a child of fork() on its way to exec().
+//  8. At (h) the name is removed from this file and no other: with the link count of 1 it is this file's (2), and by 3
+//     nobody else can remove it meanwhile. It may be another file than the one left at (e), which then is gone already;
+//     by 3 the other one goes only if it is dead.
 //
 // Files of other users are refused: /dev/shm is open to all, and who owns a file can cut it short under its users.
 
@@ -66,11 +71,9 @@ class Descriptor {
 
   int number() const { return number_; }
   bool valid() const { return number_ >= 0; }
-  bool close() { return !valid() || ::close(std::exchange(number_, -1)) == 0; }
-
-  // A descriptor in a handle, where null shall mean none.
-  explicit Descriptor(void *handle) : number_(static_cast<int>(reinterpret_cast<intptr_t>(handle)) - 1) {}
-  void *release() { return reinterpret_cast<void *>(intptr_t{std::exchange(number_, -1)} + 1); }
+  void close() {
+    if (valid()) ::close(std::exchange(number_, -1));
+  }
 
  private:
   int number_;
@@ -85,7 +88,7 @@ struct flock whole_file(int type) {
   return range;
 }
 
-/// Takes or gives back a lock; false when another open file description has one that forbids it.
+/// Takes a lock; false when another open file description has one that forbids it.
 bool lock(const Descriptor &file, int type) {
   const struct flock range = whole_file(type);
   return fcntl(file.number(), F_OFD_SETLK, &range) == 0;
@@ -148,26 +151,30 @@ bool map_segment(const Descriptor &file, SharedSegment *segment) {
 
 // --- The end of segments ---------------------------------------------------------------------------------------------
 
-void remove_if_unused(const Descriptor &file, const char *path) {
+/// Removes the name from the file that has it now, unless that one has users.
+void remove_if_dead(const char *path) {
+  const Descriptor file(open_segment(path));
   uint64_t bytes;
-  if (lock(file, F_WRLCK) && has_name(file, &bytes)) unlink(path);
+  if (file.valid() && lock(file, F_WRLCK) && has_name(file, &bytes)) unlink(path);
 }
 
-void leave(const Descriptor &file, int32_t number) {
-  lock(file, F_UNLCK);
-  remove_if_unused(file, SegmentName(kInFolder, number).text);
+/// Whether a file's name can be one that shared_segment_create() has given; others are not ours to remove.
+bool is_segment_name(const char *name) {
+  constexpr size_t kPrefixLength = sizeof kSegmentPrefix - 1;
+  if (std::strncmp(name, kSegmentPrefix, kPrefixLength) != 0) return false;
+  const char *number = name + kPrefixLength;
+  const size_t digits = std::strspn(number, "0123456789");
+  return digits >= 1 && digits <= 5 && number[digits] == '\0';
 }
 
 void remove_dead_segments() {
   DIR *folder = opendir(kFolder);
   if (folder == nullptr) return;
   while (const dirent *entry = readdir(folder)) {
-    constexpr size_t kPrefixLength = sizeof kSegmentPrefix - 1;
-    if (std::strncmp(entry->d_name, kSegmentPrefix, kPrefixLength) != 0) continue;
+    if (!is_segment_name(entry->d_name)) continue;
     char path[sizeof kInFolder + sizeof entry->d_name];
     std::snprintf(path, sizeof path, "%s%s", kInFolder, entry->d_name);
-    const Descriptor file(open_segment(path));
-    if (file.valid()) remove_if_unused(file, path);
+    remove_if_dead(path);
   }
   closedir(folder);
 }
@@ -200,27 +207,28 @@ bool shared_segment_create(uint32_t total, uint32_t process, SharedSegment *segm
     munmap(base, total);
     return false;
   }
-  *segment = {number, base, file.release(), total};
+  *segment = {number, base, nullptr, total};
   return true;
 }
 
 bool shared_segment_attach(int32_t number, SharedSegment *segment) {
-  Descriptor file(open_segment(SegmentName(kInFolder, number).text));
+  const SegmentName name(kInFolder, number);
+  Descriptor file(open_segment(name.text));
   if (!file.valid() || !has_users(file) || !lock(file, F_RDLCK)) return false;
   if (!map_segment(file, segment)) {
-    leave(file, number);
+    file.close();
+    remove_if_dead(name.text);
     return false;
   }
   segment->number = number;
-  segment->mapping = file.release();
+  segment->mapping = nullptr;
   return true;
 }
 
 bool shared_segment_detach(const SharedSegment &segment) {
-  Descriptor file(segment.mapping);
   const bool unmapped = munmap(segment.base, segment.size) == 0;
-  leave(file, segment.number);
-  return file.close() && unmapped;
+  remove_if_dead(SegmentName(kInFolder, segment.number).text);
+  return unmapped;
 }
 
 }  // namespace kiv::os

@@ -120,16 +120,19 @@ TEST(SharedMemory, IsItsOwnersAndComplete) {
   ASSERT_EQ(stat(path(name_of(segment.number)).c_str(), &state), 0);
   EXPECT_EQ(state.st_mode & 07777u, 0600u);
   EXPECT_EQ(state.st_size, 104);
-  for (const uint32_t total : {8u, 0u, 3u, 9u, UINT32_MAX}) {
-    constexpr int32_t kNumber = 1 << 20;  // no process makes this one
+  for (const uint32_t total : {8u, 9u}) {
+    const int32_t number = 32768 + segment.number;  // no process makes this one
     const uint32_t words[] = {total, 0};
-    const int user = open(path(name_of(kNumber)).c_str(), O_CREAT | O_RDWR | O_CLOEXEC, 0600);
+    const int user = open("/dev/shm", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+    EXPECT_EQ(write(user, words, sizeof words), 8);
     struct flock range {};
     range.l_type = F_RDLCK;
     EXPECT_EQ(fcntl(user, F_OFD_SETLK, &range), 0);
-    EXPECT_EQ(write(user, words, sizeof words), 8);
+    const std::string self = "/proc/self/fd/" + std::to_string(user);
+    EXPECT_EQ(linkat(AT_FDCWD, self.c_str(), AT_FDCWD, path(name_of(number)).c_str(), AT_SYMLINK_FOLLOW), 0);
     Attached other;
-    EXPECT_EQ(kiv_shared_memory_attach(&other, kNumber), total == 8 ? 0 : 1) << total;
+    EXPECT_EQ(kiv_shared_memory_attach(&other, number), total == 8 ? 0 : 1);
+    unlink(path(name_of(number)).c_str());
     close(user);
   }
 }
@@ -214,12 +217,9 @@ TEST(SharedMemory, MakersAreMetAtAnyStep) {
 TEST(SharedMemory, UsersAreMetAtAnyStep) {
   Attached segment;
   ASSERT_EQ(kiv_shared_memory_create_and_attach(&segment, 100), 0);
-  const auto use = [&segment] {
-    // Nothing of what this process has inherited: both descriptor and view would keep its parent's attachment.
-    munmap(segment.base, 104);
-    close_range(STDERR_FILENO + 1, ~0u, 0);
-    return attach_and_detach(segment.number);
-  };
+  // An inherited view would keep its parent's attachment.
+  madvise(segment.base, 104, MADV_DONTFORK);
+  const auto use = [&segment] { return attach_and_detach(segment.number); };
   for (const bool dies : {false, true}) {
     at_every_step(use, [&](Stopped &user) {
       EXPECT_EQ(create_and_detach(), 0);
@@ -236,6 +236,7 @@ TEST(SharedMemory, UsersAreMetAtAnyStep) {
       EXPECT_TRUE(dies || result == 0 || (result == 1 && late == 1));
       EXPECT_TRUE(dies || is_gone(number));
       EXPECT_EQ(kiv_shared_memory_create_and_attach(&segment, 100), 0);
+      madvise(segment.base, 104, MADV_DONTFORK);
       EXPECT_TRUE(segment.number == number || is_gone(number));
     });
   }
