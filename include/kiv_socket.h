@@ -206,8 +206,8 @@ KIV_API int32_t kiv_socket_read_line(KIV_STREAM *stream, char *buffer, int32_t s
  * not acknowledged (they are). 0 when n < 1 or the error flag is set. */
 KIV_API int32_t kiv_socket_buffered_write(KIV_STREAM *stream, const void *data, int32_t n);
 
-/** Sends what the send buffer has as one chunk; kiv_socket_enable_secondary_channel tells of the exception. 0, also when
- * there is nothing. 1 when the error flag is set or the chunk could not be sent, and is dropped.
+/** Sends what the send buffer has as one chunk, or two: see kiv_socket_enable_secondary_channel. 0, also when there is
+ * nothing. 1 when the error flag is set or a chunk could not be sent; what was to be sent is dropped.
  *
  * When the record is damaged, so that the send buffer cannot hold what it claims, kiv_socket_die("stream buffer size
  * inconsistency", 1); so do other writes. */
