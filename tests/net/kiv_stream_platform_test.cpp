@@ -1,27 +1,18 @@
 // The framing alone: connections are scripted, so that every byte, cut and failure is the test's.
 
+#include <cstddef>
 #include <random>
 #include <string>
 #include <tuple>
 #include <utility>
-#include <vector>
 
 #include "gtest/gtest.h"
 #include "tests/net/plain_chunks.h"
-#include "tests/net/scripted_connection.h"
 #include "tests/support/guarded_page.h"
-#include "tests/support/random.h"
 
 namespace {
 
 using namespace kiv::test;
-
-int32_t value_at(void *context) { return *static_cast<int32_t *>(context); }
-
-void append_value(void *context, int32_t value) {
-  static const std::string kAlphabet = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
-  *static_cast<std::string *>(context) += kAlphabet.at(static_cast<size_t>(value));
-}
 
 std::string random_bytes(std::mt19937_64 *random, size_t size) {
   std::string bytes(size, '\0');
@@ -30,49 +21,31 @@ std::string random_bytes(std::mt19937_64 *random, size_t size) {
 }
 
 TEST(Stream, WireBytes) {
-  // Writes, each flushed or (negative) not; what travels, with each payload shown by its length.
-  const struct {
-    bool secondary;
-    std::vector<int32_t> writes;
-    std::vector<std::pair<std::string, size_t>> chunks;
-  } rows[] = {
-      {false, {10}, {{"*0015", 10}}},
-      {true, {10}, {{"0*0016", 10}}},
-      {false, {-1023}, {}},
-      {false, {1023}, {{"9", 1023}}},
-      {true, {1022}, {{"09", 1022}}},
-      {false, {1024}, {{"+", 1023}, {"*0006", 1}}},
-      {true, {1024}, {{"0+", 1022}, {"0*0008", 2}}},
-      {false, {1014}, {{"*1019", 1014}}},
-      {false, {1015}, {{"1", 1015}}},
-      {true, {1013}, {{"0*1019", 1013}}},
-      {true, {1014}, {{"01", 1014}}},
-      {false, {1020}, {{"6", 1020}}},
-      {false, {-1, -2, 3, 0, -5}, {{"*0011", 6}}},
-      {false, {-1000, 1046}, {{"+", 1023}, {"9", 1023}}},
-  };
-  for (const auto &row : rows) {
-    const auto stream = scripted_stream("ACK", row.secondary);
-    for (const int32_t write : row.writes) {
-      const std::string bytes(static_cast<size_t>(std::abs(write)), '.');
-      const int32_t size = std::abs(write);
-      EXPECT_EQ(write < 0 ? kiv_socket_buffered_write(stream.get(), bytes.data(), size)
-                          : kiv_socket_write(stream.get(), bytes.data(), size),
-                size);
-    }
-    std::string wire;
-    for (const auto &[header, payload] : row.chunks) wire += header + std::string(payload, '.');
-    EXPECT_EQ(connection.sent, wire);
-    EXPECT_EQ(connection.sends, row.chunks.size());
+  // One write, and the headers of what travels.
+  const std::tuple<bool, int32_t, std::string> rows[] = {
+      {false, 10, "*0015"}, {false, 1014, "*1019"},  {false, 1015, "1"},
+      {false, 1020, "6"},   {false, 1023, "9"},      {true, 10, "0*0016"},
+      {true, 1014, "01"},   {false, 1024, "+*0006"}, {true, 1024, "0+0*0008"}};
+  for (const auto &[secondary, size, headers] : rows) {
+    const auto stream = scripted_stream({"ACK"}, secondary);
+    const std::string bytes(static_cast<size_t>(size), '.');
+    EXPECT_EQ(kiv_socket_buffered_write(stream.get(), bytes.data(), size), size);
+    EXPECT_EQ(connection.sends, size == 1024 ? 1U : 0U);
+    EXPECT_EQ(kiv_socket_flush(stream.get()), 0);
+    EXPECT_EQ(connection.sends, size == 1024 ? 2U : 1U);
+    EXPECT_EQ(connection.sent.size(), headers.size() + bytes.size());
+    std::erase(connection.sent, '.');
+    EXPECT_EQ(connection.sent, headers);
   }
 }
 
 TEST(Stream, PiggybackCharacters) {
-  const std::pair<int32_t, char> rows[] = {{0, '0'},  {1, '1'},  {9, '9'},  {10, 'A'},   {35, 'Z'}, {36, 'a'},
-                                           {37, 'b'}, {61, 'z'}, {62, '*'}, {1000, '*'}, {-1, '/'}, {-16, ' '}};
+  const std::pair<int32_t, char> rows[] = {{0, '0'},  {9, '9'},  {10, 'A'}, {36, 'a'}, {37, 'b'},
+                                           {61, 'z'}, {62, '*'}, {-1, '/'}, {-16, ' '}};
   for (auto [value, character] : rows) {
-    auto stream = scripted_stream("", true);
-    kiv_socket_set_get_piggyback_value(stream.get(), value_at, &value);
+    auto stream = scripted_stream({}, true);
+    const auto getter = [](void *context) { return *static_cast<int32_t *>(context); };
+    kiv_socket_set_get_piggyback_value(stream.get(), getter, &value);
     kiv_socket_write(stream.get(), "x", 1);
     EXPECT_EQ(connection.sent, character + std::string("*0007x"));
   }
@@ -82,10 +55,10 @@ TEST(Stream, WritesAsPlainWriter) {
   auto random = make_random();
   for (int round = 0; round < 500; ++round) {
     const bool secondary = below(random, 2) != 0, waits = below(random, 2) != 0;
-    PlainWriter plain(secondary ? "0" : "");
+    PlainWriter plain{secondary ? "0" : ""};
     std::string acknowledgements;
     for (int i = 0; i < 200 && waits; ++i) acknowledgements += "ACK";
-    const auto stream = scripted_stream(acknowledgements, secondary);
+    const auto stream = scripted_stream({acknowledgements}, secondary);
     stream->no_delay = waits ? 0 : 1;
     connection.step = 1 + below(random, 5);
     // Half of the connections break somewhere.
@@ -94,8 +67,7 @@ TEST(Stream, WritesAsPlainWriter) {
     for (int i = 0; i < 20; ++i) {
       const std::string bytes = random_bytes(&random, below(random, below(random, 2) != 0 ? 2100 : 1030));
       const auto size = static_cast<int32_t>(bytes.size());
-      const bool flushes = below(random, 2) != 0;
-      const bool was_broken = stream->error != 0;
+      const bool flushes = below(random, 2) != 0, was_broken = stream->error != 0;
       plain.write(bytes);
       if (flushes) plain.flush();
       const int32_t written = kiv_socket_buffered_write(stream.get(), bytes.data(), size);
@@ -113,7 +85,7 @@ TEST(Stream, CountsOfBrokenWrites) {
       {"", 0, 0},          {"", 1023, 0},       {"", 1024, 1023},    {"AC", 9999, 1023},
       {"ACk", 9999, 1023}, {"ACK", 2047, 1023}, {"ACK", 2048, 2046}, {"ACK+CK", 9999, 2046}};
   for (const auto &[answers, limit, count] : rows) {
-    const auto stream = scripted_stream(answers, false);
+    const auto stream = scripted_stream({answers}, false);
     connection.send_limit = limit;
     const std::string bytes(4000, 'x');
     EXPECT_EQ(kiv_socket_write(stream.get(), bytes.data(), 4000), count) << answers;
@@ -123,53 +95,32 @@ TEST(Stream, CountsOfBrokenWrites) {
 
 // The channel is enabled late, with a byte more in the buffer than a chunk has room for now.
 TEST(Stream, FullBufferMeetsSecondaryChannel) {
-  const auto stream = scripted_stream("ACK", false);
-  const std::string bytes = std::string(1022, 'x') + 'y';
-  kiv_socket_buffered_write(stream.get(), bytes.data(), 1023);
-  kiv_socket_enable_secondary_channel(stream.get());
-  EXPECT_EQ(kiv_socket_flush(stream.get()), 0);
-  EXPECT_EQ(connection.sent, "0+" + std::string(1022, 'x') + "0*0007y");
+  for (const bool acknowledged : {true, false}) {
+    const auto stream = scripted_stream({acknowledged ? "ACK" : "AC"}, false);
+    const std::string bytes = std::string(1022, 'x') + 'y';
+    kiv_socket_buffered_write(stream.get(), bytes.data(), 1023);
+    kiv_socket_enable_secondary_channel(stream.get());
+    EXPECT_EQ(kiv_socket_flush(stream.get()), acknowledged ? 0 : 1);
+    EXPECT_EQ(connection.sent, "0+" + std::string(1022, 'x') + (acknowledged ? "0*0007y" : ""));
+    EXPECT_EQ(stream->send_fill, 0);
+  }
 }
 
-/// Reads with calls of all kinds until nothing comes any more, and holds each against the plain reader.
-void expect_reads_as_plain(std::mt19937_64 *random, const std::string &wire, bool secondary, size_t step,
-                           size_t split) {
-  static GuardedPage page;
-  std::string piggybacked;
-  PlainReader plain(wire, secondary);
-  const auto stream = scripted_stream(wire, secondary);
-  connection.step = step;
-  connection.split = split;
-  kiv_socket_process_piggybacked_value(stream.get(), append_value, &piggybacked);
-  std::memset(stream->header_room, 0xEE, sizeof stream->header_room);
-  for (int32_t count = 1; count != 0 || (stream->error == 0 && !connection.has_ended);) {
-    const auto n = static_cast<int32_t>(1 + below(*random, below(*random, 2) != 0 ? 3000 : 40));
-    char *buffer = page.last<char>(static_cast<size_t>(n));
-    std::string expected;
-    switch (below(*random, 3)) {
-      case 0:
-        count = kiv_socket_read(stream.get(), buffer, n);
-        expected = plain.read(static_cast<size_t>(n));
-        break;
-      case 1:
-        count = kiv_socket_terminated_read(stream.get(), buffer, n, '\5');
-        expected = plain.read(static_cast<size_t>(n), 5);
-        break;
-      default:
-        count = kiv_socket_read_line(stream.get(), buffer, n);
-        expected = plain.read(static_cast<size_t>(n - 1), '\n');
-        if (!expected.empty() && expected.back() == '\n') expected.pop_back();
-        ASSERT_EQ(buffer[count], '\0');
-    }
-    ASSERT_EQ(std::string(buffer, static_cast<size_t>(count)), expected);
-    ASSERT_EQ(stream->error != 0, plain.error);
-  }
-  ASSERT_EQ(piggybacked, plain.piggybacked);
-  ASSERT_EQ(connection.sent.size(), 3 * plain.acknowledgements);
-  ASSERT_EQ(std::string(reinterpret_cast<char *>(stream->header_room), 6), "\xEE\xEE\xEE\xEE\xEE\xEE");
+TEST(Stream, InitialisedIsClosed) {
+  const auto stream = scripted_stream({"*0006x"}, false);
+  stream->is_open = 0;
+  constexpr size_t kBegin = offsetof(KIV_STREAM, is_open), kEnd = offsetof(KIV_STREAM, receive_buffer);
+  const std::string record(reinterpret_cast<const char *>(stream.get()), kEnd + 1);
+  EXPECT_EQ(record, std::string(kBegin, '\xA5') + std::string(kEnd - kBegin, '\0') + '\xA5');
+  EXPECT_EQ(kiv_socket_read(stream.get(), stream->send_buffer, 1), 0);
+  stream->error = 0;
+  kiv_socket_buffered_write(stream.get(), "x", 1);
+  EXPECT_EQ(kiv_socket_flush(stream.get()), 1);
+  EXPECT_EQ(connection.sends + connection.position, 0U);
 }
 
 TEST(Stream, HostilePeers) {
+  GuardedPage page;
   auto random = make_random();
   for (const bool secondary : {false, true}) {
     const auto chunk_of = [&](const char *piggyback, char type, size_t payload) {
@@ -178,24 +129,22 @@ TEST(Stream, HostilePeers) {
     const size_t base = secondary ? 2 : 1;
     const std::string session = chunk_of("b", '*', 9) + chunk_of("0", '+', 1024 - base) +
                                 chunk_of("*", '0', 1015 - base) + chunk_of("Z", '*', 0) + chunk_of("1", '*', 20);
-    const auto check = [&](const std::string &wire, size_t step, size_t split) {
-      expect_reads_as_plain(&random, wire, secondary, step, split);
+    const auto check = [&](const std::string &wire, size_t step) {
+      EXPECT_EQ(difference_to_plain(&random, {wire, step}, secondary, page.last<char>(0)), "");
     };
     for (size_t i = 0; i <= session.size() && !HasFailure(); ++i) {
-      check(session, SIZE_MAX, i);
-      check(session.substr(0, i), SIZE_MAX, SIZE_MAX);
-      check(session.substr(0, i), 1, SIZE_MAX);
+      check(session, i + 1);
+      check(session.substr(0, i), 1 + below(random, 8));
       for (int bit = 0; bit < 8 && i < session.size(); ++bit) {
         std::string changed = session;
         changed[i] = static_cast<char>(changed[i] ^ (1 << bit));
-        const size_t steps[] = {1, 7, 1024, SIZE_MAX};
-        check(changed, steps[below(random, 4)], below(random, static_cast<uint32_t>(session.size())));
+        check(changed, 1 + below(random, below(random, 2) != 0 ? 8 : 2000));
       }
     }
     // Lengths from the shortest to the longest that four digits tell, and what is none.
     for (const char *count : {"0000", "0004", "0005", "0006", "1035", "9999", "12a4", "-123", " 123", "+999"}) {
       const std::string header = (secondary ? "0*" : "*") + std::string(count);
-      check(header + std::string(10000, 'x') + header, SIZE_MAX, below(random, 10000));
+      check(header + std::string(10000, 'x') + header, 1 + below(random, 10000));
     }
   }
 }
