@@ -13,7 +13,7 @@ add_library(kiv_static STATIC $<TARGET_OBJECTS:kiv_objects>)
 set_target_properties(kiv_static PROPERTIES OUTPUT_NAME kiv_common)
 target_include_directories(kiv_static PUBLIC include)
 target_compile_definitions(kiv_static INTERFACE KIV_STATIC)
-target_link_libraries(kiv_static PUBLIC Threads::Threads)
+target_link_libraries(kiv_static PUBLIC Threads::Threads $<$<PLATFORM_ID:Windows>:ws2_32>)
 target_link_options(kiv_static INTERFACE $<$<PLATFORM_ID:Windows>:-fstack-protector-strong>)
 
 add_library(kiv_shared SHARED $<TARGET_OBJECTS:kiv_objects>)
@@ -27,7 +27,7 @@ if(WIN32)
   configure_file(os/win32/version.rc.in version.rc @ONLY)
   target_sources(kiv_shared PRIVATE os/win32/dll_main.cpp ${CMAKE_BINARY_DIR}/version.rc
                                     ${CMAKE_BINARY_DIR}/libkiv_common_1.def)
-  target_link_libraries(kiv_shared PRIVATE kiv_library_options)
+  target_link_libraries(kiv_shared PRIVATE kiv_library_options ws2_32)
   set_target_properties(kiv_shared PROPERTIES PREFIX "" OUTPUT_NAME libkiv_common_1 IMPORT_PREFIX ""
                                               IMPORT_SUFFIX ".dll.a")
   target_link_options(kiv_shared PRIVATE -static-libgcc -Wl,--dynamicbase,--nxcompat -Wl,-Bstatic)

@@ -5,6 +5,7 @@
 #include "base/alias.h"
 #include "kiv_mutex.h"
 #include "kiv_prq.h"
+#include "kiv_socket.h"
 #include "kiv_thread.h"
 #include "os/platform.h"
 

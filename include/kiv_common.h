@@ -29,6 +29,7 @@
 #include "kiv_obj_tuple.h"
 #include "kiv_obj_vector.h"
 #include "kiv_semaphore.h"
+#include "kiv_socket.h"
 #include "kiv_string.h"
 #include "kiv_string_array.h"
 #include "kiv_string_convert.h"

@@ -17,9 +17,8 @@ KIV_API int kiv_dev_profiling_mc_get_results(void);
  * its place with kiv_debug_heap_set_hook. */
 KIV_API int kiv_assert_box_win32(int line, const char *file, const char *message);
 
-/** Always 1; one function with the kiv_mutex_assert_* pair. */
+/** Always 1; one function with the kiv_mutex_assert_* pair and kiv_socket_host_supports_tcp_nodelay. */
 KIV_API int kiv_dev_profiling_mc_init(void);
-KIV_API int kiv_socket_host_supports_tcp_nodelay(void);
 
 /** Nothing; one function with kiv_thread_init. */
 KIV_API void kiv_process_init(void);

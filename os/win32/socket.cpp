@@ -1,0 +1,81 @@
+#include "os/socket.h"
+
+#include <cstring>
+
+#include "os/win32/winsock.h"
+
+namespace kiv::os {
+namespace {
+
+sockaddr_in to_system(Endpoint endpoint) {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(endpoint.port);
+  std::memcpy(&address.sin_addr, endpoint.address.bytes, sizeof endpoint.address.bytes);
+  return address;
+}
+
+/// Sockets of version 1.1 are born inheritable.
+void keep_from_children(SOCKET socket) {
+  SetHandleInformation(reinterpret_cast<HANDLE>(socket), HANDLE_FLAG_INHERIT, 0);
+}
+
+}  // namespace
+
+bool sockets_start() {
+  WSADATA details;
+  return WSAStartup(MAKEWORD(1, 1), &details) == 0;
+}
+
+void sockets_stop() { WSACleanup(); }
+int socket_last_error() { return WSAGetLastError(); }
+
+bool tcp_protocol(int *protocol) {
+  const protoent *entry = getprotobyname("tcp");
+  if (entry == nullptr) return false;
+  *protocol = entry->p_proto;
+  return true;
+}
+
+Socket socket_create(int protocol) {
+  const SOCKET created = socket(AF_INET, SOCK_STREAM, protocol);
+  if (created != INVALID_SOCKET) keep_from_children(created);
+  return word_of(created);
+}
+
+bool socket_connect(Socket socket, Endpoint peer) {
+  const sockaddr_in address = to_system(peer);
+  return connect(handle_of(socket), reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
+}
+
+// Without SO_REUSEADDR, which lets servers share a port here. Dying connections are no obstacle.
+bool socket_bind(Socket socket, uint16_t port) {
+  const sockaddr_in address = to_system({{}, port});
+  return bind(handle_of(socket), reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
+}
+
+bool socket_listen(Socket socket, int backlog) { return listen(handle_of(socket), backlog) == 0; }
+
+Socket socket_accept(Socket socket, Endpoint *peer) {
+  sockaddr_in address{};
+  int size = sizeof address;
+  const SOCKET accepted = accept(handle_of(socket), reinterpret_cast<sockaddr *>(&address), &size);
+  if (accepted == INVALID_SOCKET) return kNoSocket;
+  if (address.sin_family != AF_INET) {
+    closesocket(accepted);
+    return kNoSocket;
+  }
+  keep_from_children(accepted);
+  std::memcpy(peer->address.bytes, &address.sin_addr, sizeof peer->address.bytes);
+  peer->port = ntohs(address.sin_port);
+  return word_of(accepted);
+}
+
+bool socket_set_no_delay(Socket socket) {
+  const int on = 1;
+  return setsockopt(handle_of(socket), IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char *>(&on), sizeof on) == 0;
+}
+
+int socket_close(Socket socket) { return closesocket(handle_of(socket)); }
+
+}  // namespace kiv::os
