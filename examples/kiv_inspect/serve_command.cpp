@@ -1,5 +1,5 @@
 // kiv_inspect serve [--once] [--patience N] PROGRAM PORT: answers requests about the program until it is ended, or of
-// one client. A line on standard output tells that clients may come.
+// one client. A line on standard output tells that clients may come, and to which port: 0 leaves it to the system.
 
 #include <optional>
 
@@ -30,10 +30,9 @@ std::optional<Options> parse(Arguments &arguments) {
     options.patience = static_cast<uint32_t>(patience);
   }
   if (!arguments.take_path() || arguments.count != 1) return std::nullopt;
-  // Where port 0 leads to, nobody would learn.
-  const uint64_t port = parse_count(arguments.values[0]).value_or(0);
-  if (port < 1 || port > UINT16_MAX) return std::nullopt;
-  options.port = static_cast<uint16_t>(port);
+  const auto port = parse_count(arguments.values[0]);
+  if (!port || *port > UINT16_MAX) return std::nullopt;
+  options.port = static_cast<uint16_t>(*port);
   return options;
 }
 
@@ -50,7 +49,7 @@ Status serve(const Arguments &arguments, const Options &options, RequestHandler 
   Server server(handler, options.patience);
   Status status = handler.open();
   if (status.ok()) status = server.open(options.port);
-  if (status.ok()) status = announce(arguments, options.port);
+  if (status.ok()) status = announce(arguments, server.port());
   do {
     if (status.ok()) status = server.serve_client();
   } while (status.ok() && !options.once);

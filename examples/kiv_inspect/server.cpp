@@ -5,7 +5,7 @@
 #include "examples/kiv_inspect/output.h"
 #include "examples/kiv_inspect/reply.h"
 #include "examples/kiv_inspect/request_line.h"
-#include "examples/kiv_inspect/time_limit.h"
+#include "examples/kiv_inspect/socket_system.h"
 
 namespace kiv::inspect {
 namespace {
@@ -39,6 +39,8 @@ Status Server::open(uint16_t port) {
   is_open_ = kiv_start_server(&server_, port) == 0;
   return is_open_ ? Status{} : socket_failure(handler_.errors(), "nothing can be served there: [0_s][|]");
 }
+
+uint16_t Server::port() const { return port_of(server_); }
 
 Status Server::serve_client() {
   KIV_STREAM stream;

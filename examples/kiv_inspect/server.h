@@ -18,8 +18,11 @@ class Server {
   Server(const Server &) = delete;
   Server &operator=(const Server &) = delete;
 
-  /// Starts to listen; once.
+  /// Starts to listen; once. Port 0: at one that the system chooses.
   Status open(uint16_t port);
+
+  /// Where it listens. REQUIRES: open.
+  uint16_t port() const;
 
   /// Waits for a client, and answers until it ends or is dropped. What becomes of it is no failure of this.
   /// REQUIRES: open.
