@@ -19,24 +19,27 @@
  * | "+"      | 1024          | 1024 - H           | when the buffer is full and more is written   |
  *
  * Acknowledgements. The reader of a "+" chunk answers with the bytes "ACK", just before it reads the header of the next
- * one, and the writer waits for them: it cannot be more than one chunk ahead. kiv_socket_set_tcp_nodelay switches this
- * off, for the stream that it is called for in both directions; both ends have to call it, or neither. A stream that
- * waits for an acknowledgement takes anything else for an error: without no-delay, ends take turns in writing, and one
- * that has read a request must have read all of it before it answers.
+ * one, and the writer waits for them: within one write it is never more than one chunk ahead. Flushed chunks are not
+ * acknowledged. kiv_socket_set_tcp_nodelay switches this off, for the stream that it is called for in both directions;
+ * both ends have to call it, or neither. A stream that waits for an acknowledgement takes anything else for an error:
+ * without no-delay, ends take turns in writing, and one that has read a request must have read all of it before it
+ * answers.
  *
  * The secondary channel carries a small number beside each chunk, in either direction. Both ends have to enable it, or
  * neither. Values 1 to 61 reach the other end; 0 is nothing to report. They travel as "0" to "9", "A" to "Z" and "a" to
  * "z"; 62 and more as "*", which reports nothing. Negative values are not checked: what travels is the low byte of
  * "0" + value, whatever that is to the other end.
  *
- * Failures. What can fail while a connection is set up gives 1 and writes a line with the system's error number
- * (WSAGetLastError() on Windows, errno elsewhere) into the socket message buffer. What fails later sets the stream's
- * error flag, for good: a send or an acknowledgement that failed, a chunk header that is malformed or cut short. From
- * then on all reads and writes give 0 at once. A connection that ends within a payload sets no flag at first: the read
- * gives the bytes that there were. No signal is raised on a broken connection.
+ * Failures. What fails while a connection is set up gives 1. Starting sockets, opening and starting a server write a
+ * line into the socket message buffer, most with the system's error number (WSAGetLastError() on Windows, errno
+ * elsewhere); accepting and the others do not. What fails later sets the stream's error flag, for good: a send or an
+ * acknowledgement that failed, a chunk header that is malformed or cut short. From then on all reads and writes give 0
+ * at once, and kiv_socket_flush 1. A connection that ends within a payload sets no flag: the read gives the bytes that
+ * there were, and every further one 0. No signal is raised on a broken connection.
  *
  * Nothing that the other end sends makes the library write outside of the caller's buffer, end the process, or wait for
- * anything but further bytes. There are no time limits: an end that falls silent keeps the other one waiting.
+ * anything but further bytes or for the other end to take its acknowledgements. There are no time limits: an end that
+ * falls silent keeps the other one waiting.
  *
  * REQUIRES, throughout: records and buffers are not null unless said otherwise; a size or count tells the truth.
  * Thread safety: a stream and a server are used by one thread at a time; different ones are independent. The socket
@@ -119,11 +122,13 @@ KIV_API int kiv_socket_host_supports_tcp_nodelay(void);
  * may refuse, delay or reset. 0, or 1 with a message:
  * what failed (getprotobyname("tcp"), socket(), bind() or listen()) and the error number; nothing is left open then.
  *
- * Port 0 lets the system choose one, which the record does not tell. A port at which a server was stopped a moment ago
- * is free at once; two servers cannot share one. The socket is not inherited by child processes. */
+ * Port 0 lets the system choose one, which the record does not tell. Two servers cannot share a port. That of a server
+ * which was stopped is free at once; on Windows when the connections that it accepted have ended. The socket is not
+ * inherited by child processes. */
 KIV_API int kiv_start_server(KIV_SERVER *server, uint16_t port);
 
-/** Stops listening; streams that were accepted live on. 0, or what the system's close gave. */
+/** Stops listening; streams that were accepted live on. 0, or what the system's close gave. The record then has no
+ * socket: accepting and stopping once more fail. */
 KIV_API int kiv_stop_server(KIV_SERVER *server);
 
 /** Waits for a client and initialises the stream as one end of the connection to it. 0, or 1 without a connection.
@@ -141,8 +146,8 @@ KIV_API int kiv_socket_accept(const KIV_SERVER *server, KIV_STREAM *stream, char
 KIV_API KIV_STREAM *kiv_init_stream(KIV_STREAM *stream);
 
 /** Initialises the stream and connects it. The host is a name or an address ("127.0.0.1"). 0, or 1 with a message:
- * "Error getprotobyname(tcp) NUMBER", "Error socket RESULT", "gethostbyname" (the host is unknown, or null) or
- * "Connect NUMBER".
+ * "Error getprotobyname(tcp) NUMBER", "Error socket RESULT" (of the system's socket()), "gethostbyname" (the host is
+ * unknown, empty or null) or "Connect NUMBER".
  *
  * After the last two the socket stays open, outside of the library's care: programs that try again and again close
  * stream->socket themselves. The socket is not inherited by child processes. */
@@ -152,11 +157,15 @@ KIV_API int kiv_open_stream(KIV_STREAM *stream, const char *host, uint16_t port)
 KIV_API int kiv_close_stream(KIV_STREAM *stream);
 
 /** Sends small chunks at once and switches acknowledgements off for this end: it neither waits for them nor sends them.
- * Call it right after opening or accepting, at both ends. 0, or 1 and nothing is changed. */
+ * Call it right after opening or accepting, at both ends. 0, or 1 and nothing is changed: also when the stream is not
+ * open. */
 KIV_API int kiv_socket_set_tcp_nodelay(KIV_STREAM *stream);
 
 /** Puts a piggyback character before the header of every chunk from the next one on, in both directions. Call it
- * right after opening or accepting, at both ends. */
+ * right after opening or accepting, at both ends.
+ *
+ * When the send buffer is full already (1023 bytes), the next flush sends it as two chunks, "+" and "*", of which the
+ * first is acknowledged. When either fails, all of the buffer is dropped. */
 KIV_API void kiv_socket_enable_secondary_channel(KIV_STREAM *stream);
 
 /** Sets the function that is asked for a value whenever a chunk is sent; null for none. */
@@ -182,8 +191,10 @@ KIV_API int32_t kiv_socket_read(KIV_STREAM *stream, void *buffer, int32_t n);
 KIV_API int32_t kiv_socket_terminated_read(KIV_STREAM *stream, void *buffer, int32_t n, char terminator);
 
 /** Reads a line of at most size - 1 bytes, its LF included, and gives its length without the LF, which is dropped. The
- * buffer gets a zero behind the line. A longer line is continued by the next call. Empty lines give 0 and so do
- * failures; the error flag tells. When size < 1 nothing is done. */
+ * buffer gets a zero behind the line. A longer line is continued by the next call. When size < 1 nothing is done.
+ *
+ * Empty lines give 0, and so do failures and the end of the connection, which need not set the error flag. Where empty
+ * lines may come use kiv_socket_terminated_read: it gives 1 for an empty line and 0 at the end. */
 KIV_API int32_t kiv_socket_read_line(KIV_STREAM *stream, char *buffer, int32_t size);
 
 /** @}
@@ -195,9 +206,11 @@ KIV_API int32_t kiv_socket_read_line(KIV_STREAM *stream, char *buffer, int32_t s
  * not acknowledged (they are). 0 when n < 1 or the error flag is set. */
 KIV_API int32_t kiv_socket_buffered_write(KIV_STREAM *stream, const void *data, int32_t n);
 
-/** Sends what the send buffer has as one chunk. 0, also when there is nothing. 1 when the error flag is set or the
- * chunk could not be sent; the send buffer is then empty too. When the record is damaged, so that the send buffer
- * cannot hold what it claims, kiv_socket_die("stream buffer size inconsistency", 1). */
+/** Sends what the send buffer has as one chunk, or two: see kiv_socket_enable_secondary_channel. 0, also when there is
+ * nothing. 1 when the error flag is set or a chunk could not be sent; what was to be sent is dropped.
+ *
+ * When the record is damaged, so that the send buffer cannot hold what it claims, kiv_socket_die("stream buffer size
+ * inconsistency", 1); so do other writes. */
 KIV_API int kiv_socket_flush(KIV_STREAM *stream);
 
 /** kiv_socket_buffered_write, then kiv_socket_flush. Gives the count of the former; a flush that failed shows in the

@@ -25,11 +25,10 @@ KIV_LAYOUT_32(offsetof(KIV_STREAM, header_room) == 1086 && offsetof(KIV_STREAM, 
 KIV_LAYOUT_32(sizeof(KIV_STREAM) == 2116);
 
 namespace kiv {
-
-/// The socket message buffer. One for the process, unlocked. Look at it in a debugger.
-char socket_message[1024];
-
 namespace {
+
+/// The socket message buffer. One for the process, unlocked.
+char socket_message[1024];
 
 constexpr int kBacklog = 5;
 constexpr size_t kNameSize = 256;
@@ -109,7 +108,12 @@ int kiv_start_server(KIV_SERVER *server, uint16_t port) {
   return 0;
 }
 
-int kiv_stop_server(KIV_SERVER *server) { return os::socket_close(server->socket); }
+int kiv_stop_server(KIV_SERVER *server) {
+  // Another socket may get the number; a second call must not close that.
+  const os::Socket socket = server->socket;
+  server->socket = os::kNoSocket;
+  return os::socket_close(socket);
+}
 
 int kiv_socket_accept(const KIV_SERVER *server, KIV_STREAM *stream, char *peer) {
   os::Endpoint client{};
@@ -136,7 +140,8 @@ int kiv_open_stream(KIV_STREAM *stream, const char *host, uint16_t port) {
   if (stream->socket == os::kNoSocket) return kiv::set_up_failed("Error socket", static_cast<int>(stream->socket));
   // From here on a failure leaves the socket open: callers look at it, and close it themselves.
   os::Endpoint server{{}, port};
-  if (host == nullptr || !os::host_address(host, &server.address)) {
+  // An empty name would be this host to some resolvers.
+  if (host == nullptr || *host == '\0' || !os::host_address(host, &server.address)) {
     std::snprintf(kiv::socket_message, sizeof kiv::socket_message, "gethostbyname");
     return 1;
   }
@@ -152,7 +157,7 @@ int kiv_close_stream(KIV_STREAM *stream) {
 }
 
 int kiv_socket_set_tcp_nodelay(KIV_STREAM *stream) {
-  if (!os::socket_set_no_delay(stream->socket)) return 1;
+  if (stream->is_open == 0 || !os::socket_set_no_delay(stream->socket)) return 1;
   stream->no_delay = 1;
   return 0;
 }

@@ -80,6 +80,7 @@ int kiv_socket_flush(KIV_STREAM *stream) {
   kiv::require_consistent(stream);
   if (stream->send_fill > kiv::payload_capacity(stream) &&
       !(kiv::send_full_chunk(stream) && kiv::await_acknowledgement(stream))) {
+    stream->send_fill = 0;
     return 1;
   }
   if (stream->send_fill == 0) return 0;

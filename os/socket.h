@@ -35,8 +35,8 @@ int socket_last_error();
 bool tcp_protocol(int *protocol);
 Socket socket_create(int protocol);
 bool socket_connect(Socket socket, Endpoint peer);
-/// Binds to all addresses of this host, and to a port that no other server has. One that was closed a moment ago does
-/// not count.
+/// Binds to all addresses of this host, and to a port that no other server has. One that was closed does not count; on
+/// Windows it does while connections live that it accepted.
 bool socket_bind(Socket socket, uint16_t port);
 bool socket_listen(Socket socket, int backlog);
 /// Waits for a connection. kNoSocket on failure, also for a peer that has no IPv4 address.

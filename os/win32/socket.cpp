@@ -48,8 +48,10 @@ bool socket_connect(Socket socket, Endpoint peer) {
   return connect(handle_of(socket), reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
 }
 
-// Without SO_REUSEADDR, which lets servers share a port here. Dying connections are no obstacle.
 bool socket_bind(Socket socket, uint16_t port) {
+  // Without it a server that asks for SO_REUSEADDR gets the port of another one here.
+  const int on = 1;
+  setsockopt(handle_of(socket), SOL_SOCKET, SO_EXCLUSIVEADDRUSE, reinterpret_cast<const char *>(&on), sizeof on);
   const sockaddr_in address = to_system({{}, port});
   return bind(handle_of(socket), reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0;
 }

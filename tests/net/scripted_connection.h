@@ -27,10 +27,11 @@ inline struct ScriptedConnection {
   size_t send_limit = SIZE_MAX;  // the connection breaks behind so many bytes
 } connection;
 
-inline std::unique_ptr<KIV_STREAM> scripted_stream(const std::string &incoming, bool secondary) {
-  connection = {};
-  connection.incoming = incoming;
+/// Whatever was in the record before.
+inline std::unique_ptr<KIV_STREAM> scripted_stream(const ScriptedConnection &script, bool secondary) {
+  connection = script;
   auto stream = std::make_unique<KIV_STREAM>();
+  std::memset(stream.get(), 0xA5, sizeof *stream);
   kiv_init_stream(stream.get())->is_open = 1;
   stream->secondary_channel = secondary ? 1 : 0;
   return stream;
