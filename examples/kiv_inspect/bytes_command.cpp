@@ -11,7 +11,6 @@
 #include "examples/kiv_inspect/float_format.h"
 #include "examples/kiv_inspect/number_arguments.h"
 #include "examples/kiv_inspect/output.h"
-#include "examples/kiv_inspect/program.h"
 #include "kiv_bitops.h"
 
 namespace kiv::inspect {
@@ -46,12 +45,12 @@ std::optional<BitField> parse_field(std::string_view text) {
   return field;
 }
 
-std::optional<Request> parse(Arguments arguments) {
-  const auto address = parse_address(arguments.values[1]), count = parse_count(arguments.values[2]);
+std::optional<Request> parse(const Arguments &arguments) {
+  const auto address = parse_address(arguments.values[0]), count = parse_count(arguments.values[1]);
   if (!address || !count || *count == 0) return std::nullopt;
   Request request = {*address, *count, {}};
-  if (arguments.count < 4) return request;
-  request.field = parse_field(arguments.values[3]);
+  if (arguments.count < 3) return request;
+  request.field = parse_field(arguments.values[2]);
   if (!request.field) return std::nullopt;
   // In bytes, so that nothing overflows: the field's last one.
   const uint64_t last = request.field->first / 8 + (request.field->first % 8 + request.field->width - 1) / 8;
@@ -89,6 +88,7 @@ Status print_bytes(const MemoryMap &memory, const Request &request, Output &outp
   Status status;
   for (uint64_t at = 0; at < request.count && status.ok() && !output.has_failed(); at += kBytesPerLine) {
     const auto count = static_cast<uint32_t>(std::min<uint64_t>(request.count - at, kBytesPerLine));
+    output.progress(at, request.count);
     status = print_line(memory, request.address + at, count, output);
   }
   return status;
@@ -139,15 +139,15 @@ Status print_field(const MemoryMap &memory, const Request &request, Output &outp
 
 Status show(const Arguments &arguments, const Request &request) {
   const Errors &errors = arguments.errors;
-  Program program(errors, arguments.allocator);
-  Status status = program.load(arguments.values[0]);
+  Program &program = arguments.program;
+  Status status = program.load(arguments.path);
   if (status.ok()) status = program.load_memory();
   if (!status.ok()) return status;
   const MemoryMap &memory = program.memory();
   if (!memory.contains(request.address, request.count)) {
     return errors.failure("these addresses are not all in the program[|]");
   }
-  Output output(stdout, errors, arguments.allocator);
+  Output output(arguments.out, errors, arguments.allocator);
   status = print_bytes(memory, request, output);
   if (status.ok() && request.field) status = print_field(memory, request, output);
   return status.ok() ? output.finish() : status;
@@ -156,9 +156,9 @@ Status show(const Arguments &arguments, const Request &request) {
 }  // namespace
 
 Outcome run_bytes(Arguments arguments) {
-  const auto request = parse(arguments);
+  const auto request = arguments.take_path() ? parse(arguments) : std::nullopt;
   if (!request) return Outcome::wrong_usage;
-  return finish(arguments, show(arguments, *request), "bytes of \"[0_S]\" cannot be shown[|]", arguments.values[0]);
+  return finish(arguments, show(arguments, *request), "bytes of \"[0_S]\" cannot be shown[|]");
 }
 
 }  // namespace kiv::inspect

@@ -31,11 +31,21 @@ std::optional<uint64_t> Arguments::take_count(int place) {
   return number;
 }
 
-Outcome finish(const Arguments &arguments, Status status, const Message &message, const char *path) {
+bool Arguments::take_path() {
+  if (path != nullptr) return true;
+  if (count < 1) return false;
+  path = values[0];
+  take_out(this, 0);
+  return true;
+}
+
+Outcome finish(const Arguments &arguments, Status status, const Message &message) {
   if (status.ok()) return Outcome::done;
   NameText text(arguments.allocator);
-  const KIV_UNICHAR *name = text.decode(path);
-  print_error(name != nullptr ? arguments.errors.add(status, message, name) : arguments.errors.out_of_memory());
+  const KIV_UNICHAR *name = text.decode(arguments.path);
+  (void)arguments.out.flush();
+  print_error(name != nullptr ? arguments.errors.add(status, message, name) : arguments.errors.out_of_memory(),
+              arguments.err);
   return Outcome::failed;
 }
 

@@ -1,10 +1,12 @@
-// The commands of the tool: one source file each, and one row of the table in main.cpp.
+// The commands of the tool: one source file each, and one row of the table in command_table.cpp.
 #ifndef KIV_INSPECT_COMMAND_H
 #define KIV_INSPECT_COMMAND_H
 
 #include <optional>
 #include <string_view>
 
+#include "examples/kiv_inspect/program.h"
+#include "examples/kiv_inspect/sink.h"
 #include "examples/kiv_inspect/status.h"
 #include "kiv_allocator.h"
 
@@ -13,32 +15,42 @@ namespace kiv::inspect {
 /// What a command comes to, and the exit status of the program.
 enum class Outcome { done = 0, failed = 1, wrong_usage = 2 };
 
-/// What follows the command's name on the command line, and where its memory and its failures come from.
+/// What follows the command's name on the command line or in a request, where its memory and its failures come from,
+/// and where its text goes.
 struct Arguments {
   int count;
   char **values;
   KIV_ALLOCATOR *allocator;
   const Errors &errors;
+  Program &program;  // for commands that look into one
+  const char *path;  // its; null: it is among the arguments
+  Sink &out;
+  Sink &err;
 
   /// Takes an option out, wherever it stands. Gives its place, or -1 when it is not there.
   int take_option(std::string_view name);
 
   /// Takes out what now stands at that place, behind an option that was there, when it is a number.
   std::optional<uint64_t> take_count(int place);
+
+  /// Takes out the path of the program, which now comes first, unless it is known already. False when it is missing.
+  bool take_path();
 };
 
 struct Command {
   const char *name;
-  const char *arguments;
-  int least, most;      // how many arguments, options included
-  const char *help[5];  // lines; null ones are none
+  const char *options;   // and a blank; what stands in front of the program
+  const char *operands;  // what stands behind it; null: there is no program
+  bool is_request;       // whether a server answers it
+  int least, most;       // how many arguments, options and the program included
+  const char *help[5];   // lines; null ones are none
   /// Wrong usage is told before anything is printed.
   Outcome (*run)(Arguments arguments);
 };
 
-/// The end of a command that looked into the program at path. A failure is printed with the message in front, which
-/// tells what could not be done; its argument [0_S] is the path.
-Outcome finish(const Arguments &arguments, Status status, const Message &message, const char *path);
+/// The end of a command that looked into the program. A failure is printed with the message in front, which tells what
+/// could not be done; its argument [0_S] is the path.
+Outcome finish(const Arguments &arguments, Status status, const Message &message);
 
 Outcome run_symbols(Arguments arguments);
 Outcome run_resolve(Arguments arguments);
@@ -46,6 +58,8 @@ Outcome run_ranges(Arguments arguments);
 Outcome run_constants(Arguments arguments);
 Outcome run_tree(Arguments arguments);
 Outcome run_bytes(Arguments arguments);
+Outcome run_serve(Arguments arguments);
+Outcome run_ask(Arguments arguments);
 
 }  // namespace kiv::inspect
 

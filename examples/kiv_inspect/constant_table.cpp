@@ -39,6 +39,7 @@ Status ConstantTable::add(ConstantKind kind, std::string_view name, const Consta
     return errors_.out_of_memory();
   *last_ = added;
   last_ = &added->next;
+  ++count_;
   return {};
 }
 

@@ -39,6 +39,7 @@ class ConstantTable {
   Status add(ConstantKind kind, std::string_view name, const ConstantValue &value);
 
   const Constant *first() const { return first_; }
+  uint32_t count() const { return count_; }
 
   /// Memory that lasts as long as the table, for readers that fill it.
   KIV_ALLOCATOR *pool() const { return pool_; }
@@ -53,6 +54,7 @@ class ConstantTable {
   KIV_OBJ *values_ = nullptr;
   Constant *first_ = nullptr;
   Constant **last_ = &first_;
+  uint32_t count_ = 0;
 };
 
 }  // namespace kiv::inspect

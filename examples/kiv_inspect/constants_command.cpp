@@ -4,7 +4,6 @@
 #include "examples/kiv_inspect/command.h"
 #include "examples/kiv_inspect/name_pattern.h"
 #include "examples/kiv_inspect/output.h"
-#include "examples/kiv_inspect/program.h"
 
 namespace kiv::inspect {
 namespace {
@@ -32,16 +31,18 @@ Status print_constant(const Constant &constant, const NamePattern &pattern, cons
 
 Status list(const Arguments &arguments) {
   const Errors &errors = arguments.errors;
-  Program program(errors, arguments.allocator);
-  Status status = program.load(arguments.values[0]);
+  Program &program = arguments.program;
+  Status status = program.load(arguments.path);
   if (status.ok()) status = program.load_constants();
   if (!status.ok()) return status;
   Texts texts = {NameText(arguments.allocator), NameText(arguments.allocator)};
   NamePattern pattern(arguments.allocator);
-  if (!pattern.set(arguments.count > 1 ? arguments.values[1] : nullptr, false)) return errors.out_of_memory();
-  Output output(stdout, errors, arguments.allocator);
+  if (!pattern.set(arguments.count > 0 ? arguments.values[0] : nullptr, false)) return errors.out_of_memory();
+  Output output(arguments.out, errors, arguments.allocator);
   const Constant *constant = program.constants().first();
+  uint64_t done = 0;
   for (; constant != nullptr && status.ok() && !output.has_failed(); constant = constant->next) {
+    output.progress(done++, program.constants().count());
     status = print_constant(*constant, pattern, errors, texts, output);
   }
   return status.ok() ? output.finish() : status;
@@ -50,7 +51,8 @@ Status list(const Arguments &arguments) {
 }  // namespace
 
 Outcome run_constants(Arguments arguments) {
-  return finish(arguments, list(arguments), "the constants of \"[0_S]\" cannot be listed[|]", arguments.values[0]);
+  if (!arguments.take_path()) return Outcome::wrong_usage;
+  return finish(arguments, list(arguments), "the constants of \"[0_S]\" cannot be listed[|]");
 }
 
 }  // namespace kiv::inspect

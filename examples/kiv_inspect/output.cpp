@@ -17,10 +17,18 @@ namespace kiv::inspect {
 
 namespace {
 
-int print_to_stream(void *stream, const char *format, ...) {
+/// Prints what is short: a character, a number or a label.
+int print_short(Sink &sink, const char *format, va_list arguments) {
+  char text[128];
+  const int length = std::vsnprintf(text, sizeof text, format, arguments);
+  if (length > 0) sink.write(text, std::min(static_cast<size_t>(length), sizeof text - 1));
+  return length;
+}
+
+int print_to_sink(void *sink, const char *format, ...) {
   va_list arguments;
   va_start(arguments, format);
-  const int length = std::vfprintf(static_cast<std::FILE *>(stream), format, arguments);
+  const int length = print_short(*static_cast<Sink *>(sink), format, arguments);
   va_end(arguments);
   return length;
 }
@@ -45,27 +53,27 @@ bool can_be_written(KIV_UNICHAR c) {
   return static_cast<KIV_UNICHAR>(wide) == c && std::wcrtomb(bytes, wide, &state) != static_cast<size_t>(-1);
 }
 
-void print_character(KIV_UNICHAR c, FILE *stream) {
+void print_character(KIV_UNICHAR c, Sink &sink) {
   const KIV_UNICHAR text[] = {c, 0};
   if (c < 0x80 || (!is_formatting(c) && can_be_written(c))) {
-    (void)kiv_string_print_verbose_control_chars(text, stream, print_to_stream);
+    (void)kiv_string_print_verbose_control_chars(text, &sink, print_to_sink);
   } else {
-    std::fprintf(stream, "\\x%" PRIX32, c);
+    (void)print_to_sink(&sink, "\\x%" PRIX32, c);
   }
 }
 
 /// The printer of error records. Their strings come as "%S", and have to be harmless, too.
 int print_harmless(void *destination, const char *format, ...) {
-  auto *stream = static_cast<FILE *>(destination);
+  auto &sink = *static_cast<Sink *>(destination);
   va_list arguments;
   va_start(arguments, format);
   int result = 0;
   if (std::strcmp(format, "%S") == 0) {
     for (const wchar_t *c = va_arg(arguments, const wchar_t *); *c != 0; ++c) {
-      print_character(static_cast<KIV_UNICHAR>(*c), stream);
+      print_character(static_cast<KIV_UNICHAR>(*c), sink);
     }
   } else {
-    result = std::vfprintf(stream, format, arguments);
+    result = print_short(sink, format, arguments);
   }
   va_end(arguments);
   return result;
@@ -74,41 +82,38 @@ int print_harmless(void *destination, const char *format, ...) {
 }  // namespace
 
 // Nearly all characters are plain: runs of them are written in one go.
-void print_visible(const KIV_UNICHAR *text, FILE *stream) {
+void print_visible(const KIV_UNICHAR *text, Sink &sink) {
   char run[128];
   while (*text != 0) {
     size_t length = 0;
     while (length < sizeof run && is_plain(*text)) run[length++] = static_cast<char>(*text++);
-    (void)std::fwrite(run, 1, length, stream);
-    if (*text != 0 && !is_plain(*text)) print_character(*text++, stream);
+    if (length > 0) sink.write(run, length);
+    if (*text != 0 && !is_plain(*text)) print_character(*text++, sink);
   }
 }
 
 Status Output::print(const char *message, const void *const *words) {
   if (kiv_i18n_prn8(nullptr, buffer_, kBufferSize, nullptr, message, words[0], words[1], words[2], words[3], words[4],
                     words[5], words[6], words[7]) == 0) {
-    print_visible(buffer_, stream_);
+    print_visible(buffer_, sink_);
   } else {
     const KIV_STRING text = kiv_i18n_prna8(nullptr, allocator_, message, words[0], words[1], words[2], words[3],
                                            words[4], words[5], words[6], words[7]);
     if (text == nullptr) return errors_.out_of_memory();
-    print_visible(text, stream_);
+    print_visible(text, sink_);
     kiv_string_delete(allocator_, text);
   }
-  (void)std::putc('\n', stream_);
+  sink_.write("\n", 1);
   return {};
 }
 
 Status Output::finish() {
   errno = 0;
-  if (std::fflush(stream_) == 0 && !has_failed()) return {};
+  if (sink_.flush()) return {};
   if (errno == 0) return errors_.failure("the output cannot be written[|]");
   return errors_.system_failure("the output cannot be written: [0_S][|]");
 }
 
-void print_error(Status status) {
-  (void)std::fflush(stdout);
-  kiv_error_print(status.error, stderr, print_harmless);
-}
+void print_error(Status status, Sink &sink) { kiv_error_print(status.error, &sink, print_harmless); }
 
 }  // namespace kiv::inspect

@@ -2,9 +2,8 @@
 #ifndef KIV_INSPECT_OUTPUT_H
 #define KIV_INSPECT_OUTPUT_H
 
-#include <cstdio>
-
 #include "examples/kiv_inspect/message_words.h"
+#include "examples/kiv_inspect/sink.h"
 #include "examples/kiv_inspect/status.h"
 #include "kiv_types.h"
 
@@ -12,7 +11,7 @@ namespace kiv::inspect {
 
 /// Prints a text as the locale shows it. What has no shape becomes visible: control characters as ^A, others that are
 /// not printable as \x and their number. A name from a hostile file cannot play with a terminal.
-void print_visible(const KIV_UNICHAR *text, FILE *stream);
+void print_visible(const KIV_UNICHAR *text, Sink &sink);
 
 /// A message that shows an address in all of its digits, for programs of either width.
 struct AddressMessage {
@@ -21,23 +20,26 @@ struct AddressMessage {
   const char *of(int digits) const { return digits == 8 ? with_8_digits : with_16_digits; }
 };
 
-/// Lines of a stream. One that does not fit in the buffer takes its memory from the allocator, and gives it back.
+/// Lines of a sink. One that does not fit in the buffer takes its memory from the allocator, and gives it back.
 class Output {
  public:
-  /// REQUIRES: errors and allocator outlive this.
-  Output(FILE *stream, const Errors &errors, KIV_ALLOCATOR *allocator)
-      : stream_(stream), errors_(errors), allocator_(allocator) {}
+  /// REQUIRES: sink, errors and allocator outlive this.
+  Output(Sink &sink, const Errors &errors, KIV_ALLOCATOR *allocator)
+      : sink_(sink), errors_(errors), allocator_(allocator) {}
   Output(const Output &) = delete;
   Output &operator=(const Output &) = delete;
 
-  /// Prints a message with its values, and a line end. Whether the stream could be written, finish() tells.
+  /// Prints a message with its values, and a line end. Whether it could be written, finish() tells.
   template <class... Values>
   Status line(const char *message, const Values &...values) {
     return print(message, MessageWords(values...).words());
   }
 
-  /// Whether the stream has failed, so that further lines are of no use.
-  bool has_failed() const { return std::ferror(stream_) != 0; }
+  /// Whether the sink has failed, so that further lines are of no use.
+  bool has_failed() const { return sink_.has_failed(); }
+
+  /// How far the output has come.
+  void progress(uint64_t done, uint64_t total) { sink_.progress(done, total); }
 
   /// Ends the output: a failure when it could not be written.
   Status finish();
@@ -47,14 +49,14 @@ class Output {
 
   static constexpr uint32_t kBufferSize = 512;  // code points
 
-  FILE *stream_;
+  Sink &sink_;
   const Errors &errors_;
   KIV_ALLOCATOR *allocator_;
   KIV_UNICHAR buffer_[kBufferSize];
 };
 
-/// Prints the record of a failure to standard error.
-void print_error(Status status);
+/// Prints the record of a failure.
+void print_error(Status status, Sink &sink);
 
 }  // namespace kiv::inspect
 

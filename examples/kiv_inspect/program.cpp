@@ -7,11 +7,6 @@
 #include "examples/kiv_inspect/type_reader.h"
 
 namespace kiv::inspect {
-namespace {
-
-constexpr uint32_t kChunkSize = 1u << 16;
-
-}  // namespace
 
 Status read_symbols(ByteView file, SymbolTable &table) {
   ProgramFormat format;
@@ -23,46 +18,61 @@ Status read_symbols(ByteView file, SymbolTable &table) {
 Program::Program(const Errors &errors, KIV_ALLOCATOR *parent)
     : errors_(errors),
       parent_(parent),
-      memory_(kiv_allocator_wrap_new(&storage_, parent, 0)),
+      pool_(parent),
       symbols_(errors),
       sections_(errors),
       constants_(errors),
       types_(errors),
       memory_map_(errors) {}
 
-Program::~Program() {
-  if (memory_ != nullptr) kiv_allocator_wrap_delete(memory_);
+/// Whether a part is there; from now on it is, or has failed.
+bool Program::has(Part part) {
+  const bool was_there = (parts_ & part) != 0;
+  parts_ |= part;
+  return was_there;
+}
+
+Status Program::loaded(Status status) {
+  if (!status.ok()) has_failed_ = true;
+  return status;
 }
 
 Status Program::load(const char *path) {
-  if (memory_ == nullptr || kiv_allocator_fast_new(&pool_, memory_, 0, nullptr, 0, kChunkSize) != 0)
-    return errors_.out_of_memory();
-  return read_file(errors_, path, memory_, &file_);
+  if (has(kFile)) return {};
+  return loaded(pool_.ok() ? read_file(errors_, path, pool_.memory(), &file_) : errors_.out_of_memory());
 }
 
 Status Program::load_symbols() {
-  const Status status = symbols_.open(&pool_);
-  return status.ok() ? errors_.add(read_symbols(file_, symbols_), "its symbols cannot be read[|]") : status;
+  if (has(kSymbols)) return {};
+  Status status = symbols_.open(pool_.pool());
+  if (status.ok()) status = errors_.add(read_symbols(file_, symbols_), "its symbols cannot be read[|]");
+  return loaded(status);
 }
 
 Status Program::load_extents() {
-  const Status status = sections_.open(file_, &pool_);
+  if (has(kExtents)) return {};
+  const Status status = sections_.open(file_, pool_.pool());
   if (status.ok()) symbols_.estimate_sizes(sections_);
-  return errors_.add(status, "its sections cannot be read[|]");
+  return loaded(errors_.add(status, "its sections cannot be read[|]"));
 }
 
 Status Program::load_constants() {
-  const Status status = constants_.open(&pool_, parent_);
-  return status.ok() ? errors_.add(read_constants(file_, constants_), "its constants cannot be read[|]") : status;
+  if (has(kConstants)) return {};
+  Status status = constants_.open(pool_.pool(), parent_);
+  if (status.ok()) status = errors_.add(read_constants(file_, constants_), "its constants cannot be read[|]");
+  return loaded(status);
 }
 
 Status Program::load_types() {
-  const Status status = types_.open(&pool_);
-  return status.ok() ? errors_.add(read_types(file_, types_), "its types cannot be read[|]") : status;
+  if (has(kTypes)) return {};
+  Status status = types_.open(pool_.pool());
+  if (status.ok()) status = errors_.add(read_types(file_, types_), "its types cannot be read[|]");
+  return loaded(status);
 }
 
 Status Program::load_memory() {
-  return errors_.add(memory_map_.open(file_, &pool_), "its memory cannot be laid out[|]");
+  if (has(kMemory)) return {};
+  return loaded(errors_.add(memory_map_.open(file_, pool_.pool()), "its memory cannot be laid out[|]"));
 }
 
 }  // namespace kiv::inspect

@@ -5,6 +5,7 @@
 #include "examples/kiv_inspect/byte_view.h"
 #include "examples/kiv_inspect/constant_table.h"
 #include "examples/kiv_inspect/memory_map.h"
+#include "examples/kiv_inspect/memory_pool.h"
 #include "examples/kiv_inspect/section_table.h"
 #include "examples/kiv_inspect/status.h"
 #include "examples/kiv_inspect/symbol_table.h"
@@ -16,17 +17,17 @@ namespace kiv::inspect {
 /// Reads the symbols of a program of any known format into an open table.
 Status read_symbols(ByteView file, SymbolTable &table);
 
-/// All memory comes from a wrapping allocator, so that one call gives everything back; small blocks from a pool on it.
-/// The objects among the constants are deleted one by one, and come from the parent.
+/// All memory comes from a pool, so that one call gives everything back. The objects among the constants are deleted
+/// one by one, and come from the parent.
 class Program {
  public:
   /// REQUIRES: errors and parent outlive the program.
   Program(const Errors &errors, KIV_ALLOCATOR *parent);
-  ~Program();
   Program(const Program &) = delete;
   Program &operator=(const Program &) = delete;
 
-  /// Reads the file. To be called once, before one or more of the following, each of which is called once.
+  /// Reads the file, before any of the following. Each part is read once; further calls find it there. After a failure
+  /// the program is of no further use.
   Status load(const char *path);
 
   Status load_symbols();
@@ -36,20 +37,25 @@ class Program {
   Status load_types();
   Status load_memory();
 
+  /// Whether a part could not be read.
+  bool has_failed() const { return has_failed_; }
+
   const SymbolTable &symbols() const { return symbols_; }
   const SectionTable &sections() const { return sections_; }
   const ConstantTable &constants() const { return constants_; }
   TypeTable &types() { return types_; }
   const MemoryMap &memory() const { return memory_map_; }
 
-  /// Memory that lasts as long as the program. After load.
-  KIV_ALLOCATOR *pool() { return &pool_; }
-
  private:
+  enum Part : unsigned { kFile = 1, kSymbols = 2, kExtents = 4, kConstants = 8, kTypes = 16, kMemory = 32 };
+  bool has(Part part);
+  Status loaded(Status status);
+
   const Errors &errors_;
   KIV_ALLOCATOR *parent_;
-  KIV_ALLOCATOR storage_ = {}, pool_ = {};
-  KIV_ALLOCATOR *memory_;  // null when it could not be made
+  MemoryPool pool_;
+  unsigned parts_ = 0;
+  bool has_failed_ = false;
   ByteView file_;
   SymbolTable symbols_;
   SectionTable sections_;

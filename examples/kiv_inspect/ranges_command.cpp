@@ -7,7 +7,6 @@
 #include "examples/kiv_inspect/name_text.h"
 #include "examples/kiv_inspect/number_arguments.h"
 #include "examples/kiv_inspect/output.h"
-#include "examples/kiv_inspect/program.h"
 #include "examples/kiv_inspect/program_format.h"
 
 namespace kiv::inspect {
@@ -17,22 +16,25 @@ constexpr AddressMessage kLine = {"[0_u64x.8] [1_u64x.8] [2_c] [3_S][|]", "[0_u6
 
 Status list(const Arguments &arguments, AddressRange range) {
   const Errors &errors = arguments.errors;
-  Program program(errors, arguments.allocator);
-  Status status = program.load(arguments.values[0]);
+  Program &program = arguments.program;
+  Status status = program.load(arguments.path);
   if (status.ok()) status = program.load_symbols();
   if (status.ok()) status = program.load_extents();
   if (!status.ok()) return status;
   if (!program.sections().is_linked()) return errors.failure(kNotLinked);
 
+  MemoryPool memory(arguments.allocator);
+  if (!memory.ok()) return errors.out_of_memory();
   AddressIndex index(errors);
   PointerVector<Occupant> found(arguments.allocator, by_first_address);
-  status = index.open(program.sections(), program.symbols(), program.pool());
+  status = index.open(program.sections(), program.symbols(), memory.pool());
   if (status.ok()) status = index.find(range, &found);
   found.sort();
   NameText text(arguments.allocator);
-  Output output(stdout, errors, arguments.allocator);
+  Output output(arguments.out, errors, arguments.allocator);
   const char *line = kLine.of(program.symbols().address_digits);
   for (uint32_t i = 0; i < found.count() && status.ok() && !output.has_failed(); ++i) {
+    output.progress(i, found.count());
     const Occupant &occupant = found[i];
     const KIV_UNICHAR *name = text.decode(occupant.name());
     if (name == nullptr) return errors.out_of_memory();
@@ -45,10 +47,10 @@ Status list(const Arguments &arguments, AddressRange range) {
 }  // namespace
 
 Outcome run_ranges(Arguments arguments) {
-  const auto low = parse_address(arguments.values[1]), high = parse_address(arguments.values[2]);
+  if (!arguments.take_path()) return Outcome::wrong_usage;
+  const auto low = parse_address(arguments.values[0]), high = parse_address(arguments.values[1]);
   if (!low || !high || *low > *high) return Outcome::wrong_usage;
-  return finish(arguments, list(arguments, {*low, *high}), "ranges of \"[0_S]\" cannot be listed[|]",
-                arguments.values[0]);
+  return finish(arguments, list(arguments, {*low, *high}), "ranges of \"[0_S]\" cannot be listed[|]");
 }
 
 }  // namespace kiv::inspect

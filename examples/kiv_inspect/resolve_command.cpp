@@ -7,7 +7,6 @@
 #include "examples/kiv_inspect/name_text.h"
 #include "examples/kiv_inspect/number_arguments.h"
 #include "examples/kiv_inspect/output.h"
-#include "examples/kiv_inspect/program.h"
 
 namespace kiv::inspect {
 namespace {
@@ -45,7 +44,7 @@ Status print_named(const SymbolTable &symbols, const NameLookup::Match *matches,
 /// Finds all names that are asked for in one go.
 Status look_up(const Arguments &arguments, const SymbolTable &symbols, NameText &text, NameLookup *lookup) {
   bool any = false;
-  for (int i = 1; i < arguments.count; ++i) {
+  for (int i = 0; i < arguments.count; ++i) {
     if (!is_name(arguments.values[i])) continue;
     any = true;
     const KIV_UNICHAR *name = text.decode(arguments.values[i]);
@@ -57,16 +56,19 @@ Status look_up(const Arguments &arguments, const SymbolTable &symbols, NameText 
 
 Status resolve(const Arguments &arguments) {
   const Errors &errors = arguments.errors;
-  Program program(errors, arguments.allocator);
-  Status status = program.load(arguments.values[0]);
+  Program &program = arguments.program;
+  Status status = program.load(arguments.path);
   if (status.ok()) status = program.load_symbols();
   if (!status.ok()) return status;
   const SymbolTable &symbols = program.symbols();
   NameText text(arguments.allocator);
-  NameLookup lookup(errors, program.pool());
+  MemoryPool memory(arguments.allocator);
+  if (!memory.ok()) return errors.out_of_memory();
+  NameLookup lookup(errors, memory.pool());
   status = look_up(arguments, symbols, text, &lookup);
-  Output output(stdout, errors, arguments.allocator);
-  for (int i = 1; i < arguments.count && status.ok() && !output.has_failed(); ++i) {
+  Output output(arguments.out, errors, arguments.allocator);
+  for (int i = 0; i < arguments.count && status.ok() && !output.has_failed(); ++i) {
+    output.progress(static_cast<uint64_t>(i), static_cast<uint64_t>(arguments.count));
     if (!is_name(arguments.values[i])) {
       status = print_nearest(symbols, *parse_address(arguments.values[i]), text, output);
       continue;
@@ -81,10 +83,11 @@ Status resolve(const Arguments &arguments) {
 }  // namespace
 
 Outcome run_resolve(Arguments arguments) {
-  for (int i = 1; i < arguments.count; ++i) {
+  if (!arguments.take_path()) return Outcome::wrong_usage;
+  for (int i = 0; i < arguments.count; ++i) {
     if (!is_name(arguments.values[i]) && !parse_address(arguments.values[i])) return Outcome::wrong_usage;
   }
-  return finish(arguments, resolve(arguments), "addresses in \"[0_S]\" cannot be resolved[|]", arguments.values[0]);
+  return finish(arguments, resolve(arguments), "addresses in \"[0_S]\" cannot be resolved[|]");
 }
 
 }  // namespace kiv::inspect

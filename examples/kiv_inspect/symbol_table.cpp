@@ -41,6 +41,7 @@ Status SymbolTable::add(const Symbol &symbol) {
   if (known == nullptr) {
     known = place(pool_, symbol);
     if (known == nullptr || kiv_avl_insert(by_name_, known) != 0) return errors_.out_of_memory();
+    ++count_;
     return kiv_avl_insert(in_order_, known) == 0 ? Status{} : errors_.out_of_memory();
   }
   known->size = std::max(known->size, symbol.size);

@@ -59,6 +59,8 @@ class SymbolTable {
   /// The best symbol at the greatest address that is not above the given one, or null.
   const Symbol *nearest(uint64_t address) const;
 
+  uint32_t count() const { return count_; }
+
   /// Calls function(symbol, context) in order until it gives 0.
   void walk(KIV_AVL_WALK function, void *context) const;
 
@@ -76,6 +78,7 @@ class SymbolTable {
   KIV_ALLOCATOR *pool_ = nullptr;
   KIV_AVL_TREE *in_order_ = nullptr;
   KIV_AVL_TREE *by_name_ = nullptr;
+  uint32_t count_ = 0;
 };
 
 }  // namespace kiv::inspect

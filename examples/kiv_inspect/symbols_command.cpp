@@ -8,7 +8,6 @@
 #include "examples/kiv_inspect/command.h"
 #include "examples/kiv_inspect/name_pattern.h"
 #include "examples/kiv_inspect/output.h"
-#include "examples/kiv_inspect/program.h"
 #include "examples/kiv_inspect/symbol_order.h"
 
 namespace kiv::inspect {
@@ -20,11 +19,10 @@ struct Options {
   Order order = Order::address;
   uint64_t most = UINT64_MAX;  // symbols, by size
   bool is_regex = false;
-  const char *path = nullptr;
   const char *pattern = nullptr;  // null: all symbols
 };
 
-std::optional<Options> parse(Arguments arguments) {
+std::optional<Options> parse(Arguments &arguments) {
   Options options;
   const int by_size = arguments.take_option("--by-size");
   if (by_size >= 0) {
@@ -36,9 +34,10 @@ std::optional<Options> parse(Arguments arguments) {
     options.order = Order::name;
   }
   options.is_regex = arguments.take_option("--regex") >= 0;
-  if (arguments.count < (options.is_regex ? 2 : 1) || arguments.count > 2 || options.most == 0) return std::nullopt;
-  options.path = arguments.values[0];
-  if (arguments.count > 1) options.pattern = arguments.values[1];
+  if (!arguments.take_path() || arguments.count < (options.is_regex ? 1 : 0) || arguments.count > 1)
+    return std::nullopt;
+  if (options.most == 0) return std::nullopt;
+  if (arguments.count > 0) options.pattern = arguments.values[0];
   return options;
 }
 
@@ -55,17 +54,19 @@ class Listing {
         name_(arguments.allocator),
         chosen_(arguments.allocator, by_name_and_address),
         largest_(arguments.allocator, options.most),
-        output_(stdout, arguments.errors, arguments.allocator) {
+        output_(arguments.out, arguments.errors, arguments.allocator) {
     if (!pattern_.set(options.pattern, options.is_regex)) status_ = errors_.out_of_memory();
   }
 
   Status print(const SymbolTable &symbols) {
     line_ = (order_ == Order::size ? kSizeLine : kLine).of(symbols.address_digits);
+    all_ = symbols.count();
     if (status_.ok()) symbols.walk(take, this);
     if (order_ == Order::name) chosen_.sort();
     if (status_.ok() && !largest_.move_to(&chosen_)) status_ = errors_.out_of_memory();
     const uint32_t count = chosen_.count();
     for (uint32_t i = 0; i < count && goes_on(); ++i) {
+      output_.progress(i, count);
       const Symbol &symbol = chosen_[order_ == Order::size ? count - 1 - i : i];
       const KIV_UNICHAR *name = name_.decode(symbol.name);
       status_ = name != nullptr ? print(symbol, name) : errors_.out_of_memory();
@@ -84,6 +85,7 @@ class Listing {
   static int take(void *value, void *context) {
     const auto &symbol = *static_cast<const Symbol *>(value);
     auto &listing = *static_cast<Listing *>(context);
+    if (listing.order_ == Order::address) listing.output_.progress(listing.seen_++, listing.all_);
     const KIV_UNICHAR *name = listing.name_.decode(symbol.name);
     if (name == nullptr) {
       listing.status_ = listing.errors_.out_of_memory();
@@ -107,12 +109,13 @@ class Listing {
   LargestSymbols largest_;
   Output output_;
   const char *line_ = nullptr;
+  uint32_t seen_ = 0, all_ = 0;  // symbols
   Status status_;
 };
 
 Status list(const Arguments &arguments, const Options &options) {
-  Program program(arguments.errors, arguments.allocator);
-  Status status = program.load(options.path);
+  Program &program = arguments.program;
+  Status status = program.load(arguments.path);
   if (status.ok()) status = program.load_symbols();
   if (status.ok() && options.order == Order::size) status = program.load_extents();
   return status.ok() ? Listing(arguments, options).print(program.symbols()) : status;
@@ -123,7 +126,7 @@ Status list(const Arguments &arguments, const Options &options) {
 Outcome run_symbols(Arguments arguments) {
   const auto options = parse(arguments);
   if (!options) return Outcome::wrong_usage;
-  return finish(arguments, list(arguments, *options), "the symbols of \"[0_S]\" cannot be listed[|]", options->path);
+  return finish(arguments, list(arguments, *options), "the symbols of \"[0_S]\" cannot be listed[|]");
 }
 
 }  // namespace kiv::inspect

@@ -1,5 +1,5 @@
-// kiv_inspect tree [--width N] PROGRAM [NAME]: draws the types of the debug information, or those in the scope or type
-// of that name, by the scopes that they are in.
+// kiv_inspect tree [--width N] [--cell N] PROGRAM [NAME]: draws the types of the debug information, or those in the
+// scope or type of that name, by the scopes that they are in, in cells of N columns at least.
 // kiv_inspect tree --navigate [--cell N] PROGRAM [NAME]: walks in them, by commands from standard input.
 
 #include <algorithm>
@@ -10,7 +10,6 @@
 #include "examples/kiv_inspect/command.h"
 #include "examples/kiv_inspect/name_text.h"
 #include "examples/kiv_inspect/output.h"
-#include "examples/kiv_inspect/program.h"
 #include "examples/kiv_inspect/type_tree.h"
 
 namespace kiv::inspect {
@@ -22,8 +21,7 @@ constexpr int32_t kWidestCell = 64;  // of a dialogue, whose drawings have at mo
 struct Options {
   bool navigates = false;
   int32_t width = 80;
-  int32_t cell = 8;  // columns of the narrowest one that is drawn
-  const char *path = nullptr;
+  int32_t cell = 8;            // columns of the narrowest one that is drawn
   const char *name = nullptr;  // null: all types
 };
 
@@ -37,7 +35,7 @@ bool take_columns(Arguments *arguments, std::string_view name, int32_t most, int
   return true;
 }
 
-std::optional<Options> parse(Arguments arguments) {
+std::optional<Options> parse(Arguments &arguments) {
   Options options;
   options.navigates = arguments.take_option("--navigate") >= 0;
   int32_t width = 0;  // of a dialogue's drawings the cell decides
@@ -46,9 +44,8 @@ std::optional<Options> parse(Arguments arguments) {
     return std::nullopt;
   }
   if (width != 0) options.width = width;
-  if (arguments.count < 1 || arguments.count > 2) return std::nullopt;
-  options.path = arguments.values[0];
-  if (arguments.count > 1) options.name = arguments.values[1];
+  if (!arguments.take_path() || arguments.count > 1) return std::nullopt;
+  if (arguments.count > 0) options.name = arguments.values[0];
   return options;
 }
 
@@ -68,18 +65,18 @@ Status find_top(const TypeTable &types, const Arguments &arguments, const char *
 }
 
 Status show(const Arguments &arguments, const Options &options) {
-  Program program(arguments.errors, arguments.allocator);
-  Status status = program.load(options.path);
+  Program &program = arguments.program;
+  Status status = program.load(arguments.path);
   if (status.ok()) status = program.load_types();
   if (!status.ok()) return status;
-  program.types().program()->name = file_name(options.path);
+  program.types().program()->name = file_name(arguments.path);
   const TypeNode *top = nullptr;
   status = find_top(program.types(), arguments, options.name, &top);
   TypeTree tree(arguments.errors, arguments.allocator);
   if (status.ok()) status = tree.build(program.types(), *top);
   if (!status.ok()) return status;
-  // The library prints by itself, to the same stream.
-  Output output(stdout, arguments.errors, arguments.allocator);
+  // The library prints by itself, to standard output: that is why a tree is nothing that a server can be asked for.
+  Output output(arguments.out, arguments.errors, arguments.allocator);
   if (options.navigates) {
     obj_tree_dump(tree.root(), options.cell);
   } else {
@@ -95,7 +92,7 @@ Status show(const Arguments &arguments, const Options &options) {
 Outcome run_tree(Arguments arguments) {
   const auto options = parse(arguments);
   if (!options) return Outcome::wrong_usage;
-  return finish(arguments, show(arguments, *options), "the types of \"[0_S]\" cannot be shown[|]", options->path);
+  return finish(arguments, show(arguments, *options), "the types of \"[0_S]\" cannot be shown[|]");
 }
 
 }  // namespace kiv::inspect

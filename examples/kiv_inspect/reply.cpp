@@ -1,0 +1,58 @@
+#include "examples/kiv_inspect/reply.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+namespace kiv::inspect {
+namespace {
+
+int32_t get_progress(void *context) { return *static_cast<const int32_t *>(context); }
+
+}  // namespace
+
+bool set_up_connection(KIV_STREAM *stream) {
+  kiv_socket_enable_secondary_channel(stream);
+  return kiv_socket_set_tcp_nodelay(stream) == 0;
+}
+
+Reply::Reply(KIV_STREAM *stream) : stream_(stream) {
+  kiv_socket_set_get_piggyback_value(stream, get_progress, &progress_);
+}
+
+Reply::~Reply() { kiv_socket_set_get_piggyback_value(stream_, nullptr, nullptr); }
+
+void Reply::end(int status) {
+  progress_ = kMostProgress;
+  char text[16];
+  const int length = std::snprintf(text, sizeof text, "%c%d\n", kReplyEnd, status);
+  send(text, static_cast<size_t>(length));
+  (void)kiv_socket_flush(stream_);
+}
+
+void Reply::send(const char *bytes, size_t size) {
+  constexpr size_t kMost = 1 << 30;
+  for (size_t part; size > 0; bytes += part, size -= part) {
+    part = std::min(size, kMost);
+    (void)kiv_socket_buffered_write(stream_, bytes, static_cast<int32_t>(part));
+  }
+}
+
+void Reply::LineSink::write(const char *text, size_t size) {
+  while (size > 0) {
+    if (!in_line_) reply_.send(&letter_, 1);
+    const auto *feed = static_cast<const char *>(std::memchr(text, '\n', size));
+    const size_t length = feed != nullptr ? static_cast<size_t>(feed - text) + 1 : size;
+    reply_.send(text, length);
+    in_line_ = feed == nullptr;
+    text += length;
+    size -= length;
+  }
+}
+
+void Reply::LineSink::progress(uint64_t done, uint64_t total) {
+  const double part = static_cast<double>(done) / static_cast<double>(total);
+  reply_.progress_ = 1 + static_cast<int32_t>((kMostProgress - 1) * std::min(part, 1.0));
+}
+
+}  // namespace kiv::inspect

@@ -1,0 +1,318 @@
+// Servers of the tool: what they answer, what they do with clients that make no sense, and what they leave behind.
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <memory>
+#include <set>
+#include <thread>
+
+#include "examples/kiv_inspect/reply.h"
+#include "examples/kiv_inspect/request_line.h"
+#include "examples/kiv_inspect/server.h"
+#include "examples/kiv_inspect/socket_system.h"
+#include "gtest/gtest.h"
+#include "tests/examples/dwarf_images.h"
+#include "tests/examples/program_images.h"
+#include "tests/support/counting_allocator.h"
+#include "tests/support/process.h"
+#include "tests/support/random.h"
+
+namespace {
+
+using namespace kiv::inspect;
+using namespace kiv::test;
+
+using Words = std::vector<std::string>;
+
+ProcessResult run_inspect(const Words &words) { return run_program(program_beside("kiv_inspect"), words); }
+
+ProcessResult ask(uint16_t port, const Words &request) {
+  Words words = {"ask", "127.0.0.1", std::to_string(port)};
+  words.insert(words.end(), request.begin(), request.end());
+  return run_inspect(words);
+}
+
+/// A server for so many clients, in a thread.
+class Serving {
+ public:
+  Serving(const std::string &path, int clients, uint32_t patience = 60) {
+    kiv_socket_init();
+    handler_ = std::make_unique<RequestHandler>(path.c_str(), memory_.record());
+    server_ = std::make_unique<Server>(*handler_, patience);
+    EXPECT_TRUE(handler_->open().ok() && server_->open(0).ok());
+    port = server_->port();
+    thread_ = std::thread([this, clients] {
+      for (int i = 0; i < clients; ++i) {
+        EXPECT_TRUE(server_->serve_client().ok());
+        levels.push_back(memory_.live_blocks());
+      }
+      ended_ = true;
+    });
+  }
+  ~Serving() { end(); }
+
+  /// Until all clients were served; when a test has failed, with others in their place.
+  void end() {
+    if (!thread_.joinable()) return;
+    for (KIV_STREAM stream; testing::Test::HasFailure() && !ended_;) {
+      if (kiv_open_stream(&stream, "127.0.0.1", port) == 0) (void)kiv_close_stream(&stream);
+    }
+    thread_.join();
+    server_.reset();
+    handler_.reset();
+    kiv_socket_finalize();
+  }
+
+  uint16_t port = 0;
+  std::vector<size_t> levels;  // blocks in use behind each client; after end()
+
+ private:
+  CountingAllocator memory_;
+  std::unique_ptr<RequestHandler> handler_;
+  std::unique_ptr<Server> server_;
+  std::atomic<bool> ended_ = false;
+  std::thread thread_;
+};
+
+/// Symbols, one with a name that needs quotes, and a gigabyte of memory.
+Image image_to_serve() {
+  return build_elf(false, ByteOrder::big,
+                   {{false, "main", 0x1000, 2, 1, 1, 0x20}, {false, "a \"b\" c", 0x1010, 1, 1, 1, 4}},
+                   {{".text", 0x1000, 0x100}, {".bss", 0x10000, 0x40000000}});
+}
+
+TEST(KivInspectServe, AnswersAsTheCommandLineDoes) {
+  DwarfBuilder builder({5, false, false, ByteOrder::big});
+  builder.begin_unit();
+  builder.entry(39, false, {{3, 8, 0, "c\nd"}, {28, 8, 0, "text"}});
+  const std::string elf = write_file("served_elf", image_to_serve()), dwarf = write_file("served_dwarf", builder.elf());
+  const std::string kProgram = "PROGRAM";
+  const struct {
+    const std::string &path;
+    std::vector<Words> requests;
+  } kRows[] = {{elf,
+                {{"symbols", kProgram},
+                 {"symbols", "--by-size", "1", kProgram, "*"},
+                 {"symbols", "--by-size", kProgram},
+                 {"symbols", kProgram, "--by-name", "--regex", " "},
+                 {"resolve", kProgram, "main", "1012", "none", "0"},
+                 {"ranges", kProgram, "1000", "ffffffff"},
+                 {"bytes", kProgram, "1000", "40", "3:12"},
+                 {"bytes", kProgram, "0", "40"},
+                 {"symbols", "--by-size", "0", kProgram},
+                 {"constants", kProgram}}},
+               {dwarf, {{"constants", kProgram}, {"constants", kProgram, "d"}, {"constants", kProgram, "c?d"}}}};
+  for (const auto &row : kRows) {
+    const size_t count = row.requests.size();
+    Serving serving(row.path, static_cast<int>(2 * count));
+    for (size_t i = 0; i < 2 * count; ++i) {
+      Words words = row.requests[i % count];
+      const auto program = std::find(words.begin(), words.end(), kProgram);
+      *program = row.path;
+      const auto local = run_inspect(words);
+      words.erase(program);
+      const auto asked = ask(serving.port, words);
+      EXPECT_EQ(asked.exit_code, local.exit_code) << words[0];
+      EXPECT_EQ(asked.out, local.out) << words[0];
+      if (local.exit_code == 2) {
+        EXPECT_TRUE(asked.err.starts_with("usage: kiv_inspect ask HOST PORT REQUEST\n  symbols [--regex]"))
+            << asked.err;
+      } else {
+        EXPECT_EQ(asked.err, local.err) << words[0];
+      }
+    }
+    serving.end();
+    // The first round may have read parts of the program; what a request takes beyond that ends with it.
+    for (size_t i = count; i < serving.levels.size(); ++i) EXPECT_EQ(serving.levels[i], serving.levels[count - 1]) << i;
+  }
+  std::remove(elf.c_str());
+  std::remove(dwarf.c_str());
+}
+
+/// Sends bytes, and gives what comes back until the connection ends; a silent client reads without having sent all.
+std::string converse(uint16_t port, const std::string &bytes, bool reads = true,
+                     std::vector<int32_t> *values = nullptr) {
+  KIV_STREAM stream;
+  EXPECT_EQ(kiv_open_stream(&stream, "127.0.0.1", port), 0);
+  EXPECT_TRUE(set_up_connection(&stream) && set_time_limit(stream, 60));
+  kiv_socket_process_piggybacked_value(
+      &stream,
+      [](void *context, int32_t value) {
+        if (context != nullptr) static_cast<std::vector<int32_t> *>(context)->push_back(value);
+      },
+      values);
+  (void)kiv_socket_write(&stream, bytes.data(), static_cast<int32_t>(bytes.size()));
+  std::string reply;
+  char piece[1024];
+  for (int32_t n = 1; reads && n > 0;) {
+    n = kiv_socket_terminated_read(&stream, piece, sizeof piece, '\n');
+    reply.append(piece, static_cast<size_t>(n));
+    // Nothing behind the end of a reply to a whole request is waited for.
+    if (bytes.ends_with('\n') && reply.ends_with("\n=0\n")) break;
+  }
+  (void)kiv_close_stream(&stream);
+  return reply;
+}
+
+TEST(KivInspectServe, OutlivesItsClients) {
+  const std::string path = write_file("served", image_to_serve());
+  const std::string malformed = "ethe request is no line of words, or too long\n=2\n", main = "o00001000 main\n=0\n";
+  const std::vector<std::pair<std::string, std::string>> rows = {
+      {"resolve main\n", main},
+      {"resolve  \"main\"  \n", main},
+      {"resolve \"a \"\"b\"\" c\"\n", "o00001010 a \"b\" c\n=0\n"},
+      {std::string(5000, 'x'), malformed},
+      {"resolve " + std::string(kRequestSize, '1') + "\n", malformed},
+      {"resolve \"a\n", malformed},
+      {"resolve \"a\"b\n", malformed},
+      {"resolve a\"b\"\n", malformed},
+      {std::string("resolve \0\n", 10), malformed},
+  };
+  Serving serving(path, static_cast<int>(rows.size()) + 13, 1);
+  for (const auto &[request, reply] : rows) EXPECT_EQ(converse(serving.port, request), reply) << request;
+  // What is no request, but one for others: the connection stays until it has been silent for too long.
+  for (const char *request :
+       {"\n", "tree\n", "serve x 1\n", "--debug-heap symbols\n", "symbols a b\n", "\xff\x80 \x1b\n"}) {
+    const std::string reply = converse(serving.port, request);
+    EXPECT_TRUE(reply.starts_with("eusage: kiv_inspect ask ") && reply.ends_with("\n=2\n")) << reply;
+  }
+  EXPECT_EQ(converse(serving.port, ""), "");
+  EXPECT_EQ(converse(serving.port, "resolve ma"), "");
+  EXPECT_EQ(converse(serving.port, "resolve main", false), "");
+  EXPECT_EQ(converse(serving.port, "bytes 10000 1073741824\n", false), "");  // and is gone
+  KIV_STREAM plain;
+  ASSERT_EQ(kiv_open_stream(&plain, "localhost", serving.port), 0);  // without the secondary channel
+  EXPECT_EQ(kiv_socket_write(&plain, "symbols\n", 8), 8);
+  (void)kiv_close_stream(&plain);
+  EXPECT_EQ(converse(serving.port, "resolve main\nresolve main\nresolve \"\n"), main + main + malformed);
+  std::vector<int32_t> values;
+  EXPECT_GT(converse(serving.port, "bytes 10000 65536\n", true, &values).size(), 65536u);
+  EXPECT_TRUE(std::is_sorted(values.begin(), values.end()));
+  EXPECT_EQ(std::set<int32_t>(values.begin(), values.end()).size(), 61u);  // 1 to 61: there are some more chunks
+  std::remove(path.c_str());
+}
+
+/// Text in a string.
+class TextSink final : public Sink {
+ public:
+  void write(const char *bytes, size_t size) override { text.append(bytes, size); }
+  bool has_failed() const override { return false; }
+  bool flush() override { return true; }
+  std::string text;
+};
+
+TEST(KivInspectServe, OutlivesLackOfMemory) {
+  const std::string path = write_file("served_sweep", image_to_serve());
+  const std::vector<std::pair<Words, std::string>> rows = {
+      {{"symbols", "--by-size"}, "00001000       32 F main\n00001010        4 O a \"b\" c\n"},
+      {{"resolve", "main", "1001"}, "00001000 main\n00001001 main+0x1\n"},
+      {{"ranges", "1014", "1014"}, "00001000 000010ff S .text\n00001000 0000101f F main\n"}};
+  const uint32_t failures = sweep_failures([&](CountingAllocator &allocator) {
+    RequestHandler handler(path.c_str(), allocator.record());
+    for (int round = 0; round < 2; ++round) {
+      for (const auto &[request, text] : rows) {
+        Words words = request;
+        std::vector<char *> pointers;
+        for (auto &word : words) pointers.push_back(word.data());
+        TextSink out, err;
+        const Outcome outcome = handler.answer(static_cast<int>(words.size()), pointers.data(), out, err);
+        EXPECT_EQ(outcome == Outcome::done, err.text.empty());
+        if (outcome == Outcome::done) EXPECT_EQ(out.text, text);
+      }
+    }
+  });
+  EXPECT_GT(failures, 20u);
+  std::remove(path.c_str());
+}
+
+TEST(KivInspectServe, ServesOnceAndTellsWhatItHasLeft) {
+  const std::string path = write_file("served_once", image_to_serve());
+  uint16_t port = 0;
+  ProcessResult served = {};
+  for (int attempt = 0; attempt < 20 && served.exit_code == 0 && served.out.empty(); ++attempt) {
+    kiv_socket_init();
+    KIV_SERVER free_port = {};
+    ASSERT_EQ(kiv_start_server(&free_port, 0), 0);
+    port = port_of(free_port);
+    (void)kiv_stop_server(&free_port);
+    std::atomic<bool> ended = false;
+    std::thread server([&] {
+      served = run_inspect({"--debug-heap", "serve", "--once", path, std::to_string(port)});
+      ended = true;
+    });
+    ProcessResult asked = {};
+    do asked = ask(port, {"resolve", "main"});
+    while (asked.exit_code != 0 && !ended);
+    server.join();
+    kiv_socket_finalize();
+    if (served.exit_code != 0) served = {};  // someone was faster at this port: another one
+    if (!served.out.empty()) EXPECT_EQ(asked.out, "00001000 main\n");
+  }
+  EXPECT_EQ(served.out, "serving \"" + path + "\" at port " + std::to_string(port) + "\n");
+  EXPECT_EQ(served.err, "");
+  EXPECT_EQ(run_inspect({"serve", path + ".not", "0"}).exit_code, 1);
+  for (const Words &words : std::vector<Words>{{"serve", path},
+                                               {"serve", path, "65536"},
+                                               {"serve", "--patience", "0", path, "0"},
+                                               {"ask", "localhost", "1"},
+                                               {"ask", "localhost", "0", "symbols"},
+                                               {"ask", "localhost", "1", "a\nb"},
+                                               {"ask", "localhost", "1", std::string(kRequestSize, 'x')}})
+    EXPECT_EQ(run_inspect(words).exit_code, 2) << words[1];
+  std::remove(path.c_str());
+}
+
+TEST(KivInspectServe, BelievesNoServer) {
+  const struct {
+    const char *reply, *out, *words;
+    int exit_code;
+  } kRows[] = {{"oa\x1b[2J\neb\x07\n=1\n", "a^[[2J\n", "b^G\n", 1},
+               {"oa\n", "a\n", "the connection ended before the reply did\n", 1},
+               {"xa\n=0\n", "", "the reply makes no sense\n", 1},
+               {"\n=0\n", "", "the reply makes no sense\n", 1},
+               {"=-1\n", "", "the reply makes no sense\n", 1},
+               {"=0\nrest", "", "", 0}};
+  kiv_socket_init();
+  KIV_SERVER server = {};
+  ASSERT_EQ(kiv_start_server(&server, 0), 0);
+  for (const auto &row : kRows) {
+    std::thread answering([&] {
+      KIV_STREAM stream;
+      if (kiv_socket_accept(&server, &stream, nullptr) != 0 || !set_up_connection(&stream)) return;
+      char request[64] = "";
+      EXPECT_EQ(kiv_socket_read_line(&stream, request, sizeof request), 14);
+      EXPECT_STREQ(request, "symbols \"\" a b");
+      (void)kiv_socket_write(&stream, row.reply, static_cast<int32_t>(std::string(row.reply).size()));
+      (void)kiv_close_stream(&stream);
+    });
+    const auto asked = ask(port_of(server), {"symbols", "", "a", "b"});
+    answering.join();
+    EXPECT_EQ(asked.exit_code, row.exit_code) << row.reply;
+    EXPECT_EQ(asked.out, row.out);
+    EXPECT_NE(asked.err.find(row.words), std::string::npos) << asked.err;
+  }
+  (void)kiv_stop_server(&server);
+  kiv_socket_finalize();
+}
+
+TEST(KivInspectServe, CarriesAllWords) {
+  auto random = make_random();
+  for (int round = 0; round < 2000; ++round) {
+    Words words(below(random, 5));
+    std::vector<const char *> pointers;
+    for (auto &word : words) {
+      for (uint32_t i = below(random, 6); i > 0; --i) word += "a \"\xff"[below(random, 4)];
+      pointers.push_back(word.c_str());
+    }
+    char line[kRequestSize];
+    char *parts[kMostWords];
+    const int size = join_request(static_cast<int>(words.size()), pointers.data(), line);
+    ASSERT_GT(size, 0);
+    const int count = split_request(line, size, parts);
+    ASSERT_EQ(count, static_cast<int>(words.size()));
+    for (int i = 0; i < count; ++i) EXPECT_EQ(parts[i], words[static_cast<size_t>(i)]);
+  }
+}
+
+}  // namespace
