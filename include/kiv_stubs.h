@@ -17,6 +17,7 @@ KIV_API int kiv_dev_profiling_mc_get_results(void);
  * its place with kiv_debug_heap_set_hook. */
 KIV_API int kiv_assert_box_win32(int line, const char *file, const char *message);
 
+/** Always 1; one function with the kiv_mutex_assert_* pair and kiv_socket_host_supports_tcp_nodelay. */
 KIV_API int kiv_dev_profiling_mc_init(void);
 
 /** Nothing; one function with kiv_thread_init. */
