@@ -10,6 +10,7 @@
  * without asking for its handle.
  *
  * Failures: 1 from the functions that start, -1 from those that wait. kiv_process_error_text gives the system's reason.
+ * A null record fails without one, and nothing is started.
  *
  * Differences between the systems:
  *
@@ -64,8 +65,9 @@ KIV_API int kiv_process_start(const char *const *argv, KIV_PROCESS *process, con
  * and null.
  *
  * With a handle the caller waits, through a record of both. Without one the process is nobody's: nothing of it is left
- * when it ends. (Elsewhere than on Windows it is not a child of this process, either.) While it runs, it can be waited
- * for or killed by its id. */
+ * when it ends. (Elsewhere than on Windows it is not a child of this process, either; but a caller that is process 1 of
+ * a container, or a subreaper, gets it back as a child and has to reap it.) While it runs, it can be waited for or
+ * killed by its id. */
 KIV_API int kiv_process_start_detached(const char *const *argv, const char *output_file, void *unused, uint32_t mode,
                                        uint32_t *out_id, void **out_handle);
 

@@ -34,6 +34,7 @@ int wait_and_close(KIV_PROCESS *process, os::Handle handle) {
 
 int kiv_process_start(const char *const *argv, KIV_PROCESS *process, const char *output_file, void *unused,
                       uint32_t mode) {
+  if (process == nullptr) return 1;
   return kiv_process_start_detached(argv, output_file, unused, mode, &process->id, &process->handle);
 }
 
@@ -47,11 +48,13 @@ int kiv_process_start_detached(const char *const *argv, const char *output_file,
 }
 
 int kiv_process_wait(KIV_PROCESS *process) {
+  if (process == nullptr) return -1;
   const os::Handle handle = handle_of(process);
   return handle != nullptr ? wait_and_close(process, handle) : failed(-1);
 }
 
 int kiv_process_kill_and_wait(KIV_PROCESS *process) {
+  if (process == nullptr) return -1;
   const os::Handle handle = handle_of(process);
   if (handle == nullptr) return failed(-1);
   if (os::process_kill(handle)) return wait_and_close(process, handle);

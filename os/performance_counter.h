@@ -7,13 +7,11 @@
 namespace kiv::os {
 
 /// A counter in microseconds. The ticks of a microsecond are cut to a whole number: one division of integers, which
-/// cannot overflow, and programs that compare such times with the counter's get the same numbers. A counter with less
-/// than one tick a microsecond is multiplied instead, its seconds and the rest apart. `frequency` is in Hz; 0 gives 0.
+/// cannot overflow, and programs that compare such times with the counter's get the same numbers. `frequency` is in Hz,
+/// and that of every system that we run on is above 1 MHz; less gives 0.
 constexpr uint64_t counter_microseconds(uint64_t counter, uint64_t frequency) {
-  constexpr uint64_t kMicro = 1000000;
-  if (frequency >= kMicro) return counter / (frequency / kMicro);
-  if (frequency == 0) return 0;
-  return counter / frequency * kMicro + counter % frequency * kMicro / frequency;
+  const uint64_t ticks = frequency / 1000000;
+  return ticks != 0 ? counter / ticks : 0;
 }
 
 }  // namespace kiv::os

