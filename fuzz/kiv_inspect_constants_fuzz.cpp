@@ -1,11 +1,14 @@
 // Feeds foreign bytes to the readers of debug information and of memory in kiv_inspect. Whatever they make of them, the
-// constants are told apart and can be shown, and memory can be read wherever it is said to be.
+// constants are told apart and can be shown, the types are a tree, and memory can be read wherever it is said to be.
 
 #include <algorithm>
 #include <cstdlib>
 
 #include "examples/kiv_inspect/constant_reader.h"
 #include "examples/kiv_inspect/program.h"
+#include "examples/kiv_inspect/type_reader.h"
+#include "examples/kiv_inspect/type_tree.h"
+#include "examples/kiv_inspect/value_object.h"
 
 namespace {
 
@@ -15,17 +18,35 @@ void require(bool holds) {
   if (!holds) std::abort();
 }
 
+/// An object can be shown; its text goes back to where it came from.
+void check_text(const KIV_OBJ *object) {
+  char *text = object->type->to_char_s(object);
+  require(text != nullptr);
+  object->allocator->free(object->allocator, text);
+}
+
 void check_constants(const Errors &errors, ByteView file, KIV_ALLOCATOR *memory) {
   ConstantTable table(errors);
-  if (!table.open(memory).ok()) return;
+  if (!table.open(memory, memory).ok()) return;
   (void)read_constants(file, table).ok();
   for (const Constant *c = table.first(); c != nullptr; c = c->next) {
     require(!c->name.empty());
     require(c->next == nullptr || c->next->kind != c->kind || c->next->name != c->name ||
-            compare_values(c->next->value, c->value) != 0);
-    char text[kFloatTextSize];
-    format_number(c->value, text);
-    require(std::find(text, text + sizeof text, '\0') != text + sizeof text);
+            compare_value_objects(c->next->value, c->value) != 0);
+    check_text(c->value);
+  }
+}
+
+/// A node that stands for several has two halves: there are fewer of these than of the others.
+void check_types(const Errors &errors, ByteView file, KIV_ALLOCATOR *memory) {
+  TypeTable table(errors);
+  if (!table.open(memory).ok()) return;
+  (void)read_types(file, table).ok();
+  TypeTree tree(errors, memory);
+  require(tree.build(table, *table.program()).ok());
+  require(obj_tree_height(tree.root()) < 2 * table.count());
+  for (const KIV_OBJ *node = tree.root(); node != nullptr; node = obj_tree_get_right(node)) {
+    check_text(obj_tree_get(node));
   }
 }
 
@@ -51,6 +72,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   {
     const Errors errors(&wrap);
     check_constants(errors, file, &wrap);
+    check_types(errors, file, &wrap);
     check_memory(errors, file, &wrap);
   }
   kiv_allocator_wrap_delete(&wrap);

@@ -19,6 +19,9 @@ show $program resolve $program "$main" "$(printf '%x' $((0x$main + 0x1f)))" 0 ma
 show $program ranges $program "$main" "$(printf '%x' $((0x$main + 0xff)))"
 show $program constants $program 'kiv::inspect::Outcome::*'
 show $program constants $program '*::k[CM]*'
+# The types of its debug information, drawn, and a walk: into the right half, and back.
+show $program tree --width 120 $program kiv::inspect::ConstantValue
+show $program tree --navigate --cell 16 $program kiv::inspect::Outcome <<< $'r\np\nq'
 # What main starts with, and its first instruction's bits.
 show $program bytes $program "$main" 32 0:16
 # What it says when it fails, with its memory watched.

@@ -1,5 +1,5 @@
-// kiv_inspect tree [--width N] PROGRAM [NAME]: draws the types of the debug information, or those in the scope or type
-// of that name, by the scopes that they are in.
+// kiv_inspect tree [--width N] [--cell N] PROGRAM [NAME]: draws the types of the debug information, or those in the
+// scope or type of that name, by the scopes that they are in, in cells of N columns at least.
 // kiv_inspect tree --navigate [--cell N] PROGRAM [NAME]: walks in them, by commands from standard input.
 
 #include <algorithm>

@@ -8,6 +8,9 @@
 
 #include "examples/kiv_inspect/constant_reader.h"
 #include "examples/kiv_inspect/program.h"
+#include "examples/kiv_inspect/type_label.h"
+#include "examples/kiv_inspect/type_reader.h"
+#include "examples/kiv_inspect/type_tree.h"
 #include "gtest/gtest.h"
 #include "tests/examples/dwarf_images.h"
 #include "tests/examples/failure_text.h"
@@ -22,38 +25,70 @@ using namespace kiv::test;
 using Bytes = std::vector<uint8_t>;
 using Lines = std::vector<std::string>;
 
-/// What the reader makes of some bytes: constants as "KIND NAME = VALUE".
+/// What the readers make of some bytes: constants as "KIND NAME = VALUE", and the leaves of the tree of types.
 struct Reading {
-  std::string problem;
-  Lines constants;
+  std::string problem, type_problem;
+  Lines constants, types;
 };
 
+/// What an object's descriptor makes of it; "" without memory.
+std::string text_of(const KIV_OBJ *object) {
+  char *text = object->type->to_char_s(object);
+  const std::string result = text != nullptr ? text : "";
+  object->allocator->free(object->allocator, text);
+  return result;
+}
+
 std::string line_of(const Constant &constant) {
-  const ConstantValue &value = constant.value;
-  std::string line = std::string(1, "ECVM"[static_cast<int>(constant.kind)]) + " " + std::string(constant.name) + " = ";
-  if (value.kind == ConstantValue::text) return line + '"' + std::string(value.contents) + '"';
-  char text[kFloatTextSize];
-  format_number(value, text);
-  line += text;
-  for (const char byte : value.contents) {
-    std::snprintf(text, sizeof text, "%02x.", static_cast<uint8_t>(byte));
-    line += text;
+  return "ECVM"[static_cast<int>(constant.kind)] + (" " + std::string(constant.name)) + " = " + text_of(constant.value);
+}
+
+/// The leaves of the tree of types, as the labels on the way to them but for those that stand for several. Whatever the
+/// bytes were, each node of the table is in the tree once.
+Lines list_types(const TypeTable &table, const Errors &errors, KIV_ALLOCATOR *allocator) {
+  TypeTree tree(errors, allocator);
+  EXPECT_TRUE(tree.build(table, *table.program()).ok());
+  Lines leaves;
+  std::set<const TypeNode *> nodes;
+  std::string way;
+  std::vector<std::pair<const KIV_OBJ *, size_t>> rest = {{tree.root(), 0}};  // with the length of the way to each
+  while (!rest.empty()) {
+    const auto [node, length] = rest.back();
+    rest.pop_back();
+    way.resize(length);
+    const KIV_OBJ *value = obj_tree_get(node), *left = obj_tree_get_left(node), *right = obj_tree_get_right(node);
+    const auto *label = reinterpret_cast<const TypeLabel *>(value);
+    if (label->first == label->last) {
+      EXPECT_TRUE(nodes.insert(label->first).second);
+      way += (way.empty() ? "" : "/") + text_of(value);
+    }
+    if (left == nullptr) leaves.push_back(way);
+    if (right != nullptr) rest.push_back({right, way.size()});
+    if (left != nullptr) rest.push_back({left, way.size()});
   }
-  return line;
+  EXPECT_EQ(nodes.size(), table.count());
+  return leaves;
 }
 
 Reading read(const Bytes &bytes) {
   // A block of its own, so that the address sanitizer knows where the file ends.
   const auto exact = std::make_unique<uint8_t[]>(bytes.size());
   std::copy(bytes.begin(), bytes.end(), exact.get());
+  const ByteView file(exact.get(), static_cast<uint32_t>(bytes.size()), ByteOrder::little);
   KIV_ALLOCATOR heap, wrap;
   kiv_allocator_wrap_new(&wrap, kiv_allocator_default_new(&heap), 0);
   const Errors errors(&heap);
-  ConstantTable table(errors);
-  EXPECT_TRUE(table.open(&wrap).ok());
-  const Status status = read_constants({exact.get(), static_cast<uint32_t>(bytes.size()), ByteOrder::little}, table);
-  Reading reading{problem_of(status), {}};
-  for (const Constant *c = table.first(); c != nullptr; c = c->next) reading.constants.push_back(line_of(*c));
+  Reading reading;
+  {
+    ConstantTable constants(errors);
+    EXPECT_TRUE(constants.open(&wrap, &heap).ok());
+    reading.problem = problem_of(read_constants(file, constants));
+    for (const Constant *c = constants.first(); c != nullptr; c = c->next) reading.constants.push_back(line_of(*c));
+    TypeTable types(errors);
+    EXPECT_TRUE(types.open(&wrap).ok());
+    reading.type_problem = problem_of(read_types(file, types));
+    reading.types = list_types(types, errors, &heap);
+  }
   kiv_allocator_wrap_delete(&wrap);
   return reading;
 }
@@ -170,7 +205,7 @@ const std::vector<ValueRow> kValues = {
     {"", kData16, 0, std::string(16, '\xFF'), "340282366920938463463374607431768211455"},
     {"", kUdata, 0, std::string(18, '\xFF') + '\3', "340282366920938463463374607431768211455"},
     {"", kSdata, 0, std::string(18, '\x80') + '\x7E', "-170141183460469231731687303715884105728"},
-    {"", kBlock1, 0, "\1\2", "01.02."},
+    {"", kBlock1, 0, "\1\2", "bytes 01 02"},
     {"", kString, 0, "text", "\"text\""},
     // The type's width and sign.
     {"int", kData1, 200, "", "200"},
@@ -183,7 +218,7 @@ const std::vector<ValueRow> kValues = {
     {"__int128", kData16, 0, "\x80" + std::string(15, '\0'), "-170141183460469231731687303715884105728"},
     {"__int128", kBlock1, 0, std::string(15, '\xFF') + "\xFE", "-2"},
     {"int", kBlock, 0, std::string("\0\0\1\0", 4), "256"},
-    {"int", kBlock2, 0, "\1\2", "01.02."},
+    {"int", kBlock2, 0, "\1\2", "bytes 01 02"},
     // Numbers with a fraction.
     {"half", kData2, 0x3555, "", "0.3333"},
     {"half", kData2, 0x7BFF, "", "65504.0"},
@@ -200,14 +235,14 @@ const std::vector<ValueRow> kValues = {
     {"__float128", kBlock4, 0, "\x3F\xFD" + std::string(14, '\x55'), "0.3333333333333333333333333333333333"},
     {"long", kData16, 0, std::string(6, '\xEE') + "\xBF\xFF\xA0" + std::string(7, '\0'), "-1.25"},
     {"long", kBlock1, 0, "\xBF\xFF\xA0" + std::string(7, '\0'), "-1.25"},
-    {"complex", kBlock1, 0, "\1\2", "01.02."},
-    {"odd", kBlock1, 0, "\1\2\3\4\5\6", "01.02.03.04.05.06."},
+    {"complex", kBlock1, 0, "\1\2", "bytes 01 02"},
+    {"odd", kBlock1, 0, "\1\2\3\4\5\6", "bytes 01 02 03 04 05 06"},
 };
 
 /// Contents as the file has them.
 std::string contents_of(const ValueRow &row, ByteOrder order) {
   const bool number = row.form != kUdata && row.form != kSdata && row.form != kString;
-  return number && !std::string_view(row.expected).ends_with('.') ? in_order(order, row.contents) : row.contents;
+  return number && !std::string_view(row.expected).starts_with("bytes") ? in_order(order, row.contents) : row.contents;
 }
 
 TEST(KivInspectConstants, DecodesValuesInEveryForm) {
@@ -246,9 +281,9 @@ TEST(KivInspectConstants, ShowsNoPairOfDoublesAsOneNumber) {
   }
   Image image = builder.elf();
   image.put_at(18, 21, 2);  // PowerPC
-  std::string bytes;
-  for (int i = 0; i < 14; ++i) bytes += "00.";
-  bytes += "ff.3f.";
+  std::string bytes = "bytes";
+  for (int i = 0; i < 14; ++i) bytes += " 00";
+  bytes += " ff 3f";
   EXPECT_EQ(read(image.bytes).constants,
             (Lines{"C long double = " + bytes, "C __ibm128 = " + bytes, "C __float128 = 1.0"}));
 }
@@ -358,6 +393,16 @@ DwarfBuilder build_program(const DwarfShape &shape, Lines *expected) {
   return builder;
 }
 
+/// The leaves of the tree of its types.
+const Lines kTypesOfProgram = {"enum Shared/minus = -1",
+                               "char",
+                               "namespace far/struct Scoped/enum Inner/i = 4",
+                               "namespace outer/namespace/enum/zero = 253",
+                               "namespace outer/namespace/enum Color/red = -2",
+                               "namespace outer/namespace/enum Color/one = 7",
+                               "namespace outer/namespace/struct from line",
+                               "typedef t"};
+
 struct Case {
   std::string name;
   Image image;
@@ -383,6 +428,8 @@ TEST(KivInspectConstants, FollowsNamesAndTypes) {
     const Reading reading = read(c.image.bytes);
     EXPECT_EQ(reading.problem, "") << c.name;
     EXPECT_EQ(reading.constants, c.constants) << c.name;
+    EXPECT_EQ(reading.type_problem, "") << c.name;
+    EXPECT_EQ(reading.types, kTypesOfProgram) << c.name;
   }
 }
 
@@ -499,7 +546,10 @@ TEST(KivInspectConstants, IsNotKeptBusyByHostileFiles) {
   DwarfBuilder deep(kPlain), wide(kPlain), long_names(kPlain);
   deep.begin_unit();
   for (int i = 0; i < 5000; ++i) deep.entry(kNamespace, true, {});
-  EXPECT_EQ(read(deep.elf().bytes).problem, "the entries of its debug information are nested too deeply");
+  const Reading levels = read(deep.elf().bytes);
+  EXPECT_EQ(levels.problem, "the entries of its debug information are nested too deeply");
+  EXPECT_EQ(levels.type_problem, levels.problem);
+  EXPECT_EQ(levels.types.size(), 1u);
 
   wide.begin_unit();
   const uint64_t start =
@@ -515,18 +565,50 @@ TEST(KivInspectConstants, IsNotKeptBusyByHostileFiles) {
   EXPECT_EQ(read(long_names.elf().bytes).problem, "its names share too many bytes");
 }
 
+/// Reads all; then shows values, and labels of the tree, of which drawing tells only afterwards that one was not made.
+Status read_all(Program &program, const std::string &path) {
+  Status status = program.load(path.c_str());
+  if (status.ok()) status = program.load_constants();
+  if (status.ok()) status = program.load_memory();
+  return status.ok() ? program.load_types() : status;
+}
+
+Status show_all(Program &program, const Errors &errors, KIV_ALLOCATOR *allocator, std::string *shown) {
+  for (const Constant *c = program.constants().first(); c != nullptr; c = c->next) {
+    const std::string text = text_of(c->value);
+    if (text.empty()) return errors.out_of_memory();
+    *shown += text + " ";
+  }
+  TypeTree tree(errors, allocator);
+  const Status status = tree.build(program.types(), *program.types().program());
+  if (!status.ok()) return status;
+  for (const KIV_OBJ *node = tree.root(); node != nullptr; node = obj_tree_get_right(node)) {
+    *shown += text_of(obj_tree_get(node)) + " ";
+  }
+  return tree.labels();
+}
+
 TEST(KivInspectConstants, TellsEveryShortageOfMemory) {
   const std::string path = write_file("sweep", cases()[0].image);
+  std::string all;
+  Lines shown_in_full;
   const uint32_t points = sweep_failures([&](CountingAllocator &allocator) {
     KIV_ALLOCATOR heap;
     const Errors errors(kiv_allocator_default_new(&heap));
     Program program(errors, allocator.record());
-    Status status = program.load(path.c_str());
-    if (status.ok()) status = program.load_constants();
-    if (status.ok()) status = program.load_memory();
+    Status status = read_all(program, path);
     EXPECT_EQ(problem_of(status), allocator.has_failed() ? kOutOfMemoryText : "");
+    if (!status.ok()) return;
+    std::string shown;
+    status = show_all(program, errors, allocator.record(), &shown);
+    // A text that cannot be moved to a smaller block is as good.
+    EXPECT_TRUE(status.ok() || allocator.has_failed());
+    EXPECT_EQ(problem_of(status), status.ok() ? "" : kOutOfMemoryText);
+    if (!allocator.has_failed()) all = shown;
+    if (status.ok()) shown_in_full.push_back(shown);
   });
-  EXPECT_GE(points, 4u);
+  for (const auto &shown : shown_in_full) EXPECT_EQ(shown, all);
+  EXPECT_GE(points, 40u);
   std::remove(path.c_str());
 }
 

@@ -19,10 +19,10 @@ using kiv::inspect::ByteOrder;
 using Lines = std::vector<std::string>;
 
 /// Runs the program as it is and on the debug heap, which has to make no difference and nothing to tell.
-ProcessResult run_inspect(std::vector<std::string> arguments) {
-  const auto result = run_program(program_beside("kiv_inspect"), arguments);
+ProcessResult run_inspect(std::vector<std::string> arguments, const std::string &input = {}) {
+  const auto result = run_program(program_beside("kiv_inspect"), arguments, input);
   arguments.insert(arguments.begin(), "--debug-heap");
-  const auto watched = run_program(program_beside("kiv_inspect"), arguments);
+  const auto watched = run_program(program_beside("kiv_inspect"), arguments, input);
   EXPECT_EQ(watched.exit_code, result.exit_code);
   EXPECT_EQ(watched.out, result.out);
   EXPECT_EQ(watched.err, result.err);
@@ -254,6 +254,93 @@ TEST(KivInspectProgram, ShowsConstantsThatDoNoHarm) {
   std::remove(path.c_str());
 }
 
+/// A namespace with an enumeration of three, a struct of the same name as a typedef, and a name that could do harm.
+std::string write_types() {
+  DwarfBuilder builder({5, false, true, ByteOrder::little});
+  builder.begin_unit();
+  builder.entry(57, true, {{3, 8, 0, "ns"}});
+  builder.entry(4, true, {{3, 8, 0, "Color"}});
+  for (const char *name : {"red", "green", "blue"}) builder.entry(40, false, {{3, 8, 0, name}, {28, 11, 5}});
+  builder.end_children();
+  builder.entry(22, false, {{3, 8, 0, "Same"}});
+  builder.entry(19, true, {{3, 8, 0, "Same"}});
+  builder.entry(36, false, {{3, 8, 0, "\x1b[2J\xC3\xA9"}});
+  builder.end_children();
+  return write_file("types", builder.elf());
+}
+
+TEST(KivInspectProgram, DrawsTheTypes) {
+  const std::string path = write_types();
+  const struct {
+    std::vector<std::string> arguments;
+    const char *lines;
+  } kRows[] = {
+      {{path, "ns::Color", "--width", "40"},
+       "\n              [enum Color]\n              /         \\\n    [red..green]         [blue = 5]\n      /     "
+       "\\\n[red = 5] [green = \n\n"},
+      {{"--cell", "20", path, "--width", "40", "ns"}, R"(
+             [namespace ns]
+              /         \
+   [Color..Same]       [struct Same]
+      /     \             /
+)"},
+      {{path, "ns::Same", "--width", "16"}, R"(
+ [struct Same]
+     /
+[?[2J?]
+
+)"},
+      {{path, "ns::Same::\x1b[2J\xC3\xA9"}, R"(
+                                    [?[2J?]
+
+)"},
+      {{path, "--width", "5"}, R"(
+[kiv_in
+  /
+)"},
+  };
+  for (const auto &row : kRows) {
+    std::vector<std::string> arguments = row.arguments;
+    arguments.insert(arguments.begin(), "tree");
+    const auto result = run_inspect(arguments);
+    EXPECT_EQ("\n" + result.out, row.lines) << result.err;
+  }
+  EXPECT_TRUE(run_inspect({"tree", path}).out.find("[namespace ns]\n") != std::string::npos);
+  for (const char *name : {"", "ns::", "Color", "ns::Color::red", "ns:Color", "n"}) {
+    EXPECT_EQ(values_of("User message (English)", run_inspect({"tree", path, name}).err),
+              (Lines{"the types of \"" + path + "\" cannot be shown",
+                     "it has no type and no scope \"" + std::string(name) + "\""}));
+  }
+  std::remove(path.c_str());
+}
+
+TEST(KivInspectProgram, WalksInTheTypes) {
+  const std::string path = write_types();
+  const auto drawing = [&](const char *name) { return run_inspect({"tree", "--width", "64", path, name}).out; };
+  const struct {
+    std::string input;
+    Lines shown;  // the first lines of what is shown, in this order
+  } kRows[] = {
+      {"", {"[enum Color]"}},
+      {"q\nl\n", {"[enum Color]"}},
+      {"p\nl\n\nr", {"[enum Color]", "cannot go up", "[red..green]", "[red = 5]", "cannot go to right node"}},
+      {"r\np\nx", {"[enum Color]", "[blue = 5]", "[enum Color]", "invalid option x"}},
+  };
+  for (const auto &row : kRows) {
+    const auto result = run_inspect({"tree", "--navigate", path, "ns::Color"}, row.input);
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    EXPECT_TRUE(result.out.starts_with(drawing("ns::Color"))) << result.out;
+    size_t at = 0;
+    for (const auto &text : row.shown) {
+      at = result.out.find(text, at);
+      ASSERT_NE(at, std::string::npos) << text << "\n" << result.out;
+      at += text.size();
+    }
+    EXPECT_EQ(result.out.find("cannot", at), std::string::npos);
+  }
+  std::remove(path.c_str());
+}
+
 TEST(KivInspectProgram, ShowsBytesAndBitFields) {
   const std::vector<SegmentRow> segments = {
       {0x1000, 24, std::string("\x12\x34\x56\x78~ |\x7f\x80\0\0\0\0\0\0\1xyz", 19)}};
@@ -367,6 +454,13 @@ TEST(KivInspectProgram, ExplainsItsUsage) {
                                                       {"resolve", "a", "10000000000000000"},
                                                       {"constants"},
                                                       {"constants", "a", "b", "c"},
+                                                      {"tree"},
+                                                      {"tree", "a", "b", "c"},
+                                                      {"tree", "--width", "a"},
+                                                      {"tree", "a", "--width", "0"},
+                                                      {"tree", "a", "--width", "1025"},
+                                                      {"tree", "a", "--width", "80", "--navigate"},
+                                                      {"tree", "a", "--cell", "65", "--navigate"},
                                                       {"bytes", "a", "1"},
                                                       {"bytes", "a", "1", "0"},
                                                       {"bytes", "a", "1", "18446744073709551616"},
