@@ -50,36 +50,37 @@ KeyIndex::Digest KeyIndex::digest(const KIV_OBJ *key) {
 uint32_t KeyIndex::find(const KIV_OBJ *key, uint32_t hash) const {
   for (uint32_t i = hash & mask_; hashes_[i] != 0; i = (i + 1) & mask_) {
     if (hashes_[i] != hash) continue;
+    __builtin_prefetch(entries_[i].key);
     // The line of a small tuple's elements, while the first one comes in.
-    __builtin_prefetch(reinterpret_cast<const char *>(tuples_[i]) + 64);
-    const KIV_OBJ *stored = key_of(tuples_[i]);
+    __builtin_prefetch(reinterpret_cast<const char *>(entries_[i].tuple) + 64);
+    const KIV_OBJ *stored = key_of(entries_[i].tuple);
     if (stored != nullptr && stored->type == key->type && key->type->cmp(key, stored) == 0) return i;
   }
   return kNone;
 }
 
-void KeyIndex::place(KIV_OBJ *tuple, uint32_t hash) {
+void KeyIndex::place(Entry entry, uint32_t hash) {
   uint32_t i = hash & mask_;
   while (hashes_[i] != 0) i = (i + 1) & mask_;
-  tuples_[i] = tuple;
+  entries_[i] = entry;
   hashes_[i] = hash;
 }
 
 bool KeyIndex::resize(KIV_ALLOCATOR *allocator, uint64_t slots) {
-  const uint64_t size = slots * (sizeof *tuples_ + sizeof *hashes_);
+  const uint64_t size = slots * (sizeof *entries_ + sizeof *hashes_);
   if (size > UINT32_MAX) return false;
-  auto *tuples = static_cast<KIV_OBJ **>(allocator->alloc(allocator, static_cast<uint32_t>(size)));
-  if (tuples == nullptr) return false;
+  auto *entries = static_cast<Entry *>(allocator->alloc(allocator, static_cast<uint32_t>(size)));
+  if (entries == nullptr) return false;
   const KeyIndex old = *this;
-  tuples_ = tuples;
-  hashes_ = reinterpret_cast<uint32_t *>(tuples + slots);
+  entries_ = entries;
+  hashes_ = reinterpret_cast<uint32_t *>(entries + slots);
   std::fill_n(hashes_, slots, 0);
   mask_ = static_cast<uint32_t>(slots - 1);
-  if (old.tuples_ == nullptr) return true;
+  if (old.entries_ == nullptr) return true;
   for (uint32_t i = 0; i <= old.mask_; ++i) {
-    if (old.hashes_[i] != 0) place(old.tuples_[i], old.hashes_[i]);
+    if (old.hashes_[i] != 0) place(old.entries_[i], old.hashes_[i]);
   }
-  allocator->free(allocator, old.tuples_);
+  allocator->free(allocator, old.entries_);
   return true;
 }
 
@@ -97,7 +98,7 @@ void KeyIndex::insert(KIV_ALLOCATOR *allocator, KIV_OBJ *tuple, uint32_t hash) {
     drop(allocator, State::refused);
     return;
   }
-  place(tuple, hash);
+  place({tuple, key_of(tuple)}, hash);
   ++used_;
 }
 
@@ -105,7 +106,7 @@ void KeyIndex::erase(uint32_t slot) {
   for (uint32_t i = (slot + 1) & mask_; hashes_[i] != 0; i = (i + 1) & mask_) {
     // An entry may move into the gap unless its search would start behind that.
     if (((i - hashes_[i]) & mask_) < ((i - slot) & mask_)) continue;
-    tuples_[slot] = tuples_[i];
+    entries_[slot] = entries_[i];
     hashes_[slot] = hashes_[i];
     slot = i;
   }
@@ -114,7 +115,7 @@ void KeyIndex::erase(uint32_t slot) {
 }
 
 void KeyIndex::drop(KIV_ALLOCATOR *allocator, State state) {
-  if (tuples_ != nullptr) allocator->free(allocator, tuples_);
+  if (entries_ != nullptr) allocator->free(allocator, entries_);
   *this = {};
   state_ = state;
 }

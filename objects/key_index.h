@@ -4,8 +4,9 @@
 //
 // Representation: open addressing with linear probing in a power of two of slots, at most two thirds of them in use. A
 // slot is an entry's tuple and the key's hash value, of the whole string or of the number; the two stand in arrays
-// apart, in one block, so that probing reads hash values only. Hash value 0 is a free slot's. The key is read through
-// its tuple: who has replaced it there by an equal one has done no harm. Deletion closes gaps (D. E. Knuth, "The Art
+// apart, in one block, so that probing reads hash values only. Hash value 0 is a free slot's. Beside the tuple is the
+// address of its key, only to fetch the key ahead: it is read through the tuple, where somebody may have put an equal
+// one in its place. Deletion closes gaps (D. E. Knuth, "The Art
 // of Computer Programming", volume 3, section 6.4, algorithm R).
 //
 // Invariants:
@@ -50,10 +51,10 @@ class KeyIndex {
   void prefetch(uint32_t hash) const {
     if (!is_complete()) return;
     __builtin_prefetch(&hashes_[hash & mask_]);
-    __builtin_prefetch(&tuples_[hash & mask_]);
+    __builtin_prefetch(&entries_[hash & mask_]);
   }
 
-  KIV_OBJ *tuple_at(uint32_t slot) const { return tuples_[slot]; }
+  KIV_OBJ *tuple_at(uint32_t slot) const { return entries_[slot].tuple; }
 
   /// Starts a complete index of an empty table, or refuses it without memory.
   void start(KIV_ALLOCATOR *allocator, uint32_t entries);
@@ -70,10 +71,15 @@ class KeyIndex {
   void drop(KIV_ALLOCATOR *allocator, State state);
 
  private:
-  void place(KIV_OBJ *tuple, uint32_t hash);
+  struct Entry {
+    KIV_OBJ *tuple;
+    const void *key;  ///< not to be read
+  };
+
+  void place(Entry entry, uint32_t hash);
   bool resize(KIV_ALLOCATOR *allocator, uint64_t slots);
 
-  KIV_OBJ **tuples_;  ///< the block
+  Entry *entries_;  ///< the block
   uint32_t *hashes_;
   uint32_t mask_, used_;
   State state_;
