@@ -29,7 +29,8 @@
  * Costs: put, look-up and deletion take constant time on average for keys whose numbers differ. Those of strings, sums
  * of code units, often do not. But a large table whose keys are all strings, ints, u32s, u64s or pointers of the
  * library's kinds has an index beside its buckets: look-ups take constant time then, a put or a deletion goes through
- * the pointers of one bucket, and an entry takes up to 72 bytes more. */
+ * the pointers of one bucket, and the table takes up to 60 bytes more for each entry that it has room for before the
+ * next rebuild. */
 #ifndef KIV_OBJ_HASHTABLE_H
 #define KIV_OBJ_HASHTABLE_H
 

@@ -40,6 +40,13 @@ KIV_OBJ *look_up(const KIV_OBJ *table, KIV_OBJ *key) {
   return tuple;
 }
 
+/// The result cannot tell a failure, so that nobody else would release the tuple then.
+int put_or_release(KIV_OBJ *table, KIV_OBJ *tuple, KeyIndex::Digest digest) {
+  const Put put = put_entry(as_hashtable(table), tuple, digest);
+  if (put == Put::failed) release(tuple);
+  return put == Put::replaced ? 1 : 0;
+}
+
 }  // namespace
 
 constinit KIV_OBJ_TYPE hashtable_type = {KIV_OBJ_KIND_HASHTABLE,
@@ -77,18 +84,25 @@ void obj_hashtable_shallow_del(KIV_OBJ *table) {
 // --- Entries ---------------------------------------------------------------------------------------------------------
 
 int obj_hashtable_put(KIV_OBJ *table, KIV_OBJ *key, KIV_OBJ *value) {
-  KIV_OBJ *tuple = obj_tuple_new(table->allocator, 2, key, value);
-  if (tuple != nullptr) return obj_hashtable_put_pair(table, tuple);
+  if (key != nullptr) {
+    const object::KeyIndex::Digest digest = object::expect_put(as_hashtable(table), key);
+    KIV_OBJ_TUPLE *tuple = object::make_tuple(table->allocator, 2);
+    if (tuple != nullptr) {
+      tuple->elements->elements[0] = key;
+      tuple->elements->elements[1] = value;
+      return object::put_or_release(table, &tuple->header, digest);
+    }
+  }
   object::release(key);
   object::release(value);
   return 0;
 }
 
 int obj_hashtable_put_pair(KIV_OBJ *table, KIV_OBJ *tuple) {
-  const object::Put put = object::put_entry(as_hashtable(table), tuple);
-  // The result cannot tell a failure, so that nobody else would release the tuple.
-  if (put == object::Put::failed) object::release(tuple);
-  return put == object::Put::replaced ? 1 : 0;
+  const KIV_OBJ *key = object::key_of(tuple);
+  if (key != nullptr) return object::put_or_release(table, tuple, object::expect_put(as_hashtable(table), key));
+  object::release(tuple);
+  return 0;
 }
 
 KIV_OBJ *obj_hashtable_get_elem(const KIV_OBJ *table, KIV_OBJ *key) {
@@ -154,7 +168,7 @@ KIV_OBJ *obj_hashtable_copy(const KIV_OBJ *table) {
     object::release(&copy->header);
     return nullptr;
   }
-  if (object::buckets_of(original)->index.state() == object::KeyIndex::State::complete) object::start_index(copy);
+  if (object::buckets_of(original)->index.is_complete()) object::start_index(copy);
   return &copy->header;
 }
 

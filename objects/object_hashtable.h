@@ -55,17 +55,40 @@ bool for_each_entry(const KIV_OBJ_HASHTABLE *table, Function function) {
   return true;
 }
 
+/// The slot of the bucket for keys of a number.
+inline KIV_OBJ *&bucket_slot(const KIV_OBJ_HASHTABLE *table, uint32_t number) {
+  return table->buckets->elements[number % table->bucket_count];
+}
+
+/// Fetches the lines of a bucket that a put needs, or of a small tuple. Null does no harm.
+inline void prefetch_vector(const KIV_OBJ *object) {
+  __builtin_prefetch(object);
+  __builtin_prefetch(reinterpret_cast<const char *>(object) + 64);
+}
+
 /// The tuple of the equal key, or null.
 KIV_OBJ *find_entry(const KIV_OBJ_HASHTABLE *table, const KIV_OBJ *key);
 
-/// Makes an index when all keys are strings.
+/// Makes an index when all keys are plain.
 void start_index(KIV_OBJ_HASHTABLE *table);
+
+/// The entries for which an index has room at once: those that fit until the next rebuild, unless the load factor puts
+/// that off.
+inline uint32_t index_room(const KIV_OBJ_HASHTABLE *table) {
+  return static_cast<uint32_t>(std::min(uint64_t{table->grow_threshold}, uint64_t{table->bucket_count} * 2));
+}
+
+/// Moves all entries into more buckets. Without memory the table stays as it is, and the next put tries again.
+void rebuild(KIV_OBJ_HASHTABLE *table);
 
 enum class Put { added, replaced, failed };
 
-/// Puts a tuple in its place, in front, and releases the one with an equal key. Counts it, and rebuilds the table when
-/// it is time. Failed, with nothing changed, without a key or without memory.
-Put put_entry(KIV_OBJ_HASHTABLE *table, KIV_OBJ *tuple);
+/// The digest of a key; what putting it needs is on its way from then on.
+KeyIndex::Digest expect_put(const KIV_OBJ_HASHTABLE *table, const KIV_OBJ *key);
+
+/// Puts a tuple, which has a key of that digest, in its place, in front, and releases the one with an equal key. Counts
+/// it, and rebuilds the table when it is time. Failed, with nothing changed, without memory.
+Put put_entry(KIV_OBJ_HASHTABLE *table, KIV_OBJ *tuple, KeyIndex::Digest digest);
 
 /// Takes out the tuple of the equal key, if there is one, for the caller to release.
 KIV_OBJ *take_entry(KIV_OBJ_HASHTABLE *table, const KIV_OBJ *key);

@@ -407,6 +407,50 @@ TEST(ObjContainers, LeaveDescriptorsAndKeysAsTheyWere) {
   obj_hashtable_del(table);
 }
 
+TEST(ObjContainers, MoveBucketsAsPutsWould) {
+  CountingAllocator memory;
+  KIV_OBJ *table = obj_hashtable_new(memory.record(), 1, .75F);
+  std::vector<KIV_OBJ *> keys;
+  KIV_OBJ *shared = nullptr;
+  for (uint32_t i = 0; i < 2000; ++i) {
+    // Many numbers of one remainder for a while: a long bucket.
+    keys.push_back(obj_u32_new(memory.record(), i % 3 == 0 ? (10000 + i) * 563 : i));
+    EXPECT_EQ(obj_hashtable_put(table, keys.back(), nullptr), 0);
+    if (i == 500) {
+      // A bucket with two owners stays with the other one.
+      shared = table_of(table)->buckets->elements[1];
+      ++shared->extra_refs;
+    }
+  }
+  EXPECT_EQ(table_of(table)->bucket_count, 1511U);
+  EXPECT_EQ(obj_vector_size(shared), 1);
+  obj_vector_shallow_del(shared);
+  std::vector<KIV_OBJ *> tuples;
+  obj_hashtable_foreach_key_elem(table, &tuples, collect);
+  for (KIV_OBJ *key : keys) EXPECT_NE(obj_hashtable_find_key(table, key), nullptr);
+  for (uint32_t i = 0; i < table_of(table)->bucket_count; ++i) {
+    const KIV_OBJ *object = table_of(table)->buckets->elements[i];
+    if (object == nullptr) continue;
+    const KIV_OBJ_VECTOR *bucket = vector_of(object);
+    uint32_t capacity = 10;
+    while (capacity < static_cast<uint32_t>(bucket->count)) capacity = (capacity + 1) * 3 / 2;
+    EXPECT_EQ(bucket->capacity, capacity);
+    for (uint32_t k = static_cast<uint32_t>(bucket->count); k <= capacity; ++k) EXPECT_EQ(bucket->elements[k], nullptr);
+  }
+  // Who replaces a key by an equal one in its tuple finds that.
+  KIV_OBJ *tuple = tuples[1], *old = obj_tuple_get_elem(tuple, 0), *key = old->type->copy(old);
+  obj_vector_set_elem(&reinterpret_cast<KIV_OBJ_TUPLE *>(tuple)->elements->header, 0, key);
+  EXPECT_EQ(obj_hashtable_find_key(table, key), key);
+  // A program's own kind with a library's id ends what is known about the keys, but nothing else.
+  KIV_OBJ_TYPE own = *key->type;
+  own.to_number = [](const KIV_OBJ *) { return 5U; };
+  KIV_OBJ_U32 storage = {{&own, nullptr, 1, 0}, 77};
+  EXPECT_EQ(obj_hashtable_put(table, &storage.header, nullptr), 0);
+  EXPECT_EQ(obj_hashtable_find_key(table, &storage.header), &storage.header);
+  EXPECT_EQ(obj_hashtable_find_key(table, key), key);
+  obj_hashtable_del(table);
+}
+
 TEST(ObjContainers, StayAsTheyWereWithoutMemory) {
   sweep_failures([](CountingAllocator &memory) {
     CountingKind kind;
