@@ -5,7 +5,8 @@
 //
 // Invariants:
 //  1. The bucket vector has bucket_count slots; a bucket is a vector or null. bucket_count is not 0.
-//  2. Every tuple has a key, and is in the bucket of its key's number modulo bucket_count.
+//  2. Every tuple is in the bucket of its key's number modulo bucket_count. (A caller who empties or changes a key in
+//     its tuple breaks this: then entries are not found, but everything stays within bounds.)
 //  3. No two keys in a bucket are of one kind and equal, as far as the newer one says.
 //  4. count is at least the number of tuples.
 #ifndef KIV_OBJECTS_OBJECT_HASHTABLE_H
@@ -78,7 +79,8 @@ inline uint32_t index_room(const KIV_OBJ_HASHTABLE *table) {
   return static_cast<uint32_t>(std::min(uint64_t{table->grow_threshold}, uint64_t{table->bucket_count} * 2));
 }
 
-/// Moves all entries into more buckets. Without memory the table stays as it is, and the next put tries again.
+/// Puts all entries into more buckets, where equal keys whose numbers differ may meet, and the later entry replaces the
+/// earlier. Without memory the table stays as it is, and the next put tries again.
 void rebuild(KIV_OBJ_HASHTABLE *table);
 
 enum class Put { added, replaced, failed };

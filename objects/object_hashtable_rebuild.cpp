@@ -5,12 +5,15 @@
 //
 //  1. List the entries in the order of a walk.
 //  2. Find each entry's new bucket, and count there how many go to it. A new slot holds that count as an address until
-//     it holds a vector.
+//     it holds a vector. Equal keys can have different numbers, like chars, whose numbers are their addresses, and meet
+//     only now: the later entry of the list replaces the earlier one, as a put does. So unless an index proves that all
+//     keys differ, entries are first chained by bucket, each compared with those before it, and then counted.
 //  3. Find a vector for each new bucket with entries: an old bucket's where it is like new ones, else a new one. Only
 //     this, and allocating list and slots, can fail, and nothing has been changed yet.
 //  4. Empty the old buckets that serve again, and discard the others.
 //  5. Distribute the list, last entry first and appending: in each bucket the newest entry, which is the last of those
 //     that come to it, then stands at index 0 as if each had been put there.
+//  6. When the table is in order, release the entries that were replaced: that may run foreign code.
 
 #include "objects/object_hashtable.h"
 
@@ -21,13 +24,18 @@ namespace {
 /// How far ahead of its use memory is fetched, in entries or buckets.
 constexpr uint32_t kAhead = 8;
 
+/// In place of the bucket of an entry that was replaced.
+constexpr uint32_t kReplaced = UINT32_MAX;
+
 /// An entry and the bucket to which it goes.
 struct Move {
   KIV_OBJ *tuple;
   uint32_t bucket;
+  uint32_t earlier;  ///< in a chain: 1 + the index of the entry before it in that bucket, or 0
 };
 
 uintptr_t count_in(const KIV_OBJ *slot) { return reinterpret_cast<uintptr_t>(slot); }
+KIV_OBJ *as_count(uintptr_t count) { return reinterpret_cast<KIV_OBJ *>(count); }
 
 uint32_t number_of(const KIV_OBJ *tuple) {
   const KIV_OBJ *key = key_of(tuple);
@@ -65,8 +73,9 @@ KIV_OBJ *make_bucket(KIV_ALLOCATOR *allocator, uintptr_t count) {
 
 class Rebuild {
  public:
-  Rebuild(const KIV_OBJ_VECTOR *before, KIV_OBJ_HASHTABLE *after, Move *moves)
-      : before_(before), after_(after), slots_(after->buckets->elements), moves_(moves) {}
+  /// keys_differ: from one another, all of them.
+  Rebuild(const KIV_OBJ_VECTOR *before, KIV_OBJ_HASHTABLE *after, Move *moves, bool keys_differ)
+      : before_(before), after_(after), slots_(after->buckets->elements), moves_(moves), keys_differ_(keys_differ) {}
 
   void list_entries() {
     for (uint32_t i = 0; i < old_count(); ++i) {
@@ -87,8 +96,10 @@ class Rebuild {
       prefetch_text(ahead(i, 1));
       moves_[i].bucket = number_of(moves_[i].tuple) % after_->bucket_count;
       KIV_OBJ *&slot = slots_[moves_[i].bucket];
-      slot = reinterpret_cast<KIV_OBJ *>(count_in(slot) + 1);
+      if (!keys_differ_) chain(i, static_cast<uint32_t>(count_in(slot)));
+      slot = as_count(keys_differ_ ? count_in(slot) + 1 : i + uintptr_t{1});
     }
+    if (!keys_differ_) count_chains();
   }
 
   bool find_vectors() {
@@ -120,14 +131,44 @@ class Rebuild {
 
   void distribute() {
     for (uint32_t i = count_; i-- > 0;) {
-      if (i >= kAhead) prefetch_vector(slots_[moves_[i - kAhead].bucket]);
+      if (i >= kAhead && moves_[i - kAhead].bucket != kReplaced) prefetch_vector(slots_[moves_[i - kAhead].bucket]);
+      if (moves_[i].bucket == kReplaced) continue;
       KIV_OBJ_VECTOR *bucket = as_vector(slots_[moves_[i].bucket]);
       bucket->elements[bucket->count++] = moves_[i].tuple;
     }
   }
 
+  void release_replaced() {
+    for (uint32_t i = 0; i < count_; ++i) {
+      if (moves_[i].bucket == kReplaced) release(moves_[i].tuple);
+    }
+  }
+
  private:
   uint32_t old_count() const { return static_cast<uint32_t>(before_->count); }
+
+  /// Puts an entry at the end of a chain, and takes out the one that it replaces.
+  void chain(uint32_t index, uint32_t last) {
+    const KIV_OBJ *key = key_of(moves_[index].tuple);
+    uint32_t *link = &(moves_[index].earlier = last);
+    while (*link != 0) {
+      Move &earlier = moves_[*link - 1];
+      if (key != nullptr && equal(key, key_of(earlier.tuple))) {
+        *link = earlier.earlier;
+        earlier.bucket = kReplaced;
+        return;
+      }
+      link = &earlier.earlier;
+    }
+  }
+
+  void count_chains() {
+    for (uint32_t i = 0; i < after_->bucket_count; ++i) {
+      uintptr_t count = 0;
+      for (auto at = count_in(slots_[i]); at != 0; at = moves_[at - 1].earlier) ++count;
+      slots_[i] = as_count(count);
+    }
+  }
 
   KIV_OBJ *next_spare() {
     while (spare_ < old_count()) {
@@ -141,6 +182,7 @@ class Rebuild {
   KIV_OBJ_HASHTABLE *after_;
   KIV_OBJ **slots_;
   Move *moves_;
+  bool keys_differ_;
   uint32_t count_ = 0;
   uint32_t spare_ = 0;  // the old buckets below it that can serve again do
 };
@@ -156,7 +198,7 @@ void rebuild(KIV_OBJ_HASHTABLE *table) {
   const uint64_t size = (entries + 1) * sizeof(Move);
   if (size > UINT32_MAX || !build_table(&larger, allocator, 0, n, table->load_factor)) return;
   auto *moves = static_cast<Move *>(allocator->alloc(allocator, static_cast<uint32_t>(size)));
-  Rebuild work(table->buckets, &larger, moves);
+  Rebuild work(table->buckets, &larger, moves, buckets_of(table)->index.is_complete());
   bool done = moves != nullptr;
   if (done) {
     work.list_entries();
@@ -169,11 +211,12 @@ void rebuild(KIV_OBJ_HASHTABLE *table) {
     KeyIndex &index = buckets_of(&larger)->index = buckets_of(table)->index;
     index.reserve(allocator, index_room(&larger));
   }
-  if (moves != nullptr) allocator->free(allocator, moves);
   KIV_OBJ_VECTOR *unused = done ? table->buckets : larger.buckets;
   // The header too: callers know that a rebuilt table is neither automatic nor shared.
   if (done) *table = larger;
   release_as(&unused->header, &vector_type, shallow_del);
+  if (done) work.release_replaced();
+  if (moves != nullptr) allocator->free(allocator, moves);
 }
 
 }  // namespace kiv::object
