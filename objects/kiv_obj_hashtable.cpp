@@ -2,6 +2,8 @@
 
 #include "kiv_obj_hashtable.h"
 
+#include <utility>
+
 #include "base/record_layout.h"
 #include "objects/object_hashtable.h"
 
@@ -145,8 +147,12 @@ void obj_hashtable_foreach_key_elem(const KIV_OBJ *table, void *context, KIV_OBJ
 int obj_hashtable_is_empty(const KIV_OBJ *table) { return as_hashtable(table)->bucket_count == 0 ? 1 : 0; }
 
 void obj_hashtable_clear(KIV_OBJ *table) {
+  // A key's deletion may put into the table, even rebuild it: no index meanwhile, and each slot is looked up afresh.
+  object::buckets_of(as_hashtable(table))->index.drop(table->allocator, object::KeyIndex::State::refused);
+  for (uint32_t i = 0; i < as_hashtable(table)->bucket_count; ++i) {
+    object::release(std::exchange(as_hashtable(table)->buckets->elements[i], nullptr));
+  }
   object::drop_index(table);
-  obj_vector_clear(&as_hashtable(table)->buckets->header);
 }
 
 // --- The operations of the kind --------------------------------------------------------------------------------------

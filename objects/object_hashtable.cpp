@@ -116,7 +116,8 @@ void start_index(KIV_OBJ_HASHTABLE *table) {
   KeyIndex &index = buckets_of(table)->index;
   index.start(allocator, index_room(table));
   (void)for_each_entry(table, [&](KIV_OBJ *tuple) {
-    if (index.is_complete()) index.insert(allocator, tuple, KeyIndex::digest(key_of(tuple)).hash);
+    const KIV_OBJ *key = key_of(tuple);
+    if (index.is_complete()) index.insert(allocator, tuple, key != nullptr ? KeyIndex::digest(key).hash : 0);
     return index.is_complete();
   });
 }
