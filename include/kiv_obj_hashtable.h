@@ -5,22 +5,26 @@
  * An entry is a tuple of key and value. It is in the bucket whose index is the key's number, from to_number of its
  * descriptor, modulo the number of buckets, which is odd and has no divisor. Within the bucket keys are told apart by
  * kind and by cmp(key, stored key) of the key's descriptor. Hence objects whose number is their address, like chars,
- * code points and bigflts, are found by the same object only. A key must not change while it is in a table.
+ * code points and bigflts, are found for certain only by the same object: an equal one finds them when it comes to the
+ * same bucket by chance. A key must not change while it is in a table: it may not be found then.
  *
  * Ownership, nesting and thread safety are those of kiv_obj_vector.h. A look-up raises the key's extra_refs for its
  * duration and takes nothing over.
  *
  * Three habits are old and kept, because callers rely on them:
  *  1. The count is one of puts, not of entries: a put that replaces an entry counts too, and obj_hashtable_clear() does
- *     not reset it. Only a deletion decreases it, and a rebuild (below) makes it the number of entries again.
+ *     not reset it. Only a deletion decreases it, and a rebuild (below) makes it the number of entries that it moves.
  *  2. obj_hashtable_is_empty() tells whether there are buckets, and every table has some.
  *  3. A rebuild overwrites the whole record, header included, with that of a new table.
  *
  * AFTER A REBUILD NO TABLE IS AUTOMATIC OR SHARED. When a put makes the count reach grow_threshold, the entries move to
- * about 2.7 times as many buckets, and the third habit leaves automatic 0 and extra_refs 0. A later obj_hashtable_del()
- * would give storage that is the caller's, perhaps a local variable, to the allocator; and the first of several owners
- * to release the table would delete it. So whoever puts into such a table either makes it so large that the count stays
- * below grow_threshold, replacements included, or sets both words again after each put:
+ * at least twice as many buckets as that, about 2.7 times the old ones at a load factor of 0.75. It is as if each were
+ * put into a new table, in the order of obj_hashtable_foreach_key_elem(): equal keys of different numbers may meet in a
+ * bucket, and the later entry replaces the earlier, which is released. The third habit leaves automatic 0 and
+ * extra_refs 0. A later obj_hashtable_del() would give storage that is the caller's, perhaps a local variable, to the
+ * allocator; and the first of several owners to release the table would delete it. So whoever puts into such a table
+ * either makes it so large that the count stays below grow_threshold, replacements included, or sets both words again
+ * after each put:
  *
  *     obj_hashtable_put(table, key, value);
  *     table->automatic = 1;
@@ -29,7 +33,8 @@
  * Costs: put, look-up and deletion take constant time on average for keys whose numbers differ. Those of strings, sums
  * of code units, often do not. But a large table whose keys are all strings, ints, u32s, u64s or pointers of the
  * library's kinds has an index beside its buckets: look-ups take constant time then, a put or a deletion goes through
- * the pointers of one bucket, and an entry takes up to 72 bytes more. */
+ * the pointers of one bucket, and the table takes up to 60 bytes more for each entry that it has room for before the
+ * next rebuild. */
 #ifndef KIV_OBJ_HASHTABLE_H
 #define KIV_OBJ_HASHTABLE_H
 
@@ -109,15 +114,16 @@ KIV_API void obj_hashtable_clear(KIV_OBJ *table);
 
 /* --- The operations of the kind; the number is the address ------------------------------------------------------- */
 
-/** A table with copies of the entries, in the same places: keys whose number is their address are not found in it. Null
- * without memory, or when something cannot be copied. */
+/** A table with copies of the entries, in the same places: keys whose number is their address are found in it by chance
+ * only. Null without memory, or when something cannot be copied. */
 KIV_API KIV_OBJ *obj_hashtable_copy(const KIV_OBJ *table);
 
 /** The texts of the entries, joined in the order of obj_hashtable_foreach_key_elem(). Null as for a vector. */
 KIV_API char *obj_hashtable_to_char_s(const KIV_OBJ *table);
 
 /** 0 when both tables have the same keys at the same places, whatever their values: entries are tuples, and tuples are
- * known by their keys. Else 1, also when one of them is null. */
+ * known by their keys. Else 1, also when one of them is null. A bucket whose entries were deleted differs from one that
+ * was never used. */
 KIV_API int32_t obj_hashtable_cmp(const KIV_OBJ *a, const KIV_OBJ *b);
 
 KIV_END_DECLARATIONS

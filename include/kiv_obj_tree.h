@@ -69,8 +69,8 @@ KIV_API KIV_OBJ *obj_tree_new_set_left_right(KIV_ALLOCATOR *allocator, KIV_OBJ *
 KIV_API void obj_tree_del(KIV_OBJ *node);
 
 /** Gives up one reference, but deletes only this node: its value is released as always, children, parent and their
- * links to it are left alone. The children need a new owner, and parent links that do not lead here any more. Null is
- * ignored. */
+ * links to it are left alone (an automatic node's value is null then). The children need a new owner, and parent links
+ * that do not lead here any more. Null is ignored. */
 KIV_API void obj_tree_del_non_recursive(KIV_OBJ *node);
 
 /* --- Value and links --------------------------------------------------------------------------------------------- */
@@ -123,7 +123,7 @@ KIV_API uint32_t obj_tree_height(KIV_OBJ *node);
  *
  * Texts come from the values' to_char_s, in order from left to right, and are freed through the values' allocators.
  *
- * unit_width is the narrowest cell that is worth drawing: levels with narrower ones are left out, both lines. Below 1
+ * unit_width is the narrowest cell that is worth drawing: both lines of a level with narrower ones are empty. Below 1
  * it counts as 1; a width below it counts as unit_width, one above 1024 as 1024. A null node or less than one level
  * draws nothing. */
 KIV_API void obj_tree_dump_node(const KIV_OBJ *node, int32_t unit_width, int32_t width, int32_t levels);

@@ -13,7 +13,7 @@ KIV_BEGIN_DECLARATIONS
 /** Read it; only the library writes it. */
 typedef struct KIV_OBJ_TUPLE {
   KIV_OBJ header;
-  KIV_OBJ_VECTOR *elements; /**< lives and dies with the tuple: share the tuple, not this vector */
+  KIV_OBJ_VECTOR *elements; /**< the tuple is one owner of it */
 } KIV_OBJ_TUPLE;
 
 /** A tuple of n elements, which follow as n arguments of type KIV_OBJ *, null for one that is to be empty (in C and C++

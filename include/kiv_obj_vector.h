@@ -36,7 +36,7 @@ KIV_BEGIN_DECLARATIONS
 
 /** Read it; only the library writes it. */
 typedef struct KIV_OBJ_VECTOR {
-  KIV_OBJ header;     /**< automatic is 2 in the vector of a tuple whose storage is the tuple's */
+  KIV_OBJ header;     /**< automatic is 2 in a tuple's vector whose block is the tuple's: its last owner frees both */
   int32_t count;      /**< slots in use, empty ones included */
   uint32_t capacity;  /**< slots before the array has to grow */
   KIV_OBJ **elements; /**< capacity + 1 slots; those from count on are null */

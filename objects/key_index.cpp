@@ -2,6 +2,7 @@
 
 #include "objects/key_index.h"
 
+#include <algorithm>
 #include <bit>
 
 #include "objects/object_tuple.h"
@@ -11,114 +12,111 @@ namespace kiv::object {
 
 namespace {
 
-constexpr uint64_t kFirstSlots = 64;
-
-bool is_string(const KIV_OBJ *key) { return key->type == &unichar_s_type; }
-
 constexpr uint64_t kMultiplier = 0x9E3779B97F4A7C15;  // 2^64 divided by the golden ratio
 
-/// Two code units at a time, each step a bijection of the state; the upper bits depend on all of them.
-uint32_t string_hash(const KIV_UNICHAR *units) {
+uint32_t upper_half(uint64_t state) { return std::max(static_cast<uint32_t>(state >> 32), 1U); }
+
+/// The number of a string, and a hash value: two code units at a time, each step a bijection of the state; the upper
+/// bits depend on all of them.
+KeyIndex::Digest string_digest(const KIV_UNICHAR *units) {
   uint64_t state = 0;
+  uint32_t sum = 0;
   for (; units[0] != 0; units += 2) {
-    const uint64_t pair = units[0] | uint64_t{units[1]} << 32;
-    state = (std::rotl(state, 29) ^ pair) * kMultiplier;
+    sum += units[0] + units[1];
+    state = (std::rotl(state, 29) ^ (units[0] | uint64_t{units[1]} << 32)) * kMultiplier;
     if (units[1] == 0) break;
   }
-  return static_cast<uint32_t>(state >> 32);
+  return {sum, upper_half(state)};
 }
+
+/// Plain kinds but strings. Known by their descriptors: a program's own kind may have the id of one.
+bool is_plain_number(const KIV_OBJ_TYPE *type) {
+  return type == &int_type || type == &u32_type || type == &ptr_type || type == &u64_type;
+}
+
+/// Slots that so many entries fill to two thirds at most.
+uint64_t slots_for(uint64_t entries) { return std::bit_ceil(std::max<uint64_t>(entries + entries / 2 + 1, 64)); }
 
 }  // namespace
 
-bool KeyIndex::is_plain(const KIV_OBJ *key) {
-  if (is_string(key)) return true;
-  if (key->type->cmp != obj_cmp_default) return false;
-  switch (key->type->type_id) {
-    case KIV_OBJ_KIND_INT:
-    case KIV_OBJ_KIND_U32:
-    case KIV_OBJ_KIND_PTR:
-    case KIV_OBJ_KIND_U64:
-      return true;
-    default:
-      return false;
+KeyIndex::Digest KeyIndex::digest(const KIV_OBJ *key) {
+  if (key->type == &unichar_s_type) {
+    return string_digest(or_empty(reinterpret_cast<const KIV_OBJ_UNICHAR_S *>(key)->value));
   }
+  const uint32_t number = key->type->to_number(key);
+  return {number, is_plain_number(key->type) ? upper_half(number * kMultiplier) : 0};
 }
 
-bool KeyIndex::covers(const KIV_OBJ *key) const { return state_ == State::complete && is_plain(key); }
-
-uint32_t KeyIndex::hash(const KIV_OBJ *key, uint32_t number) {
-  if (is_string(key)) return string_hash(or_empty(reinterpret_cast<const KIV_OBJ_UNICHAR_S *>(key)->value));
-  return static_cast<uint32_t>(number * kMultiplier >> 32);
-}
-
-uint32_t KeyIndex::hash(const KIV_OBJ *key) { return hash(key, is_string(key) ? 0 : key->type->to_number(key)); }
-
-KeyIndex::Slot *KeyIndex::find(const KIV_OBJ *key, uint32_t hash) const {
-  const uint32_t kind = key->type->type_id;
-  for (uint32_t i = hash & mask_; slots_[i].tuple != nullptr; i = (i + 1) & mask_) {
-    if (slots_[i].hash != hash) continue;
-    // On its way while the keys are compared: nearly always it is the one.
-    __builtin_prefetch(slots_[i].tuple);
-    __builtin_prefetch(reinterpret_cast<const char *>(slots_[i].tuple) + 64);
-    if (slots_[i].key->type->type_id == kind && key->type->cmp(key, slots_[i].key) == 0) return &slots_[i];
+uint32_t KeyIndex::find(const KIV_OBJ *key, uint32_t hash) const {
+  for (uint32_t i = hash & mask_; hashes_[i] != 0; i = (i + 1) & mask_) {
+    if (hashes_[i] != hash) continue;
+    __builtin_prefetch(entries_[i].key);
+    // The line of a small tuple's elements, while the first one comes in.
+    __builtin_prefetch(reinterpret_cast<const char *>(entries_[i].tuple) + 64);
+    const KIV_OBJ *stored = key_of(entries_[i].tuple);
+    if (stored != nullptr && stored->type == key->type && key->type->cmp(key, stored) == 0) return i;
   }
-  return nullptr;
+  return kNone;
 }
 
-void KeyIndex::place(Slot entry) {
-  uint32_t i = entry.hash & mask_;
-  while (slots_[i].tuple != nullptr) i = (i + 1) & mask_;
-  slots_[i] = entry;
+void KeyIndex::place(Entry entry, uint32_t hash) {
+  uint32_t i = hash & mask_;
+  while (hashes_[i] != 0) i = (i + 1) & mask_;
+  entries_[i] = entry;
+  hashes_[i] = hash;
 }
 
-bool KeyIndex::resize(KIV_ALLOCATOR *allocator, uint64_t count) {
-  const uint64_t size = count * sizeof(Slot);
+bool KeyIndex::resize(KIV_ALLOCATOR *allocator, uint64_t slots) {
+  const uint64_t size = slots * (sizeof *entries_ + sizeof *hashes_);
   if (size > UINT32_MAX) return false;
-  auto *slots = static_cast<Slot *>(allocate_zeroed(allocator, static_cast<uint32_t>(size)));
-  if (slots == nullptr) return false;
-  Slot *const old = slots_, *const end = old != nullptr ? old + mask_ + 1 : nullptr;
-  slots_ = slots;
-  mask_ = static_cast<uint32_t>(count - 1);
-  for (const Slot *slot = old; slot != end; ++slot) {
-    if (slot->tuple != nullptr) place(*slot);
+  auto *entries = static_cast<Entry *>(allocator->alloc(allocator, static_cast<uint32_t>(size)));
+  if (entries == nullptr) return false;
+  const KeyIndex old = *this;
+  entries_ = entries;
+  hashes_ = reinterpret_cast<uint32_t *>(entries + slots);
+  std::fill_n(hashes_, slots, 0);
+  mask_ = static_cast<uint32_t>(slots - 1);
+  if (old.entries_ == nullptr) return true;
+  for (uint32_t i = 0; i <= old.mask_; ++i) {
+    if (old.hashes_[i] != 0) place(old.entries_[i], old.hashes_[i]);
   }
-  allocator->free(allocator, old);
+  allocator->free(allocator, old.entries_);
   return true;
 }
 
-void KeyIndex::start(KIV_ALLOCATOR *allocator) {
-  state_ = resize(allocator, kFirstSlots) ? State::complete : State::refused;
+void KeyIndex::start(KIV_ALLOCATOR *allocator, uint32_t entries) {
+  state_ = resize(allocator, slots_for(entries)) ? State::complete : State::refused;
+}
+
+void KeyIndex::reserve(KIV_ALLOCATOR *allocator, uint32_t entries) {
+  if (is_complete() && slots_for(entries) > mask_) (void)resize(allocator, slots_for(entries));
 }
 
 void KeyIndex::insert(KIV_ALLOCATOR *allocator, KIV_OBJ *tuple, uint32_t hash) {
-  const KIV_OBJ *key = key_of(tuple);
-  const uint64_t size = uint64_t{mask_} + 1;
-  if (!is_plain(key) || (uint64_t{used_} * 3 >= size * 2 && !resize(allocator, size * 2))) {
+  const uint64_t slots = uint64_t{mask_} + 1;
+  if (hash == 0 || (uint64_t{used_} * 3 >= slots * 2 && !resize(allocator, slots * 2))) {
     drop(allocator, State::refused);
     return;
   }
-  place({tuple, key, hash});
+  place({tuple, key_of(tuple)}, hash);
   ++used_;
 }
 
-void KeyIndex::erase(Slot *slot) {
-  auto gap = static_cast<uint32_t>(slot - slots_);
-  for (uint32_t i = (gap + 1) & mask_; slots_[i].tuple != nullptr; i = (i + 1) & mask_) {
+void KeyIndex::erase(uint32_t slot) {
+  for (uint32_t i = (slot + 1) & mask_; hashes_[i] != 0; i = (i + 1) & mask_) {
     // An entry may move into the gap unless its search would start behind that.
-    const uint32_t home = slots_[i].hash & mask_;
-    if (((i - home) & mask_) < ((i - gap) & mask_)) continue;
-    slots_[gap] = slots_[i];
-    gap = i;
+    if (((i - hashes_[i]) & mask_) < ((i - slot) & mask_)) continue;
+    entries_[slot] = entries_[i];
+    hashes_[slot] = hashes_[i];
+    slot = i;
   }
-  slots_[gap] = {};
+  hashes_[slot] = 0;
   --used_;
 }
 
 void KeyIndex::drop(KIV_ALLOCATOR *allocator, State state) {
-  if (slots_ != nullptr) allocator->free(allocator, slots_);
-  slots_ = nullptr;
-  mask_ = 0;
-  used_ = 0;
+  if (entries_ != nullptr) allocator->free(allocator, entries_);
+  *this = {};
   state_ = state;
 }
 

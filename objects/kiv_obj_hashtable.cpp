@@ -2,6 +2,8 @@
 
 #include "kiv_obj_hashtable.h"
 
+#include <utility>
+
 #include "base/record_layout.h"
 #include "objects/object_hashtable.h"
 
@@ -38,6 +40,13 @@ KIV_OBJ *look_up(const KIV_OBJ *table, KIV_OBJ *key) {
   KIV_OBJ *tuple = find_entry(as_hashtable(table), key);
   --key->extra_refs;
   return tuple;
+}
+
+/// The result cannot tell a failure, so that nobody else would release the tuple then.
+int put_or_release(KIV_OBJ *table, KIV_OBJ *tuple, KeyIndex::Digest digest) {
+  const Put put = put_entry(as_hashtable(table), tuple, digest);
+  if (put == Put::failed) release(tuple);
+  return put == Put::replaced ? 1 : 0;
 }
 
 }  // namespace
@@ -77,18 +86,25 @@ void obj_hashtable_shallow_del(KIV_OBJ *table) {
 // --- Entries ---------------------------------------------------------------------------------------------------------
 
 int obj_hashtable_put(KIV_OBJ *table, KIV_OBJ *key, KIV_OBJ *value) {
-  KIV_OBJ *tuple = obj_tuple_new(table->allocator, 2, key, value);
-  if (tuple != nullptr) return obj_hashtable_put_pair(table, tuple);
+  if (key != nullptr) {
+    const object::KeyIndex::Digest digest = object::expect_put(as_hashtable(table), key);
+    KIV_OBJ_TUPLE *tuple = object::make_tuple(table->allocator, 2);
+    if (tuple != nullptr) {
+      tuple->elements->elements[0] = key;
+      tuple->elements->elements[1] = value;
+      return object::put_or_release(table, &tuple->header, digest);
+    }
+  }
   object::release(key);
   object::release(value);
   return 0;
 }
 
 int obj_hashtable_put_pair(KIV_OBJ *table, KIV_OBJ *tuple) {
-  const object::Put put = object::put_entry(as_hashtable(table), tuple);
-  // The result cannot tell a failure, so that nobody else would release the tuple.
-  if (put == object::Put::failed) object::release(tuple);
-  return put == object::Put::replaced ? 1 : 0;
+  const KIV_OBJ *key = object::key_of(tuple);
+  if (key != nullptr) return object::put_or_release(table, tuple, object::expect_put(as_hashtable(table), key));
+  object::release(tuple);
+  return 0;
 }
 
 KIV_OBJ *obj_hashtable_get_elem(const KIV_OBJ *table, KIV_OBJ *key) {
@@ -131,8 +147,12 @@ void obj_hashtable_foreach_key_elem(const KIV_OBJ *table, void *context, KIV_OBJ
 int obj_hashtable_is_empty(const KIV_OBJ *table) { return as_hashtable(table)->bucket_count == 0 ? 1 : 0; }
 
 void obj_hashtable_clear(KIV_OBJ *table) {
+  // A key's deletion may put into the table, even rebuild it: no index meanwhile, and each slot is looked up afresh.
+  object::buckets_of(as_hashtable(table))->index.drop(table->allocator, object::KeyIndex::State::refused);
+  for (uint32_t i = 0; i < as_hashtable(table)->bucket_count; ++i) {
+    object::release(std::exchange(as_hashtable(table)->buckets->elements[i], nullptr));
+  }
   object::drop_index(table);
-  obj_vector_clear(&as_hashtable(table)->buckets->header);
 }
 
 // --- The operations of the kind --------------------------------------------------------------------------------------
@@ -154,7 +174,7 @@ KIV_OBJ *obj_hashtable_copy(const KIV_OBJ *table) {
     object::release(&copy->header);
     return nullptr;
   }
-  if (object::buckets_of(original)->index.state() == object::KeyIndex::State::complete) object::start_index(copy);
+  if (object::buckets_of(original)->index.is_complete()) object::start_index(copy);
   return &copy->header;
 }
 

@@ -103,14 +103,10 @@ constexpr KIV_OBJ_TYPE scalar(KIV_OBJ_KIND kind, char *(*text)(const KIV_OBJ *),
   return {kind, sizeof(Record), text, number, obj_copy_default, obj_cmp_default, obj_del_default};
 }
 
-constexpr KIV_OBJ_TYPE kInt = scalar<KIV_OBJ_INT>(KIV_OBJ_KIND_INT, int_text, u32_number);
-constexpr KIV_OBJ_TYPE kU32 = scalar<KIV_OBJ_U32>(KIV_OBJ_KIND_U32, int_text, u32_number);
 constexpr KIV_OBJ_TYPE kChar = scalar<KIV_OBJ_CHAR>(KIV_OBJ_KIND_CHAR, char_text);
 constexpr KIV_OBJ_TYPE kUchar = scalar<KIV_OBJ_UCHAR>(KIV_OBJ_KIND_UCHAR, char_text);
-constexpr KIV_OBJ_TYPE kPtr = scalar<KIV_OBJ_PTR>(KIV_OBJ_KIND_PTR, ptr_text, ptr_number);
 constexpr KIV_OBJ_TYPE kBigflt = scalar<KIV_OBJ_BIGFLT>(KIV_OBJ_KIND_BIGFLT, bigflt_text);
 constexpr KIV_OBJ_TYPE kUnichar = scalar<KIV_OBJ_UNICHAR>(KIV_OBJ_KIND_UNICHAR, unichar_text);
-constexpr KIV_OBJ_TYPE kU64 = scalar<KIV_OBJ_U64>(KIV_OBJ_KIND_U64, u64_text, u64_number);
 
 // --- Constructors ----------------------------------------------------------------------------------------------------
 
@@ -138,15 +134,21 @@ bigflt without_rests(bigflt value) {
 }
 
 }  // namespace
+
+constinit const KIV_OBJ_TYPE int_type = scalar<KIV_OBJ_INT>(KIV_OBJ_KIND_INT, int_text, u32_number);
+constinit const KIV_OBJ_TYPE u32_type = scalar<KIV_OBJ_U32>(KIV_OBJ_KIND_U32, int_text, u32_number);
+constinit const KIV_OBJ_TYPE ptr_type = scalar<KIV_OBJ_PTR>(KIV_OBJ_KIND_PTR, ptr_text, ptr_number);
+constinit const KIV_OBJ_TYPE u64_type = scalar<KIV_OBJ_U64>(KIV_OBJ_KIND_U64, u64_text, u64_number);
+
 }  // namespace kiv::object
 
 namespace object = kiv::object;
 
 KIV_OBJ *obj_int_new(KIV_ALLOCATOR *allocator, int32_t value) {
-  return object::make<KIV_OBJ_INT>(allocator, object::kInt, value);
+  return object::make<KIV_OBJ_INT>(allocator, object::int_type, value);
 }
 KIV_OBJ *obj_u32_new(KIV_ALLOCATOR *allocator, uint32_t value) {
-  return object::make<KIV_OBJ_U32>(allocator, object::kU32, value);
+  return object::make<KIV_OBJ_U32>(allocator, object::u32_type, value);
 }
 KIV_OBJ *obj_char_new(KIV_ALLOCATOR *allocator, char value) {
   return object::make<KIV_OBJ_CHAR>(allocator, object::kChar, value);
@@ -155,7 +157,7 @@ KIV_OBJ *obj_uchar_new(KIV_ALLOCATOR *allocator, uint8_t value) {
   return object::make<KIV_OBJ_UCHAR>(allocator, object::kUchar, value);
 }
 KIV_OBJ *obj_ptr_new(KIV_ALLOCATOR *allocator, void *value) {
-  return object::make<KIV_OBJ_PTR>(allocator, object::kPtr, value);
+  return object::make<KIV_OBJ_PTR>(allocator, object::ptr_type, value);
 }
 KIV_OBJ *obj_bigflt_new(KIV_ALLOCATOR *allocator, bigflt value) {
   return object::make<KIV_OBJ_BIGFLT>(allocator, object::kBigflt, object::without_rests(value));
@@ -164,14 +166,14 @@ KIV_OBJ *obj_unichar_new(KIV_ALLOCATOR *allocator, KIV_UNICHAR value) {
   return object::make<KIV_OBJ_UNICHAR>(allocator, object::kUnichar, value);
 }
 KIV_OBJ *obj_u64_new(KIV_ALLOCATOR *allocator, uint64_t value) {
-  return object::make<KIV_OBJ_U64>(allocator, object::kU64, value);
+  return object::make<KIV_OBJ_U64>(allocator, object::u64_type, value);
 }
 
 KIV_OBJ *obj_int_new_automatic(KIV_OBJ_INT *storage, int32_t value) {
-  return object::make_automatic(storage, object::kInt, value);
+  return object::make_automatic(storage, object::int_type, value);
 }
 KIV_OBJ *obj_u32_new_automatic(KIV_OBJ_U32 *storage, uint32_t value) {
-  return object::make_automatic(storage, object::kU32, value);
+  return object::make_automatic(storage, object::u32_type, value);
 }
 KIV_OBJ *obj_char_new_automatic(KIV_OBJ_CHAR *storage, char value) {
   return object::make_automatic(storage, object::kChar, value);
@@ -180,7 +182,7 @@ KIV_OBJ *obj_uchar_new_automatic(KIV_OBJ_UCHAR *storage, uint8_t value) {
   return object::make_automatic(storage, object::kUchar, value);
 }
 KIV_OBJ *obj_ptr_new_automatic(KIV_OBJ_PTR *storage, void *value) {
-  return object::make_automatic(storage, object::kPtr, value);
+  return object::make_automatic(storage, object::ptr_type, value);
 }
 KIV_OBJ *obj_bigflt_new_automatic(KIV_OBJ_BIGFLT *storage, bigflt value) {
   return object::make_automatic(storage, object::kBigflt, object::without_rests(value));
@@ -189,7 +191,7 @@ KIV_OBJ *obj_unichar_new_automatic(KIV_OBJ_UNICHAR *storage, KIV_UNICHAR value) 
   return object::make_automatic(storage, object::kUnichar, value);
 }
 KIV_OBJ *obj_u64_new_automatic(KIV_OBJ_U64 *storage, uint64_t value) {
-  return object::make_automatic(storage, object::kU64, value);
+  return object::make_automatic(storage, object::u64_type, value);
 }
 
 bigflt obj_bigflt_get(const KIV_OBJ *object) { return object::value_of<KIV_OBJ_BIGFLT>(object); }

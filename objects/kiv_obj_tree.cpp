@@ -3,6 +3,7 @@
 #include "kiv_obj_tree.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "base/alias.h"
 #include "base/record_layout.h"
@@ -45,7 +46,7 @@ KIV_OBJ *get_link(const KIV_OBJ *node, Node *Node::*link) {
 /// descriptor is put right before it is released.
 void delete_node_only(KIV_OBJ *object) {
   type.del = delete_tree;
-  object::release(node_of(object)->value);
+  object::release(std::exchange(node_of(object)->value, nullptr));
   object::free_storage(object);
 }
 

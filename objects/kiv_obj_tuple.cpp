@@ -26,8 +26,10 @@ KIV_OBJ *copy(const KIV_OBJ *object) {
 int32_t cmp(const KIV_OBJ *a, const KIV_OBJ *b) { return equal(key_of(a), key_of(b)) ? 0 : 1; }
 
 void del(KIV_OBJ *object) {
-  release(&as_tuple(object)->elements->header);
-  free_storage(object);
+  KIV_OBJ *elements = &as_tuple(object)->elements->header;
+  const bool has_own_block = elements->automatic != kPartOfTuple;
+  release(elements);
+  if (has_own_block) free_storage(object);
 }
 
 void fill(KIV_OBJ_VECTOR *elements, va_list arguments) {

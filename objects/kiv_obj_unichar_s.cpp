@@ -17,6 +17,7 @@ const KIV_UNICHAR *string_of(const KIV_OBJ *object) {
 }
 
 char *unichar_s_text(const KIV_OBJ *object) {
+  if (object->allocator == nullptr) return nullptr;
   return kiv_string_convert_utf32_to_char_a(object->allocator, string_of(object));
 }
 
@@ -27,6 +28,7 @@ uint32_t unichar_s_number(const KIV_OBJ *object) {
 }
 
 KIV_OBJ *unichar_s_copy(const KIV_OBJ *object) {
+  if (object->allocator == nullptr) return nullptr;
   KIV_STRING string = kiv_string_dup(object->allocator, string_of(object));
   if (string == nullptr) return nullptr;
   KIV_OBJ *copy = obj_unichar_s_new(object->allocator, string);
@@ -37,7 +39,8 @@ KIV_OBJ *unichar_s_copy(const KIV_OBJ *object) {
 int32_t unichar_s_cmp(const KIV_OBJ *a, const KIV_OBJ *b) { return kiv_string_compare(string_of(a), string_of(b)); }
 
 void unichar_s_del(KIV_OBJ *object) {
-  kiv_string_delete(object->allocator, reinterpret_cast<KIV_OBJ_UNICHAR_S *>(object)->value);
+  KIV_STRING string = reinterpret_cast<KIV_OBJ_UNICHAR_S *>(object)->value;
+  if (object->allocator != nullptr) kiv_string_delete(object->allocator, string);
   free_storage(object);
 }
 

@@ -9,8 +9,8 @@
 
 namespace kiv::object {
 
-/// The descriptor of strings, which a hashtable knows more about than it tells.
-extern const KIV_OBJ_TYPE unichar_s_type;
+/// Descriptors of kinds that hashtables know by more than their operations.
+extern const KIV_OBJ_TYPE int_type, u32_type, ptr_type, u64_type, unichar_s_type;
 
 /// A number of 64 bits, or an address of any width, as one of 32.
 constexpr uint32_t fold(uint64_t number) { return static_cast<uint32_t>(number ^ number >> 32); }

@@ -63,7 +63,8 @@ bool append_other(Text *text, const KIV_OBJ *object) {
   char *own = object->type->to_char_s(object);
   if (own == nullptr) return false;
   const bool done = text->append(own, std::strlen(own));
-  object->allocator->free(object->allocator, own);
+  // A kind may make its texts elsewhere: without an allocator they are not ours to free.
+  if (object->allocator != nullptr) object->allocator->free(object->allocator, own);
   return done;
 }
 

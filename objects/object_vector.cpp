@@ -2,6 +2,8 @@
 
 #include "objects/object_vector.h"
 
+#include "kiv_obj_tuple.h"
+
 namespace kiv::object {
 
 KIV_OBJ **allocate_slots(KIV_ALLOCATOR *allocator, int32_t n) {
@@ -54,7 +56,13 @@ bool set_capacity(KIV_OBJ_VECTOR *vector, uint64_t capacity) {
 void discard(KIV_OBJ_VECTOR *vector) {
   KIV_ALLOCATOR *allocator = vector->header.allocator;
   if (!has_slots_within(vector)) allocator->free(allocator, vector->elements);
-  free_storage(&vector->header);
+  // A tuple's block ends with its vector, which may have more owners than the tuple.
+  KIV_OBJ *block = &vector->header;
+  if (block->automatic == kPartOfTuple) {
+    allocator->free(allocator, reinterpret_cast<KIV_OBJ_TUPLE *>(vector) - 1);
+  } else {
+    free_storage(block);
+  }
 }
 
 bool open_gap(KIV_OBJ_VECTOR *vector, int32_t index, int64_t gap) {

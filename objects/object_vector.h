@@ -9,7 +9,8 @@
 //  2. The array belongs to the record's block exactly when it starts where the record ends and the storage is not the
 //     caller's. (The block of a vector whose array is apart has at least one more slot, so that no other block can
 //     start there.)
-//  3. A tuple's vector can be part of the tuple's block: its header's automatic is kPartOfTuple.
+//  3. A tuple's vector can be part of the tuple's block, right behind the tuple's record: its header's automatic is
+//     kPartOfTuple. The block ends with the vector, which never ends before the tuple, as the tuple is an owner.
 #ifndef KIV_OBJECTS_OBJECT_VECTOR_H
 #define KIV_OBJECTS_OBJECT_VECTOR_H
 

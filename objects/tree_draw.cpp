@@ -88,10 +88,12 @@ void draw(const Terminal &terminal, const Node *node, int32_t unit_width, int32_
   if (node == nullptr) return;
   const int32_t narrowest = std::clamp(unit_width, 1, kMaxWidth);
   const int32_t whole = std::clamp(width, narrowest, kMaxWidth);
-  for (int32_t level = 1, cell = whole; level <= levels && cell >= narrowest; ++level, cell /= 2) {
-    write_level(terminal, put_nodes, node, whole, level);
-    write_level(terminal, put_branches, node, whole, level);
+  int32_t drawn = 0;
+  for (int32_t cell = whole; drawn < levels && cell >= narrowest; cell /= 2) {
+    write_level(terminal, put_nodes, node, whole, ++drawn);
+    write_level(terminal, put_branches, node, whole, drawn);
   }
+  for (; drawn < levels; ++drawn) terminal.write(terminal.context, "\n\n", 2);
 }
 
 }  // namespace kiv::tree

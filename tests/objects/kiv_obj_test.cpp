@@ -3,19 +3,15 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <deque>
 #include <string>
-#include <vector>
+#include <tuple>
 
-#include "counting_kind.h"
 #include "kiv_bigflt_text.h"
 #include "kiv_obj_vector.h"
 #include "tests/support/counting_allocator.h"
-#include "tests/support/random.h"
 #include "tests/support/unistring.h"
 
 using kiv::test::CountingAllocator;
-using kiv::test::CountingKind;
 using kiv::test::new_string;
 
 namespace {
@@ -46,18 +42,15 @@ const struct {
 } kLiterals[] = {
     {MAKE(obj_int_new(a, 2147483647)), 1, 20, 2147483647, "2147483647", 11},
     {MAKE(obj_int_new(a, INT32_MIN)), obj_int_get_type(), 20, 2147483648, "-2147483648", 12},
-    {MAKE(obj_u32_new(a, 2147483647)), 2, 20, 2147483647, "2147483647", 11},
     {MAKE(obj_u32_new(a, 4294967295)), obj_u32_get_type(), 20, 4294967295, "-1", 3},
     {MAKE(obj_char_new(a, 'x')), 3, 20, kAddress, "x", 2},
     {MAKE(obj_char_new(a, 0)), obj_char_get_type(), 20, kAddress, "", 2},
-    {MAKE(obj_uchar_new(a, 0xE9)), 4, 20, kAddress, "\xE9", 2},
-    {MAKE(obj_uchar_new(a, 127)), obj_uchar_get_type(), 20, kAddress, "\x7F", 2},
+    {MAKE(obj_uchar_new(a, 0xE9)), obj_uchar_get_type(), 20, kAddress, "\xE9", 2},
     {MAKE(obj_ptr_new(a, (void *)0x12ABCD)), 5, 20, 0x12ABCD, kUpper + "0012ABCD", sizeof(void *) * 2 + 1},
     {MAKE(obj_ptr_new(a, nullptr)), obj_ptr_get_type(), 20, 0, kUpper + "00000000", sizeof(void *) * 2 + 1},
     {MAKE(obj_bigflt_new(a, number("0.3333333"))), 6, 52, kAddress, "0.333333", 9},
     {MAKE(obj_bigflt_new(a, number("-123456789012.5"))), 6, 52, kAddress, "-123456789012.50000", 20},
     {MAKE(obj_bigflt_new(a, number("15e30"))), obj_bigflt_get_type(), 52, kAddress, "1500000000000000000", 20},
-    {MAKE(obj_unichar_new(a, 'A')), 7, 20, kAddress, "A", 2},
     {MAKE(obj_unichar_new(a, 126)), 7, 20, kAddress, "~", 2},
     {MAKE(obj_unichar_new(a, 127)), 7, 20, kAddress, "?", 2},
     {MAKE(obj_unichar_new(a, 0x20AC)), obj_unichar_get_type(), 20, kAddress, "?", 2},
@@ -103,57 +96,47 @@ TEST(Object, literals) {
   }
 }
 
-/// Mostly zero bytes, so that values of different kinds are equal now and then.
-template <class Value>
-Value random_value(std::mt19937_64 *random) {
-  Value value;
-  auto *bytes = reinterpret_cast<uint8_t *>(&value);
-  for (size_t i = 0; i < sizeof value; ++i) {
-    bytes[i] = kiv::test::below(*random, 8) == 0 ? static_cast<uint8_t>((*random)()) : 0;
-  }
-  return value;
+/// In dirty storage, as a stack is, padding does not count, and what is set is what one gets.
+template <class Record, class Value>
+void expect_clean(KIV_OBJ *(*make)(Record *, Value), KIV_OBJ *made, Value (*get)(const KIV_OBJ *),
+                  void (*set)(KIV_OBJ *, Value), Value value) {
+  Record storage;
+  std::memset(static_cast<void *>(&storage), 0xA5, sizeof storage);
+  make(&storage, Value());
+  set(made, value);
+  EXPECT_EQ(made->type->cmp(&storage.header, made), 1) << made->type->type_id;
+  set(&storage.header, get(made));
+  EXPECT_EQ(made->type->cmp(&storage.header, made), 0) << made->type->type_id;
+  obj_vector_del(made);
 }
 
-void clear_unused(void *) {}
-void clear_unused(bigflt *value) { std::memset(value->unused, 0, sizeof value->unused); }
-
-/// Objects of the kinds with default operations: two are equal when sizes and bytes of their values are, however they
-/// were built and set.
+/// Equal are objects whose values have the same size and bytes, of whatever kinds and however they were built.
 TEST(Object, values_are_equal_when_sizes_and_bytes_are) {
   CountingAllocator allocator;
-  auto random = kiv::test::make_random();
-  std::deque<KIV_OBJ_BIGFLT> room;  // the largest of them
-  std::vector<std::pair<KIV_OBJ *, std::string>> objects;
-  const auto add = [&]<class Record, class Value>(KIV_OBJ *(*make)(KIV_ALLOCATOR *, Value),
-                                                  KIV_OBJ *(*make_automatic)(Record *, Value),
-                                                  Value (*get)(const KIV_OBJ *), void (*set)(KIV_OBJ *, Value)) {
-    void *storage = std::memset(static_cast<void *>(&room.emplace_back()), 0xA5, sizeof(Record));  // as a stack is
-    const auto value = random_value<Value>(&random), other = random_value<Value>(&random);
-    for (KIV_OBJ *object : {make(allocator.record(), value), make_automatic(static_cast<Record *>(storage), value)}) {
-      const bool replace = random() % 2 == 0;
-      if (replace) set(object, other);
-      Value got = get(object), wanted = replace ? other : value;
-      clear_unused(&wanted);
-      std::string bytes(sizeof(Record) - sizeof(KIV_OBJ), 0);
-      std::memcpy(bytes.data(), &wanted, sizeof wanted);
-      EXPECT_EQ(std::memcmp(&got, &wanted, sizeof got), 0);
-      objects.emplace_back(object, bytes);
-    }
-  };
-  for (int round = 0; round < 20; ++round) {
-    add(obj_int_new, obj_int_new_automatic, obj_int_get, obj_int_set);
-    add(obj_u32_new, obj_u32_new_automatic, obj_u32_get, obj_u32_set);
-    add(obj_char_new, obj_char_new_automatic, obj_char_get, obj_char_set);
-    add(obj_uchar_new, obj_uchar_new_automatic, obj_uchar_get, obj_uchar_set);
-    add(obj_ptr_new, obj_ptr_new_automatic, obj_ptr_get, obj_ptr_set);
-    add(obj_bigflt_new, obj_bigflt_new_automatic, obj_bigflt_get, obj_bigflt_set);
-    add(obj_unichar_new, obj_unichar_new_automatic, obj_unichar_get, obj_unichar_set);
-    add(obj_u64_new, obj_u64_new_automatic, obj_u64_get, obj_u64_set);
+  KIV_ALLOCATOR *a = allocator.record();
+  bigflt dirty = number("1.5");
+  std::memset(dirty.unused, 0xA5, sizeof dirty.unused);
+  const std::tuple<KIV_OBJ *, KIV_OBJ *, int32_t> pairs[] = {
+      {obj_int_new(a, -1), obj_u32_new(a, UINT32_MAX), 0},
+      {obj_char_new(a, 'x'), obj_unichar_new(a, 'x'), 0},
+      {obj_char_new(a, '\x80'), obj_uchar_new(a, 0x80), 0},
+      {obj_bigflt_new(a, dirty), obj_bigflt_new(a, number("1.5")), 0},
+      {obj_int_new(a, 1), obj_int_new(a, 1 << 24), 1},
+      {obj_u64_new(a, 1), obj_u64_new(a, 1ULL << 56 | 1), 1},
+      {obj_int_new(a, 0), obj_bigflt_new(a, bigflt()), 1},
+      {obj_bigflt_new(a, number("1")), obj_bigflt_new(a, dirty), 1}};
+  for (const auto &[one, other, result] : pairs) {
+    EXPECT_EQ(one->type->cmp(one, other), result) << one->type->type_id;
+    obj_vector_del(one), obj_vector_del(other);
   }
-  for (const auto &[a, bytes_a] : objects) {
-    for (const auto &[b, bytes_b] : objects) EXPECT_EQ(a->type->cmp(a, b), bytes_a != bytes_b);
-  }
-  for (const auto &[object, bytes] : objects) obj_vector_del(object);
+  expect_clean(obj_int_new_automatic, obj_int_new(a, 0), obj_int_get, obj_int_set, -2);
+  expect_clean(obj_u32_new_automatic, obj_u32_new(a, 0), obj_u32_get, obj_u32_set, 3U);
+  expect_clean(obj_char_new_automatic, obj_char_new(a, 0), obj_char_get, obj_char_set, 'c');
+  expect_clean(obj_uchar_new_automatic, obj_uchar_new(a, 0), obj_uchar_get, obj_uchar_set, uint8_t{255});
+  expect_clean(obj_bigflt_new_automatic, obj_bigflt_new(a, bigflt()), obj_bigflt_get, obj_bigflt_set, dirty);
+  expect_clean(obj_unichar_new_automatic, obj_unichar_new(a, 0), obj_unichar_get, obj_unichar_set, KIV_UNICHAR{7});
+  expect_clean(obj_u64_new_automatic, obj_u64_new(a, 0), obj_u64_get, obj_u64_set, uint64_t{1} << 63);
+  expect_clean(obj_ptr_new_automatic, obj_ptr_new(a, nullptr), obj_ptr_get, obj_ptr_set, static_cast<void *>(a));
 }
 
 TEST(Object, owners) {
@@ -175,25 +158,10 @@ TEST(Object, owners) {
   EXPECT_EQ(automatic->type->copy(automatic), nullptr);
   obj_vector_del(automatic);
   EXPECT_EQ(obj_int_get(automatic), 5);
-
-  CountingKind kind;
-  KIV_OBJ *object = kind.make(allocator.record(), 5, 2);
-  obj_vector_del(nullptr);
-  obj_vector_del(object);
-  EXPECT_EQ(object->extra_refs, 1U);
-  obj_vector_del(object);
-  EXPECT_TRUE(kind.dead.empty());
-  obj_vector_del(object);
-  EXPECT_EQ(kind.dead, std::vector<uint32_t>{5});
-}
-
-TEST(Object, texts_of_numbers_are_cut_to_size) {
-  CountingAllocator allocator;
-  KIV_OBJ *object = obj_int_new(allocator.record(), 17);
-  allocator.record()->free(allocator.record(), object->type->to_char_s(object));
-  obj_vector_del(object);
-  const std::string block = "calloc " + std::to_string(sizeof(KIV_OBJ_INT)) + " -> 1";
-  EXPECT_EQ(allocator.log, (std::vector<std::string>{block, "calloc 50 -> 2", "realloc 2 3 -> 3", "free 3", "free 1"}));
+  automatic = obj_unichar_s_new_automatic(nullptr, &storage, nullptr);
+  EXPECT_EQ(automatic->type->to_char_s(automatic), nullptr);
+  EXPECT_EQ(automatic->type->copy(automatic), nullptr);
+  obj_vector_del(automatic);
 }
 
 /// A kind of the program's own, with an odd size and without operations of its own.
@@ -211,7 +179,6 @@ TEST(Object, defaults_serve_any_kind) {
   EXPECT_EQ(std::string(text, allocator.size_of(text)), std::string(6, 0));
   allocator.record()->free(allocator.record(), text);
   KIV_OBJ *copy = type.copy(&a.header);
-  EXPECT_EQ(allocator.size_of(copy), type.object_size);
   EXPECT_EQ(type.cmp(&a.header, copy), 0);
   ++reinterpret_cast<uint8_t *>(copy)[type.object_size - 1];
   EXPECT_EQ(type.cmp(&a.header, copy), 1);
