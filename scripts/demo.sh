@@ -26,7 +26,8 @@ show $program tree --navigate --cell 16 $program kiv::inspect::Outcome <<< $'r\n
 show $program bytes $program "$main" 32 0:16
 # The same from a server, at a port that the system chooses and its first line tells.
 coproc server { exec $program serve --once $program 0; }
-trap 'kill "$server_PID" 2>/dev/null || true' EXIT
+server_pid=$server_PID
+trap 'kill $server_pid 2>/dev/null || true' EXIT
 read -r -t 60 line <&"${server[0]}"
 printf '\n$ %s serve --once %s 0\n%s\n' $program $program "$line"
 show $program ask localhost "${line##* }" ranges "$main" "$main"
