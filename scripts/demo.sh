@@ -24,5 +24,12 @@ show $program tree --width 120 $program kiv::inspect::ConstantValue
 show $program tree --navigate --cell 16 $program kiv::inspect::Outcome <<< $'r\np\nq'
 # What main starts with, and its first instruction's bits.
 show $program bytes $program "$main" 32 0:16
+# The same from a server, at a port that the system chooses and its first line tells.
+coproc server { exec $program serve --once $program 0; }
+server_pid=$server_PID
+trap 'kill $server_pid 2>/dev/null || true' EXIT
+read -r -t 60 line <&"${server[0]}"
+printf '\n$ %s serve --once %s 0\n%s\n' $program $program "$line"
+show $program ask localhost "${line##* }" ranges "$main" "$main"
 # What it says when it fails, with its memory watched.
 show $program --debug-heap resolve absent 0 2>&1 || echo "(exit status $?)"

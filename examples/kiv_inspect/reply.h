@@ -1,8 +1,8 @@
 // What a server answers: lines, each with a letter in front that tells what it is.
 //
-//     o TEXT    a line of standard output, without the blank: "oTEXT"
-//     e TEXT    a line of standard error: "eTEXT"
-//     =N        the end, and the exit status
+//     oTEXT    a line of standard output
+//     eTEXT    a line of standard error
+//     =N       the end, and the exit status
 //
 // Beside it goes how far the output has come, on the secondary channel: 1 where it starts, 61 where it ends.
 #ifndef KIV_INSPECT_REPLY_H

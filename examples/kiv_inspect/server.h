@@ -1,7 +1,7 @@
 // Answers requests over connections, one client after another.
 //
 // A client sends requests (request_line.h), one at a time or several, and gets a reply (reply.h) to each. It is dropped
-// when it sends what is no request, or nothing for too long: others are waiting.
+// when it sends what is no line of words, or nothing for too long: others are waiting.
 #ifndef KIV_INSPECT_SERVER_H
 #define KIV_INSPECT_SERVER_H
 

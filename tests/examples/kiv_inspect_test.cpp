@@ -379,7 +379,10 @@ TEST(KivInspect, SearchesAllOrTellsOfNoMemory) {
   Program program(errors, &heap);
   ASSERT_TRUE(program.load(path.c_str()).ok() && program.load_symbols().ok() && program.load_extents().ok());
   uint64_t expected[3] = {};
-  ASSERT_TRUE(search_program(program, errors, program.pool(), expected).ok());
+  {
+    MemoryPool memory(&heap);
+    ASSERT_TRUE(memory.ok() && search_program(program, errors, memory.pool(), expected).ok());
+  }
   EXPECT_EQ(expected[0], kElfSymbols.size() + 1 + kElfSections.size());
   EXPECT_EQ(expected[1], 3u);
   const uint32_t points = sweep_failures([&](CountingAllocator &allocator) {
