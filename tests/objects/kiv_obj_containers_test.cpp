@@ -417,6 +417,31 @@ TEST(ObjContainers, LeaveDescriptorsAndKeysAsTheyWere) {
   EXPECT_EQ(type->del, usual);
 }
 
+TEST(ObjContainers, EqualKeysThatMeetInARebuildBecomeOne) {
+  CountingAllocator memory;
+  // Equal keys whose numbers are equal modulo the 29 buckets to come, not modulo the 11 at first.
+  const KIV_OBJ_TYPE twins = {2000,
+                              sizeof(KIV_OBJ_U32),
+                              nullptr,
+                              [](const KIV_OBJ *key) { return reinterpret_cast<const KIV_OBJ_U32 *>(key)->value; },
+                              nullptr,
+                              [](const KIV_OBJ *, const KIV_OBJ *) { return 0; },
+                              [](KIV_OBJ *) {}};
+  KIV_OBJ_U32 first = {{&twins, nullptr, 1, 0}, 0}, second = {{&twins, nullptr, 1, 0}, 29};
+  KIV_OBJ *table = obj_hashtable_new(memory.record(), 10, .75F);
+  for (KIV_OBJ_U32 *twin : {&first, &second}) obj_hashtable_put(table, &twin->header, obj_int_new(memory.record(), 1));
+  for (int32_t i = 1; i <= 12; ++i) {
+    EXPECT_EQ(obj_hashtable_find_key(table, &first.header), &first.header) << i;
+    obj_hashtable_put(table, obj_int_new(memory.record(), i), obj_int_new(memory.record(), i));
+  }
+  EXPECT_EQ(table_of(table)->bucket_count, 29U);
+  EXPECT_EQ(obj_hashtable_size(table), 14) << "puts are counted";
+  EXPECT_EQ(obj_hashtable_find_key(table, &first.header), &second.header);
+  obj_hashtable_del_elem(table, &first.header);
+  EXPECT_EQ(obj_hashtable_find_key(table, &first.header), nullptr);
+  obj_hashtable_del(table);
+}
+
 /// A key whose deletion puts another one into this table.
 KIV_OBJ *refilled;
 
