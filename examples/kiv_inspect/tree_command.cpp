@@ -80,8 +80,11 @@ Status show(const Arguments &arguments, const Options &options) {
   if (options.navigates) {
     obj_tree_dump(tree.root(), options.cell);
   } else {
-    const auto levels = static_cast<int32_t>(std::min<uint32_t>(obj_tree_height(tree.root()), kWidest));
-    obj_tree_dump_node(tree.root(), options.cell, options.width, levels);
+    // Deeper levels, whose cells would be too narrow, would be empty lines.
+    uint32_t levels = 1;
+    for (int32_t cell = options.width / 2; cell >= options.cell; cell /= 2) ++levels;
+    levels = std::min<uint32_t>(levels, obj_tree_height(tree.root()));
+    obj_tree_dump_node(tree.root(), options.cell, options.width, static_cast<int32_t>(levels));
   }
   status = output.finish();
   return status.ok() ? tree.labels() : status;
