@@ -4,8 +4,8 @@
 
 #include "base/alias.h"
 #include "kiv_mutex.h"
-#include "kiv_prq.h"
 #include "kiv_process.h"
+#include "kiv_prq.h"
 #include "kiv_socket.h"
 #include "kiv_thread.h"
 #include "os/platform.h"
