@@ -189,7 +189,10 @@ TEST(Process, IsAwaited) {
     void **handle = by == By::id_of_orphan ? nullptr : &process.handle;
     ASSERT_EQ(kiv_process_start_detached(argv, nullptr, nullptr, 4, &process.id, handle), 0);
     KIV_PROCESS waited{process.id, by == By::handle ? process.handle : nullptr};
-    const auto release = [&] { std::remove(file.path.c_str()); };
+    // Where a file that is open cannot be removed the child may be looking at it.
+    const auto release = [&] {
+      while (std::remove(file.path.c_str()) != 0) kiv_milli_sleep(1);
+    };
 #ifdef _WIN32
     release();
     EXPECT_EQ(kiv_process_wait(&waited), 0);
