@@ -1,7 +1,6 @@
 #include "examples/kiv_inspect/constant_reader.h"
 
 #include <algorithm>
-#include <new>
 #include <optional>
 
 #include "examples/kiv_inspect/debug_info.h"
@@ -42,25 +41,18 @@ struct Level {
   ValueType enumerators;                   // of an enumeration
 };
 
-/// The visitor of the walk. It goes down and up by a stack of its own.
-class Walk {
+class Visitor {
  public:
-  Walk(ByteView file, ConstantTable &table)
+  Visitor(ByteView file, ConstantTable &table)
       : table_(table),
-        info_(table.errors(), file.size()),
+        walk_(file, table.errors(), table.pool()),
         name_bytes_left_(uint64_t{file.size()} * kNameBytesPerByte) {}
 
-  Status run(const DebugSections &sections) {
+  Status run() {
     KIV_ALLOCATOR *pool = table_.pool();
-    levels_ = static_cast<Level *>(pool->alloc(pool, kMostLevels * sizeof(Level)));
     name_ = static_cast<char *>(pool->alloc(pool, kLongestName));
-    if (levels_ == nullptr || name_ == nullptr || !declared_.open(pool)) return table_.errors().out_of_memory();
-    const Status status = info_.open(sections, pool);
-    return status.ok() ? walk_entries(info_, table_.errors(), *this) : status;
+    return name_ != nullptr && declared_.open(pool) ? walk_.run(*this) : table_.errors().out_of_memory();
   }
-
-  void start() { depth_ = 0; }
-  void leave() { depth_ -= depth_ > 0; }
 
   Status visit(const Unit &unit, const Entry &entry) {
     Status status;
@@ -71,35 +63,33 @@ class Walk {
 
  private:
   Status enter(const Unit &unit, const Entry &entry) {
-    if (depth_ == kMostLevels)
-      return table_.errors().failure("the entries of its debug information are nested too deeply[|]");
-    Level &level = *new (&levels_[depth_++]) Level;
-    if (!is_scope(entry.tag)) return {};
+    Level inside;
+    if (!is_scope(entry.tag)) return walk_.enter(inside);
     Declaration declaration;
-    Status status = read_declaration(info_, unit, entry, &declaration);
-    level.name = declaration.name;
-    if (status.ok()) status = find_scopes(unit, entry, &level.around);
+    Status status = read_declaration(walk_.info(), unit, entry, &declaration);
+    inside.name = declaration.name;
+    if (status.ok()) status = find_scopes(unit, entry, &inside.around);
     if (status.ok() && entry.tag == dwarf::kEnumerationType) {
-      status = read_enumeration_type(info_, unit, entry, &level.enumerators);
+      status = read_enumeration_type(walk_.info(), unit, entry, &inside.enumerators);
     }
-    return status;
+    return status.ok() ? walk_.enter(inside) : status;
   }
 
   Status add(const Unit &unit, const Entry &entry, ConstantKind kind) {
     Declaration declaration;
-    Status status = read_declaration(info_, unit, entry, &declaration);
+    Status status = read_declaration(walk_.info(), unit, entry, &declaration);
     if (!status.ok() || declaration.name.empty()) return status;
     ValueType type;
     if (kind != ConstantKind::enumerator) {
-      status = read_value_type(info_, *declaration.type_unit, declaration.type, &type);
-    } else if (depth_ > 0) {
-      type = levels_[depth_ - 1].enumerators;
+      status = read_value_type(walk_.info(), *declaration.type_unit, declaration.type, &type);
+    } else if (const Level *around = walk_.innermost(); around != nullptr) {
+      type = around->enumerators;
     }
     ConstantValue value;
     if (!status.ok()) return status;
     if (!decode_value(entry.const_value, type, unit.bytes.order(), &value)) {
       value = {ConstantValue::text, {}, nullptr, {}};
-      status = info_.text(unit, entry.const_value, &value.contents);
+      status = walk_.info().text(unit, entry.const_value, &value.contents);
       if (value.contents.data() == nullptr) return status;  // a value of another kind: none to be shown
     }
     std::string_view name;
@@ -122,7 +112,7 @@ class Walk {
   /// for other entries.
   Status find_scopes(const Unit &unit, const Entry &entry, std::optional<std::string_view> *around) const {
     const std::string_view *names = nullptr;
-    const Status status = declared_.find(info_, unit, entry, &names);
+    const Status status = declared_.find(walk_.info(), unit, entry, &names);
     if (names != nullptr) *around = *names;
     return status;
   }
@@ -130,16 +120,16 @@ class Walk {
   /// The names of the scopes around the current place, in memory that lasts; spelled once for all children of an entry.
   Status spell_scopes(std::optional<std::string_view> *names) {
     *names = std::string_view();
-    if (depth_ == 0) return {};
-    Level &level = levels_[depth_ - 1];
-    if (!level.inside) {
+    Level *level = walk_.innermost();
+    if (level == nullptr) return {};
+    if (!level->inside) {
       std::string_view spelled;
       const Status status = spell({}, {}, &spelled);
       if (!status.ok()) return status;
-      level.inside = place_text(table_.pool(), spelled);
-      if (level.inside->data() == nullptr) return table_.errors().out_of_memory();
+      level->inside = place_text(table_.pool(), spelled);
+      if (level->inside->data() == nullptr) return table_.errors().out_of_memory();
     }
-    *names = level.inside;
+    *names = level->inside;
     return {};
   }
 
@@ -152,28 +142,27 @@ class Walk {
       size += static_cast<uint32_t>(part.size());
       return true;
     };
+    const uint32_t depth = walk_.depth();
     std::string_view front = around.value_or(std::string_view());
-    uint32_t first = around ? depth_ : 0;
-    for (uint32_t i = first; i < depth_; ++i) {
-      if (!levels_[i].around) continue;
-      front = *levels_[i].around;
+    uint32_t first = around ? depth : 0;
+    for (uint32_t i = first; i < depth; ++i) {
+      if (!walk_.level(i).around) continue;
+      front = *walk_.level(i).around;
       first = i;
     }
     bool fits = append(front);
-    for (uint32_t i = first; i < depth_; ++i) {
-      if (!levels_[i].name.empty()) fits = fits && append(levels_[i].name) && append("::");
+    for (uint32_t i = first; i < depth; ++i) {
+      if (!walk_.level(i).name.empty()) fits = fits && append(walk_.level(i).name) && append("::");
     }
     if (!fits || !append(name)) return table_.errors().failure("a name in its debug information is too long[|]");
-    if (size + depth_ > name_bytes_left_) return table_.errors().failure("its names share too many bytes[|]");
-    name_bytes_left_ -= size + depth_;
+    if (size + depth > name_bytes_left_) return table_.errors().failure("its names share too many bytes[|]");
+    name_bytes_left_ -= size + depth;
     *whole = {name_, size};
     return {};
   }
 
   ConstantTable &table_;
-  DebugInfo info_;
-  Level *levels_ = nullptr;
-  uint32_t depth_ = 0;
+  EntryWalk<Level> walk_;
   KnownEntries<std::string_view> declared_;  // what is in front of their names
   char *name_ = nullptr;
   uint64_t name_bytes_left_;
@@ -181,12 +170,6 @@ class Walk {
 
 }  // namespace
 
-Status read_constants(ByteView file, ConstantTable &table) {
-  DebugSections sections;
-  Status status = find_debug_sections(table.errors(), file, table.pool(), &sections);
-  if (!status.ok()) return status;
-  Walk walk(file, table);
-  return walk.run(sections);
-}
+Status read_constants(ByteView file, ConstantTable &table) { return Visitor(file, table).run(); }
 
 }  // namespace kiv::inspect

@@ -2,14 +2,14 @@
 #ifndef KIV_INSPECT_DEBUG_WALK_H
 #define KIV_INSPECT_DEBUG_WALK_H
 
+#include <new>
+
 #include "examples/kiv_inspect/debug_info.h"
+#include "examples/kiv_inspect/debug_sections.h"
 #include "examples/kiv_inspect/pool.h"
 #include "kiv_avl.h"
 
 namespace kiv::inspect {
-
-/// Entries nest as deep as the blocks and scopes of a program's text.
-inline constexpr uint32_t kMostLevels = 4096;
 
 /// Namespaces and the types that have names in them.
 bool is_scope(uint64_t tag);
@@ -18,34 +18,86 @@ bool is_scope(uint64_t tag);
 /// constant that they complete, or the type of a type unit, which they declare, not always in its scopes.
 bool is_referred_to(const Unit &unit, const Entry &entry);
 
-/// The visitor gets each entry, in the order of the sections, and
-///   void start()               before the first one of a unit
-///   Status visit(unit, entry)  for an entry; what follows are its children if it has any
-///   void leave()               at the end of a list of children; also of lists that nothing began
-template <class Visitor>
-Status walk_entries(DebugInfo &info, const Errors &errors, Visitor &visitor) {
-  // The types of version 4 first: they are declared in the other section.
-  Status status;
-  for (const bool in_types : {true, false}) {
-    for (const Unit *unit = info.first_unit(); status.ok() && unit != nullptr; unit = unit->next) {
-      if (unit->is_in_types != in_types) continue;
-      visitor.start();
-      for (uint32_t at = unit->first; status.ok() && at < unit->bytes.size();) {
-        Entry entry;
-        status = info.read_entry(*unit, at, &entry);
-        if (!status.ok()) break;
-        at = entry.next;
-        if (entry.tag == 0) {
-          visitor.leave();
-        } else {
-          status = visitor.visit(*unit, entry);
-        }
+/// A walk through all entries of a file, in the order of the sections, those of type units of version 4 first. It has a
+/// level, which the visitor fills, for each entry whose children are being read, and goes down and up by a stack of its
+/// own.
+template <class Level>
+class EntryWalk {
+ public:
+  /// REQUIRES: errors and pool outlive this.
+  EntryWalk(ByteView file, const Errors &errors, KIV_ALLOCATOR *pool)
+      : file_(file), errors_(errors), pool_(pool), info_(errors, file.size()) {}
+
+  /// Once. For each entry calls
+  ///   Status visit(unit, entry)
+  /// which calls enter() if the entry has children; they follow.
+  template <class Visitor>
+  Status run(Visitor &visitor) {
+    Status status = open();
+    // The types of version 4 are declared in the other section.
+    for (const bool in_types : {true, false}) {
+      for (const Unit *unit = info_.first_unit(); status.ok() && unit != nullptr; unit = unit->next) {
+        if (unit->is_in_types == in_types) status = visit_unit(*unit, visitor);
       }
-      status = errors.add(status, "the unit at offset 0x[0_u32x] of its debug information is damaged[|]", unit->start);
     }
+    return status;
   }
-  return status;
-}
+
+  DebugInfo &info() { return info_; }
+  const DebugInfo &info() const { return info_; }
+
+  /// How many levels are around the current entry.
+  uint32_t depth() const { return depth_; }
+
+  /// From the outermost. REQUIRES: index < depth().
+  Level &level(uint32_t index) const { return levels_[index]; }
+
+  /// That of the entry around the current one, or null.
+  Level *innermost() const { return depth_ > 0 ? &levels_[depth_ - 1] : nullptr; }
+
+  /// Puts a level inside the others, for the children of the current entry.
+  Status enter(const Level &level) {
+    if (depth_ == kMostLevels) return errors_.failure("the entries of its debug information are nested too deeply[|]");
+    new (&levels_[depth_++]) Level(level);
+    return {};
+  }
+
+ private:
+  Status open() {
+    DebugSections sections;
+    const Status status = find_debug_sections(errors_, file_, pool_, &sections);
+    if (!status.ok()) return status;
+    levels_ = static_cast<Level *>(pool_->alloc(pool_, kMostLevels * sizeof(Level)));
+    return levels_ != nullptr ? info_.open(sections, pool_) : errors_.out_of_memory();
+  }
+
+  template <class Visitor>
+  Status visit_unit(const Unit &unit, Visitor &visitor) {
+    Status status;
+    depth_ = 0;
+    for (uint32_t at = unit.first; status.ok() && at < unit.bytes.size();) {
+      Entry entry;
+      status = info_.read_entry(unit, at, &entry);
+      if (!status.ok()) break;
+      at = entry.next;
+      if (entry.tag != 0) {
+        status = visitor.visit(unit, entry);
+      } else if (depth_ > 0) {  // ends a list of children; some end lists that nothing began
+        --depth_;
+      }
+    }
+    return errors_.add(status, "the unit at offset 0x[0_u32x] of its debug information is damaged[|]", unit.start);
+  }
+
+  static constexpr uint32_t kMostLevels = 4096;  // entries nest as deep as the blocks and scopes of a program's text
+
+  ByteView file_;
+  const Errors &errors_;
+  KIV_ALLOCATOR *pool_;
+  DebugInfo info_;
+  Level *levels_ = nullptr;
+  uint32_t depth_ = 0;
+};
 
 /// Where entries stand that others refer to.
 class ReferredEntries {

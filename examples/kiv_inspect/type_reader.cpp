@@ -1,6 +1,5 @@
 #include "examples/kiv_inspect/type_reader.h"
 
-#include <new>
 #include <optional>
 
 #include "examples/kiv_inspect/debug_types.h"
@@ -44,64 +43,53 @@ struct Level {
   ValueType enumerators;  // of an enumeration
 };
 
-/// The visitor of the walk. It goes down and up by a stack of its own.
-class Walk {
+class Visitor {
  public:
-  Walk(ByteView file, TypeTable &table) : table_(table), info_(table.errors(), file.size()) {}
+  Visitor(ByteView file, TypeTable &table) : table_(table), walk_(file, table.errors(), table.pool()) {}
 
-  Status run(const DebugSections &sections) {
-    KIV_ALLOCATOR *pool = table_.pool();
-    levels_ = static_cast<Level *>(pool->alloc(pool, kMostLevels * sizeof(Level)));
-    if (levels_ == nullptr || !declared_.open(pool)) return table_.errors().out_of_memory();
-    const Status status = info_.open(sections, pool);
-    return status.ok() ? walk_entries(info_, table_.errors(), *this) : status;
-  }
-
-  void start() { depth_ = 0; }
-  void leave() { depth_ -= depth_ > 0; }
+  Status run() { return declared_.open(table_.pool()) ? walk_.run(*this) : table_.errors().out_of_memory(); }
 
   Status visit(const Unit &unit, const Entry &entry) {
     Level inside = {scope(), false, {}};
     Status status;
     if (const auto kind = kind_of(entry.tag)) {
       status = add_type(unit, entry, *kind, &inside);
-    } else if (entry.tag == dwarf::kEnumerator && depth_ > 0 && levels_[depth_ - 1].is_enumeration) {
-      status = add_enumerator(unit, entry);
+    } else if (const Level *around = walk_.innermost();
+               entry.tag == dwarf::kEnumerator && around != nullptr && around->is_enumeration) {
+      status = add_enumerator(unit, entry, *around);
     }
-    if (!status.ok() || !entry.has_children) return status;
-    if (depth_ == kMostLevels)
-      return table_.errors().failure("the entries of its debug information are nested too deeply[|]");
-    new (&levels_[depth_++]) Level(inside);
-    return {};
+    return status.ok() && entry.has_children ? walk_.enter(inside) : status;
   }
 
  private:
-  TypeNode *scope() const { return depth_ > 0 ? levels_[depth_ - 1].scope : table_.program(); }
+  TypeNode *scope() const {
+    const Level *around = walk_.innermost();
+    return around != nullptr ? around->scope : table_.program();
+  }
 
   Status add_type(const Unit &unit, const Entry &entry, TypeKind kind, Level *inside) {
     TypeNode *const *known = nullptr;
-    Status status = declared_.find(info_, unit, entry, &known);
+    Status status = declared_.find(walk_.info(), unit, entry, &known);
     if (!status.ok()) return status;
     TypeNode *node = known != nullptr ? *known : nullptr;
     if (node == nullptr) {
       Declaration declaration;
-      status = read_declaration(info_, unit, entry, &declaration);
+      status = read_declaration(walk_.info(), unit, entry, &declaration);
       if (status.ok() && (!declaration.name.empty() || can_be_unnamed(kind)))
         status = table_.add(scope(), kind, declaration.name, {}, &node);
     }
     if (!status.ok() || node == nullptr) return status;
     inside->scope = node;
     inside->is_enumeration = kind == TypeKind::enumeration;
-    if (inside->is_enumeration) status = read_enumeration_type(info_, unit, entry, &inside->enumerators);
+    if (inside->is_enumeration) status = read_enumeration_type(walk_.info(), unit, entry, &inside->enumerators);
     if (status.ok() && is_referred_to(unit, entry) && !declared_.add(unit, entry, node))
       return table_.errors().out_of_memory();
     return status;
   }
 
-  Status add_enumerator(const Unit &unit, const Entry &entry) {
+  Status add_enumerator(const Unit &unit, const Entry &entry, const Level &around) {
     Declaration declaration;
-    const Status status = read_declaration(info_, unit, entry, &declaration);
-    const Level &around = levels_[depth_ - 1];
+    const Status status = read_declaration(walk_.info(), unit, entry, &declaration);
     ConstantValue value;
     if (!status.ok() || declaration.name.empty() ||
         !decode_value(entry.const_value, around.enumerators, unit.bytes.order(), &value)) {
@@ -112,20 +100,12 @@ class Walk {
   }
 
   TypeTable &table_;
-  DebugInfo info_;
-  Level *levels_ = nullptr;
-  uint32_t depth_ = 0;
+  EntryWalk<Level> walk_;
   KnownEntries<TypeNode *> declared_;
 };
 
 }  // namespace
 
-Status read_types(ByteView file, TypeTable &table) {
-  DebugSections sections;
-  Status status = find_debug_sections(table.errors(), file, table.pool(), &sections);
-  if (!status.ok()) return status;
-  Walk walk(file, table);
-  return walk.run(sections);
-}
+Status read_types(ByteView file, TypeTable &table) { return Visitor(file, table).run(); }
 
 }  // namespace kiv::inspect

@@ -1,27 +1,19 @@
 #include "os/socket.h"
 
 #include <cerrno>
-#include <cstring>
 
 #include <fcntl.h>
-#include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "os/socket_address.h"
+
 namespace kiv::os {
 namespace {
 
 int descriptor(Socket socket) { return static_cast<int>(socket); }
-
-sockaddr_in to_system(Endpoint endpoint) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(endpoint.port);
-  std::memcpy(&address.sin_addr, endpoint.address.bytes, sizeof endpoint.address.bytes);
-  return address;
-}
 
 /// A connect that a signal interrupted goes on by itself: waits for its end.
 bool finish_connecting(int socket) {
@@ -75,11 +67,7 @@ Socket socket_accept(Socket socket, Endpoint *peer) {
     socklen_t size = sizeof address;
     const int accepted = accept4(descriptor(socket), reinterpret_cast<sockaddr *>(&address), &size, SOCK_CLOEXEC);
     if (accepted >= 0) {
-      if (address.sin_family == AF_INET) {
-        std::memcpy(peer->address.bytes, &address.sin_addr, sizeof peer->address.bytes);
-        peer->port = ntohs(address.sin_port);
-        return static_cast<Socket>(accepted);
-      }
+      if (from_system(address, peer)) return static_cast<Socket>(accepted);
       close(accepted);
       return kNoSocket;
     }

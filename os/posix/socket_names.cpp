@@ -1,11 +1,10 @@
 #include <cstring>
 
 #include <netdb.h>
-#include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "os/socket.h"
+#include "os/socket_address.h"
 
 namespace kiv::os {
 
@@ -25,9 +24,7 @@ bool host_address(const char *name, IPv4Address *address) {
 }
 
 bool host_name(IPv4Address address, char *name, size_t capacity) {
-  sockaddr_in wanted{};
-  wanted.sin_family = AF_INET;
-  std::memcpy(&wanted.sin_addr, address.bytes, sizeof address.bytes);
+  const sockaddr_in wanted = to_system({address, 0});
   char text[NI_MAXHOST];
   if (getnameinfo(reinterpret_cast<const sockaddr *>(&wanted), sizeof wanted, text, sizeof text, nullptr, 0,
                   NI_NAMEREQD) != 0) {

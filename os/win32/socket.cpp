@@ -1,19 +1,10 @@
 #include "os/socket.h"
 
-#include <cstring>
-
+#include "os/socket_address.h"
 #include "os/win32/winsock.h"
 
 namespace kiv::os {
 namespace {
-
-sockaddr_in to_system(Endpoint endpoint) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(endpoint.port);
-  std::memcpy(&address.sin_addr, endpoint.address.bytes, sizeof endpoint.address.bytes);
-  return address;
-}
 
 /// Sockets of version 1.1 are born inheritable.
 void keep_from_children(SOCKET socket) {
@@ -63,13 +54,11 @@ Socket socket_accept(Socket socket, Endpoint *peer) {
   int size = sizeof address;
   const SOCKET accepted = accept(handle_of(socket), reinterpret_cast<sockaddr *>(&address), &size);
   if (accepted == INVALID_SOCKET) return kNoSocket;
-  if (address.sin_family != AF_INET) {
+  if (!from_system(address, peer)) {
     closesocket(accepted);
     return kNoSocket;
   }
   keep_from_children(accepted);
-  std::memcpy(peer->address.bytes, &address.sin_addr, sizeof peer->address.bytes);
-  peer->port = ntohs(address.sin_port);
   return word_of(accepted);
 }
 
