@@ -193,7 +193,8 @@ TEST(Convert, CountedBytes) {
     EXPECT_TRUE(std::equal(written.begin(), written.end(), string)) << count;
     allocator.record()->free(allocator.record(), string);
     // (n + 1) * 4 bytes that do not fit an allocator's size.
-    EXPECT_EQ(kiv_string_convert_limited_char_to_utf32_a(allocator.record(), "", (count & INT32_MAX) | 0x3FFFFFFF), nullptr);
+    EXPECT_EQ(kiv_string_convert_limited_char_to_utf32_a(allocator.record(), "", (count & INT32_MAX) | 0x3FFFFFFF),
+              nullptr);
   }
 }
 
