@@ -241,13 +241,6 @@ TEST(Convert, EveryShortUtf8Text) {
   const std::vector<char> edges{'\x01', '\x7F', '\x80', '\xBF', '\xC0', '\xDF', '\xE0', '\xEF', '\xF0', '\xF7', '\xF8'};
   for_each_text(edges, 3, [](const char *text) { compare_all_sizes(kFrom8, text), compare_counts(text); });
   for_each_text(edges, 5, [](const char *text) { compare(kFrom8, text, 6); });
-  for (int first = 0x80; first < 256; ++first) {
-    for_each_text(all, 2, [first](const char *rest) {
-      if (((rest[0] ^ rest[1]) & 7) != 0) return;
-      const char text[] = {static_cast<char>(first), rest[0], rest[1], 0};
-      compare(kFrom8, text, 4);
-    });
-  }
 }
 
 TEST(Convert, EveryShortUtf16Text) {
