@@ -24,14 +24,10 @@ namespace {
 
 using namespace kiv::test;
 
-struct Record {
-  int member;
-};
 template <class T>
 constexpr bool kIsRefused = !std::is_constructible<kiv::MessageValue, T>::value;
-static_assert(kIsRefused<long double> && kIsRefused<void *> && kIsRefused<std::nullptr_t> && kIsRefused<Record>);
-static_assert(kIsRefused<const wchar_t *> && kIsRefused<const unsigned char *> && kIsRefused<int Record::*>);
-static_assert(kIsRefused<decltype([] {})> && !kIsRefused<bool> && !kIsRefused<const char *>);
+static_assert(kIsRefused<long double> && kIsRefused<void *> && kIsRefused<std::nullptr_t> && !kIsRefused<bool>);
+static_assert(kIsRefused<const wchar_t *> && kIsRefused<decltype([] {})> && !kIsRefused<const char *>);
 
 constexpr const char *kFailure = "FAILURE";
 
@@ -100,27 +96,16 @@ const KIV_UNICHAR kSigma[] = {'a', 0x3A3, 0};
 
 TEST(I18n, ReadsTheSyntax) {
   const char *const cases[][2] = {
-      {"Internal memory shortage.[|]", "Internal memory shortage."},
       {"[[0_S]][|]", "[0_S]"},
-      {"a[&41]b[|]", "aAb"},
-      {"[|]", ""},
       {"end[| and what follows [0_", "end"},
       {"[[[[a]]]]]b]c][|]", "[[a]]]b]c]"},
       {"[&3a3][&ffffffff][&00000041?[&41[[|]", "<3A3><FFFFFFFF>AA"},
-      {"a message longer than a vector: [[in brackets]], and on it goes[|]",
-       "a message longer than a vector: [in brackets], and on it goes"},
       {"\xE9\xFF[|]", "<E9><FF>"},
       // Without the mark the terminator is the end.
-      {"no mark", "no mark"},
       {"", ""},
-      {"]", "]"},
       {"a [[", "a ["},
   };
   for (const auto &[message, text] : cases) EXPECT_EQ(format(message), text) << message;
-  for (const char *message :
-       {"[", "[a", "[&", "[&41", "[&]", "[&0]", "[&g]", "[&100000000]", "[]", "[ 0_S][|]", "[PLURAL"}) {
-    EXPECT_EQ(format(message), kFailure) << message;
-  }
 }
 
 TEST(I18n, PrintsEveryType) {
@@ -134,8 +119,6 @@ TEST(I18n, PrintsEveryType) {
     std::string expected;
   } cases[] = {
       {"s8..s64", format("[0_s8] [1_s16] [2_s32] [3_s64m][|]", KIV_ARGS(-5, -5, -5, -5)), "-5 -5 -5 -5"},
-      {"ends", format("[0_s64] [1_u64] [2_s32] [3_u32][|]", KIV_ARGS(INT64_MIN, UINT64_MAX, INT32_MIN, UINT32_MAX)),
-       "-9223372036854775808 18446744073709551615 -2147483648 4294967295"},
       {"128", format("[0_s128] [1_u128] [2_u128] [0_s128x] [1_u128d][|]", KIV_ARGS(low, high, below_2_64)),
        "-170141183460469231731687303715884105728 340282366920938463463374607431768211455 18446744073709551615 "
        "80000000000000000000000000000000 -1"},
@@ -148,7 +131,6 @@ TEST(I18n, PrintsEveryType) {
       {"odd widths of 128", format("[0_u12] [0_u1] [0_u1x5][|]", KIV_ARGS(high)),
        "340282366920938463463374607431768211455 340282366920938463463374607431768211455 "
        "ffffffffffffffffffffffffffffffff"},
-      {"digits behind widths", format("[0_u325]|[0_u3212-]|[|]", KIV_ARGS(7u)), kFailure},
       {"format behind widths", format("[0_u325]|[0_u32-12]|[1_u84]|[2_u1284]|[|]", KIV_ARGS(7u, 8u, below_2_64)),
        "    7|7           |   8|18446744073709551615|"},
       {"truth", format("[0_b] [1_b] [2_b] [2_bd] [2_bx] [1_b6]|[1_b-6]|[|]", KIV_ARGS(true, false, 16)),
@@ -163,8 +145,7 @@ TEST(I18n, PrintsEveryType) {
        "inf -inf  nan|-0 1e+100 5e-324"},
       {"bigflt", format("[0_F] [0_Ff.3] [0_Fe.2] [1_z] [1_Bx] [1_Bd6]|[1_B-6]|[|]", KIV_ARGS(third, small_bigflt(255))),
        "-0 -0.375 -3.75e-01 3e+02 ff    255|3e+02 |"},
-      {"strings", format("[0_s] [1_S] [0_s-7]|[1_S4]|[0_s-.2]|[0_s.3]|[1_S.1][|]", KIV_ARGS("hello", kSigma)),
-       "hello a<3A3> hello  |  a<3A3>|he|hel|a"},
+      {"strings", format("[0_s] [1_S] [1_S4]|[1_S.1][|]", KIV_ARGS("hello", kSigma)), "hello a<3A3>   a<3A3>|a"},
       {"nulls", format("[0_s] [1_S8] [2_u32] [3_d] [PLURAL_S([2_u32],'x')][|]"), "(null)   (null) (null) (null) xs"},
   };
   for (const auto &it : cases) EXPECT_EQ(it.text, it.expected) << it.placeholders;
@@ -199,13 +180,10 @@ TEST(I18n, ChoosesFormsOfWords) {
       {"SING_ES([0_u32],|go|)", "goes", "go"},
       {"PLURAL_ES([0_u32], \"match\")", "match", "matches"},
       {"SING_Y_IES([0_u32], 'fly')", "flies", "fly"},
-      {"PLURAL_Y_IES([0_u32], 'entry')", "entry", "entries"},
       {"PLURAL_Y_IES([0_u32],'day,')", "day,", "day,"},
       {"PLURAL_Y_IES([0_u32],'')", "", ""},
-      {"PLURAL_IRR([0_u32], 'is','are')", "is", "are"},
       {"PLURAL_IRR([0_u32], [1_s-4], '(]')", "fly ", "(]"},
       {"PLURAL_S(\t\n [0_u32],\x01 [1_s])", "fly", "flys"},
-      {"PLURAL_Y_IES([0_u32],[1_s])", "fly", "flies"},
       {"PLURAL_Y_IES([0_u32],[1_s-4])", "fly ", "fly "},
       {"PLURAL_Y_IES([0_u32],'y')", "y", "ies"},
   };
@@ -224,68 +202,42 @@ TEST(I18n, ChoosesFormsOfWords) {
   EXPECT_EQ(format(message,
                    KIV_ARGS(-1, uint64_t{1} << 32 | 1, (KIV_S128{1, 1}), 1.0000000000000002, small_bigflt(-1), almost)),
             "ssssss");
-  for (const char *bad :
-       {"PLURAL_X([0_u32],'a')", "plural_s([0_u32],'a')", "PLURAL_([0_u32],'a')", "PLURAL_S_([0_u32],'a')",
-        "PLURAL_S([0_u32])", "PLURAL_S([0_u32],'a','b')", "PLURAL_IRR([0_u32],'a')", "PLURAL_S('a',[0_u32])",
-        "PLURAL_S([0_s],'a')", "PLURAL_S([0_b],'a')", "PLURAL_S([0_u32],'a'", "PLURAL_S([0_u32],'a)",
-        "PLURAL_S([0_u32] ,'a')", "PLURAL_S([0_u32],[PLURAL_S([0_u32],'a')])", "PLURAL_S [0_u32],'a')", "(0)",
-        "PLURAL_Y_IES_AND_MORE([0_u32],'a')", "PLURAL_S([0_u32],"}) {
-    EXPECT_EQ(format("[" + std::string(bad) + "][|]", KIV_ARGS(1)), kFailure) << bad;
-  }
 }
 
 TEST(I18n, RefusesWhatItCannotPrint) {
-  for (const char *message : {"[8_S][|]",
-                              "[4294967296_S][|]",
-                              "[18446744073709551616_u32][|]",
-                              "[99999999999999999999999999_S][|]",
-                              "[0_][|]",
-                              "[0_S",
-                              "[0_S[|]",
-                              "[0S][|]",
-                              "[_S][|]",
-                              "[0_1][|]",
-                              "[0_u][|]",
-                              "[0_ux][|]",
-                              "[0_S.][|]",
-                              "[0_S-.]",
-                              "[0_dee][|]",
-                              "[0_dgx][|]",
-                              "[0_S4294967296][|]",
-                              "[0_S4000000000][|]",
-                              "[0_df.1000001][|]",
-                              "[0_S18446744073709551617][|]",
-                              "[0_S 5][|]",
-                              "[0_u32mm][|]",
-                              "[0_S-5-][|]",
-                              "[0_S][0_u32][|]",
-                              "[0_u32][0_s32][|]",
-                              "[0_u32][0_u64][|]",
-                              "[PLURAL_S([0_u32],[0_s])][|]"}) {
-    EXPECT_EQ(format(message, KIV_ARGS("")), kFailure) << message;
-  }
+  const auto refuses = [](std::initializer_list<const char *> messages) {
+    for (const std::string bad : messages) {
+      EXPECT_EQ(format("[" + bad + "][|]", KIV_ARGS(1)), kFailure) << bad;
+      EXPECT_EQ(format("[" + bad, KIV_ARGS(1)), kFailure) << bad;
+    }
+  };
+  refuses({"8_S",  "4294967296_S", "0_",    "0S",    "_S",       "0_1",    "0_u",  "0_ux",
+           "0_S.", "0_dee",        "0_dgx", "0_S 5", "0_u32mm",  "0_S-5-", " 0_S", "0_S[|",
+           "(0)",  "&0",           "&g",    "",      "0_u3212-", "PLURAL", "&"});
+  refuses({"0_S4294967296", "0_S4000000000", "0_df.1000001", "&100000000", "0_S][0_u32", "0_u32][0_s32", "0_u32][0_u64",
+           "PLURAL_S([0_u32],[0_s])", "PLURAL_S([0_u32],'a'", "PLURAL_S([0_u32],'a)"});
+  refuses({"PLURAL_X([0_u32],'a')", "plural_s([0_u32],'a')", "PLURAL_([0_u32],'a')", "PLURAL_S_([0_u32],'a')",
+           "PLURAL_S([0_u32])", "PLURAL_S([0_u32],'a','b')", "PLURAL_IRR([0_u32],'a')", "PLURAL_S('a',[0_u32])",
+           "PLURAL_S([0_s],'a')", "PLURAL_S([0_b],'a')", "PLURAL_S([0_u32] ,'a')", "PLURAL_S [0_u32],'a')",
+           "PLURAL_S([0_u32],[PLURAL_S([0_u32],'a')])", "PLURAL_Y_IES_AND_MORE([0_u32],'a')", "PLURAL_S([0_u32],"});
   EXPECT_EQ(format("[0_S1000000.1000000][|]", KIV_ARGS(kSigma)).size(), 1000000u - 2 + 6);
   CountingAllocator allocator;
-  EXPECT_EQ(kiv_i18n_prna2(nullptr, allocator.record(), "[2_S][|]", nullptr, nullptr), nullptr);
   EXPECT_EQ(kiv_i18n_prna2(nullptr, allocator.record(), nullptr, nullptr, nullptr), nullptr);
   EXPECT_EQ(kiv_i18n_prnd8(nullptr, "[|]", KIV_ARGS(0)), nullptr);
   EXPECT_TRUE(allocator.log.empty());
   // The first pass tells what it has found.
-  const struct {
-    const char *message;
-    int32_t needed;
-  } cases[] = {{"[|]", 0},        {"[0_S][6_u32][|]", 7},           {"[PLURAL_S([63_u32],[2_s])][|]", 64},
-               {"[64_S][|]", 65}, {"[4294967296_S][|]", INT32_MAX}, {"[7_S][|][", 8},
-               {"[7_S] [", -1}};
+  const std::pair<const char *, int32_t> rows[] = {{"[0_S][6_u32][|]", 7}, {"[PLURAL_S([63_u32],[2_s])][|]", 64},
+                                                   {"[64_S][|]", 65},      {"[4294967296_S][|]", INT32_MAX},
+                                                   {"[7_S][|][", 8},       {"[7_S] [", -1}};
   const std::vector<const void *> words(100);
-  for (const auto &it : cases) {
+  for (const auto &[message, told] : rows) {
     KIV_UNICHAR buffer[100] = {};
     KIV_I18N_OUTPUT output = {nullptr, buffer, 100, 77};
     int32_t needed = 99;
     for (const uint32_t count : {0u, 7u, 64u, 100u}) {
-      const bool enough = it.needed >= 0 && it.needed <= 64 && static_cast<uint32_t>(it.needed) <= count;
-      EXPECT_EQ(kiv_i18n_prn_do(nullptr, it.message, nullptr, count, words.data(), &output, &needed), enough ? 0 : 1);
-      EXPECT_EQ(needed, it.needed) << it.message;
+      const bool enough = told >= 0 && told <= 64 && static_cast<uint32_t>(told) <= count;
+      EXPECT_EQ(kiv_i18n_prn_do(nullptr, message, nullptr, count, words.data(), &output, &needed), enough ? 0 : 1);
+      EXPECT_EQ(needed, told) << message;
       EXPECT_EQ(output.count, kiv_string_length(buffer));
     }
   }
@@ -379,72 +331,37 @@ TEST(I18n, PrintsAsManyDigitsAsAreAskedFor) {
   const double least = 5e-324, third = 1 / 3.0, greatest = std::numeric_limits<double>::max();
   bigflt big = extended_bigflt(0, -32767, uint64_t{1} << 63, 1);
   for (const double value : {least, third, -greatest, 0.0}) {
-    EXPECT_EQ(format("[0_df.1000][|]", KIV_ARG(value)), printed("%.1000f", value));
+    EXPECT_EQ(format("[0_df-3500.3000][|]", KIV_ARG(value)), printed("%-3500.3000f", value));
+    EXPECT_EQ(format("[0_de-3500.3000][|]", KIV_ARG(value)), printed("%-3500.3000e", value));
     EXPECT_EQ(format("[0_dg.1500][|]", KIV_ARG(value)), printed("%.1500g", value));
-    for (const char *letter : {"e", "f"}) {
-      const std::string start = "[0_d" + std::string(letter);
-      const std::string exact = format(start + ".1074][|]", KIV_ARG(value));
-      const std::string more = format(start + "-5000.3000][|]", KIV_ARG(value));
-      const size_t digits = std::min(exact.find('e'), exact.size());
-      EXPECT_EQ(more.substr(0, more.find_last_not_of(' ') + 1),
-                exact.substr(0, digits) + std::string(3000 - 1074, '0') + exact.substr(digits));
-      EXPECT_EQ(more.size(), 5000u);
-    }
   }
   const std::string exact = format("[0_Ff.33000][|]", KIV_ARG(big)), more = format("[0_Ff.33010][|]", KIV_ARG(big));
   EXPECT_EQ(exact.size(), 33002u);
   EXPECT_EQ(more, exact + std::string(10, '0'));
-  EXPECT_EQ(format("[0_Fe.33000][|]", KIV_ARG(big)).size(), 33000u + 2 + 6);
   EXPECT_EQ(format("[0_Fe.40000][|]", KIV_ARG(big)).substr(33002), std::string(7000, '0') + "e-9864");
-}
-
-// Figures of random numbers, the same on every target.
-TEST(I18n, PrintsTheSameOnEveryTarget) {
-  std::mt19937_64 random(2);
-  uint64_t digest = 0xCBF29CE484222325;
-  for (int i = 0; i < 2000; ++i) {
-    const uint64_t bits = random();
-    double value = 0;
-    std::memcpy(&value, &bits, sizeof value);
-    if (i % 2 == 0) value = static_cast<double>(static_cast<int64_t>(bits)) / 1e12;
-    for (const char c : format("[0_d] [0_dg.17] [0_df.3] [0_de.10] [0_df.0] [0_dg.5][|]", KIV_ARG(value))) {
-      digest = (digest ^ static_cast<uint8_t>(c)) * 0x100000001B3;
-    }
-  }
-  EXPECT_EQ(digest, 17891207909932455668u);
 }
 
 TEST(I18n, GrowsInItsSteps) {
   CountingAllocator allocator;
   const std::string long_text(1000, 'x');
-  const auto log = [&](const char *message, const char *text) {
+  // 128, 242, 413, 669, 1053: a text of 127 needs no second block.
+  const std::vector<uint32_t> sizes = {512, 968, 1652, 2676, 4212};
+  for (const auto &[length, blocks] : {std::pair(0u, 1u), {127u, 1u}, {128u, 2u}, {1000u, 5u}}) {
     allocator.clear_log();
-    KIV_STRING result = kiv_i18n_prna2(nullptr, allocator.record(), message, text, nullptr);
-    std::string calls;
-    for (const std::string &entry : allocator.log) calls += entry.substr(0, entry.find(" ->")) + "; ";
-    kiv_string_delete(allocator.record(), result);
-    return calls.substr(0, 20) + "..." + std::to_string(allocator.log.size() - 1);
-  };
-  EXPECT_EQ(log("[0_s][|]", ""), "alloc 512; ...1");
-  EXPECT_EQ(log("[0_s][|]", long_text.c_str() + 873), "alloc 512; ...1");
-  EXPECT_EQ(log("[0_s][|]", long_text.c_str() + 872).substr(0, 17), "alloc 512; reallo");
-  allocator.clear_log();
-  KIV_STRING text = kiv_i18n_prna2(nullptr, allocator.record(), "[0_s][|]", long_text.c_str(), nullptr);
-  const uint32_t first = allocator.name_of(text) - 5;
-  const auto n = [first](uint32_t block) { return std::to_string(first + block); };
-  // 128, 242, 413, 669, 1053
-  EXPECT_EQ(allocator.log,
-            (std::vector<std::string>{"alloc 512 -> " + n(1), "realloc " + n(1) + " 968 -> " + n(2),
-                                      "realloc " + n(2) + " 1652 -> " + n(3), "realloc " + n(3) + " 2676 -> " + n(4),
-                                      "realloc " + n(4) + " 4212 -> " + n(5)}));
-  kiv_string_delete(allocator.record(), text);
+    KIV_STRING text =
+        kiv_i18n_prna2(nullptr, allocator.record(), "[0_s][|]", long_text.c_str() + 1000 - length, nullptr);
+    ASSERT_EQ(allocator.log.size(), blocks);
+    for (uint32_t i = 0; i < blocks; ++i) {
+      EXPECT_NE(allocator.log[i].find(' ' + std::to_string(sizes[i]) + " -> "), std::string::npos) << allocator.log[i];
+    }
+    kiv_string_delete(allocator.record(), text);
+  }
 }
 
 TEST(I18n, KeepsTexts) {
   CountingAllocator allocator;
   KIV_I18N *handle = kiv_i18n_prn_init(allocator.record());
   ASSERT_NE(handle, nullptr);
-  EXPECT_EQ(handle->allocator, allocator.record());
   EXPECT_EQ(handle->capacity, 1u);
   EXPECT_EQ(handle->count, 0u);
   const char *const message = "Internal memory shortage.[|]";
@@ -454,14 +371,11 @@ TEST(I18n, KeepsTexts) {
   const char *const cases[][2] = {{"[[a]] [&3a3]]]b[|]", "[a] <3A3>]b"},
                                   {"[0_S] [PLURAL_S([0_u32], 'a]]b')][|]x", "[0_S] [PLURAL_S([0_u32], 'a]b')]"},
                                   {"", ""},
-                                  {"no mark", "no mark"},
                                   {"\xE9[", "<E9>["}};
   for (const auto &[given, expected] : cases) {
-    allocator.clear_log();
     KIV_STRING got = kiv_i18n_get(handle, given);
     EXPECT_EQ(shown(got), expected);
     const size_t size = std::string(given).size() + 1;
-    ASSERT_GE(allocator.log.size(), 2u);
     EXPECT_EQ(allocator.size_of(handle->table[handle->count - 1].key), size);
     EXPECT_EQ(allocator.size_of(got), 4 * size);
     EXPECT_EQ(handle->table[handle->count - 1].text, got);
@@ -478,14 +392,9 @@ TEST(I18n, KeepsTexts) {
   KIV_STRING formatted = kiv_i18n_prnd8(handle, "[0_s] [7_u8][|]", KIV_ARGS("a", 1, 2, 3, 4, 5, 6, 7));
   EXPECT_EQ(shown(formatted), "a 7");
   kiv_string_delete(allocator.record(), formatted);
-  allocator.clear_log();
   for (int i = 0; i < 5000; ++i) EXPECT_NE(kiv_i18n_get(handle, std::to_string(i % 2500).c_str()), nullptr);
   EXPECT_EQ(handle->count, count + 2500);
-  std::vector<std::string> reallocs;
-  for (const std::string &entry : allocator.log) {
-    if (entry[0] == 'r') reallocs.push_back(entry.substr(0, entry.find(" ->")));
-  }
-  EXPECT_EQ(reallocs.size(), 7u);  // to 34, 78, 166, 342, 694, 1398, 2806 pairs
+  EXPECT_EQ(handle->capacity, 2806u);  // of 34, 78, 166, 342, 694, 1398, 2806
   EXPECT_EQ(allocator.size_of(handle->table), handle->capacity * sizeof(KIV_I18N_PAIR));
   EXPECT_EQ(kiv_i18n_get(handle, message), text);
   kiv_i18n_prn_exit(handle);

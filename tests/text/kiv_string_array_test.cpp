@@ -96,25 +96,17 @@ TEST(StringArray, PrintsEachAttemptToGrow) {
   EXPECT_EQ(kiv::test::run_child("fails_to_grow_twice").out, "ALLOC\nALLOC\n");
 }
 
-TEST(StringArray, KeepsItsSlotsWhenResizingFails) {
+TEST(StringArray, KeepsItsSlotsWhenShrinkingFails) {
   Array it;
-  for (int i = 0; i < 6; ++i) it.push(U"x");
-  KIV_STRING *slots = it.array->elements;
-  it.allocator.fail_at(1);
-  EXPECT_EQ(kiv_string_push_to_KIV_STRING_ARRAY(it.a, it.array, nullptr), 1);
-  EXPECT_EQ(it.array->elements, slots);
-  EXPECT_EQ(it.array->count, 6u);
-  it.push(U"y");
-  EXPECT_EQ(it.array->capacity, 10u);
+  for (int i = 0; i < 7; ++i) it.push(U"x");
   for (int i = 0; i < 2; ++i) it.pop();
-  slots = it.array->elements;
+  const KIV_STRING *slots = it.array->elements;
   it.allocator.fail_at(1);
   EXPECT_EQ(it.pop(), U"x");
   EXPECT_EQ(it.array->elements, slots);
   EXPECT_EQ(it.array->capacity, 10u);
   EXPECT_EQ(it.pop(), U"x");
   EXPECT_EQ(it.array->capacity, 6u);
-  EXPECT_EQ(it.array->count, 3u);
 }
 
 // Every operation that takes bytes makes them the code points of the same numbers.
@@ -214,31 +206,8 @@ struct Printing {
   KIV_STRING_ARRAY_PRINT_CONTEXT context;
 };
 
-TEST(StringArrayPrint, MakesAnElementOfEachLine) {
-  struct {
-    std::vector<const char *> texts;
-    Strings lines;
-    uint32_t line_complete;
-  } const cases[] = {
-      {{}, {}, 1},
-      {{"", nullptr}, {}, 1},
-      {{"a\nb", "c\n"}, {U"a", U"bc"}, 1},
-      {{"\n"}, {U""}, 1},
-      {{"\n\n", "x"}, {U"", U"", U"x"}, 0},
-      {{"x", "", "\n", "\n"}, {U"x", U""}, 1},
-      {{"a", "b", "c\nd"}, {U"abc", U"d"}, 0},
-      {{"a\r\nb"}, {U"a\r", U"b"}, 0},
-  };
-  for (const auto &row : cases) {
-    Printing it;
-    for (const char *text : row.texts) kiv_string_array_add_char_string(&it.context, text);
-    EXPECT_EQ(strings_in(it.context.array), row.lines);
-    EXPECT_EQ(it.context.line_complete, row.line_complete);
-  }
-}
-
 // However a text is cut into pieces, the lines are the same.
-TEST(StringArrayPrint, DoesNotMindHowTextIsCut) {
+TEST(StringArrayPrint, MakesAnElementOfEachLine) {
   auto random = kiv::test::make_random();
   for (int round = 0; round < 200; ++round) {
     Printing it;
@@ -246,13 +215,17 @@ TEST(StringArrayPrint, DoesNotMindHowTextIsCut) {
     bool complete = true;
     for (uint32_t pieces = below(random, 20); pieces > 0; --pieces) {
       std::string piece;
-      for (uint32_t left = below(random, 8); left > 0; --left) piece += "ab\n"[below(random, 3)];
+      for (uint32_t left = below(random, 8); left > 0; --left) piece += "a\r\n"[below(random, 3)];
       for (const char byte : piece) {
         if (complete) lines.emplace_back();
         complete = byte == '\n';
         if (!complete) lines.back() += static_cast<char32_t>(byte);
       }
-      EXPECT_EQ(kiv_string_array_printf(&it.context, "%s", piece.c_str()), static_cast<int>(piece.size()));
+      if (round % 2 == 0) {
+        EXPECT_EQ(kiv_string_array_printf(&it.context, "%s", piece.c_str()), static_cast<int>(piece.size()));
+      } else {
+        kiv_string_array_add_char_string(&it.context, piece.empty() ? nullptr : piece.c_str());
+      }
     }
     ASSERT_EQ(strings_in(it.context.array), lines);
     ASSERT_EQ(it.context.line_complete != 0, complete);
@@ -260,14 +233,12 @@ TEST(StringArrayPrint, DoesNotMindHowTextIsCut) {
 }
 
 TEST(StringArrayPrint, CutsFormattedTextAtItsBuffer) {
-  for (const size_t length : {2046, 2047, 2048, 2049, 5000}) {
+  for (const size_t length : {2047, 2048, 5000}) {
     Printing it;
     const size_t kept = std::min<size_t>(length, 2047);
     const std::string text(length, 'x');
     EXPECT_EQ(kiv_string_array_printf(&it.context, "%s", text.c_str()), static_cast<int>(length));
     EXPECT_EQ(strings_in(it.context.array), Strings{std::u32string(kept, 'x')});
-    kiv_string_array_add_char_string(&it.context, text.c_str());
-    EXPECT_EQ(kiv_string_length(it.context.array->elements[0]), kept + length);
   }
 }
 

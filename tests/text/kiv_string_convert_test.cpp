@@ -54,14 +54,12 @@ const Pair<uint16_t, char> k16ToChar{"utf16_to_char", kiv_string_convert_utf16_t
 const Pair<KIV_UNICHAR, char> kToChar{"utf32_to_char", kiv_string_convert_utf32_to_char, naive::utf32_to_char};
 const Pair<KIV_UNICHAR, char> kToCharChecked{"utf32_to_char_checked", kiv_string_convert_utf32_to_char_checked,
                                              naive::utf32_to_char_checked};
-const Pair<char, KIV_UNICHAR> kFromChar{"char_to_utf32", kiv_string_convert_char_to_utf32,
-                                        [](const char *chars, uint32_t size, std::vector<KIV_UNICHAR> &written) {
-                                          return naive::widen(chars, std::strlen(chars), size, written);
-                                        }};
-const Pair<char, uint16_t> kCharTo16{"char_to_utf16", kiv_string_convert_char_to_utf16,
-                                     [](const char *chars, uint32_t size, std::vector<uint16_t> &written) {
-                                       return naive::widen(chars, std::strlen(chars), size, written);
-                                     }};
+template <class To>
+int widen(const char *chars, uint32_t size, std::vector<To> &written) {
+  return naive::widen(chars, std::strlen(chars), size, written);
+}
+const Pair<char, KIV_UNICHAR> kFromChar{"char_to_utf32", kiv_string_convert_char_to_utf32, widen};
+const Pair<char, uint16_t> kCharTo16{"char_to_utf16", kiv_string_convert_char_to_utf16, widen};
 
 /// Converts into a destination of size units with others behind: the result, what is written and what is not must be
 /// as told. Gives the units that the naive conversion wrote.
@@ -146,106 +144,40 @@ void check_rows(const std::vector<Row<From, To>> &rows) {
   }
 }
 
-TEST(Convert, ToUtf8) {
+// What a reader would not expect. All else is held against the naive conversions.
+TEST(Convert, Oddities) {
   check_rows<KIV_UNICHAR, char>({
-      {kTo8, U"\u00e9", 3, 1, {0xC3, 0xA9, 0}},
-      {kTo8, U"\u00e9", 2, 0, {0}},
-      {kTo8, U"\u00e9", 0, 0, {}},
-      {kTo8, U"", 1, 1, {0}},
-      {kTo8, U"", 0, 0, {}},
       {kTo8, {0xD800}, 4, 1, {0xED, 0xA0, 0x80, 0}},
-      {kTo8, {0x1F600}, 5, 1, {0xF0, 0x9F, 0x98, 0x80, 0}},
-      {kTo8, {0x1F600}, 4, 0, {0}},
-      {kTo8, {0x110000}, 2, 1, {'?', 0}},
-      {kTo8, {0x110000}, 1, 0, {'?'}},  // takes the terminator's place
-      {kTo8, {0x110000, 'a'}, 1, 0, {'?'}},
+      {kTo8, {0x110000, 'a'}, 1, 0, {'?'}},  // takes the terminator's place
       {kTo8, {'a', 0x110000}, 2, 0, {'a', '?'}},
-      {kTo8, {'a', 'b'}, 2, 0, {'a', 0}},
-      {kTo8, {0xFFFFFFFF, 0x80000000}, 3, 1, {'?', '?', 0}},
-  });
-}
-
-TEST(Convert, FromUtf8) {
-  check_rows<char, KIV_UNICHAR>({
-      {kFrom8, "\xC3\xA9", 2, 1, {0xE9, 0}},
-      {kFrom8, "\xC3\xA9", 1, 0, {0}},
-      {kFrom8, "\xC3\xA9", 0, 0, {}},
-      {kFrom8, "\xC0\x80z", 3, 1, {0, 'z', 0}},     // overlong
-      {kFrom8, "\xED\xA0\x80", 2, 1, {0xD800, 0}},  // a surrogate
-      {kFrom8,
-       "\xC3"
-       "a\xE0xy",
-       3,
-       1,
-       {0xE1, 0xE39, 0}},  // whatever follows continues
-      {kFrom8, "\xF7\xBF\xBF\xBF", 2, 1, {0x1FFFFF, 0}},
-      {kFrom8, "\x80\xBF\xF8\xFF", 5, 1, {'?', '?', '?', '?', 0}},
-      {kFrom8, "a\xC3", 4, 1, {'a', '?', 0}},  // cut short by the terminator
-      {kFrom8, "\xE2\x82", 4, 1, {'?', 0}},
-      {kFrom8, "\xF0\x9F\x98", 4, 1, {'?', 0}},
-      {kFrom8, "\xF0\x9F\x98", 1, 0, {0}},
-  });
-}
-
-TEST(Convert, ToUtf16) {
-  check_rows<KIV_UNICHAR, uint16_t>({
-      {kTo16, {0x1F600}, 3, 1, {0xD83D, 0xDE00, 0}},
-      {kTo16, {0x1F600}, 2, 0, {0xD83D, 0}},  // the pair fits, the terminator does not
-      {kTo16, {0x1F600}, 1, 0, {0}},
-      {kTo16, {0x1F600}, 0, 0, {}},
-      {kTo16, {'a', 0x1F600}, 2, 0, {'a', 0}},
-      {kTo16, {0xD800, 0xDFFF, 0x110000, 0xFFFFFFFF}, 5, 1, {'?', '?', '?', '?', 0}},
-      {kTo16, {0xFFFF, 0x10FFFF}, 4, 1, {0xFFFF, 0xDBFF, 0xDFFF, 0}},
-      {kTo16, U"ab", 2, 0, {'a', 0}},
-      {kTo16, U"", 1, 1, {0}},
-  });
-}
-
-TEST(Convert, FromUtf16) {
-  check_rows<uint16_t, KIV_UNICHAR>({
-      {kFrom16, {0xD83D, 0xDE00}, 2, 1, {0x1F600, 0}},
-      {kFrom16, {'a', 0xDC00, 'b'}, 4, 1, {'a', 0}},  // ends there, and counts as whole
-      {kFrom16, {'a', 0xD800, 'b'}, 4, 1, {'a', 0}},
-      {kFrom16, {'a', 0xD800}, 4, 1, {'a', 0}},
-      {kFrom16, {'a', 0xD800}, 1, 0, {0}},
-      {kFrom16, {0xDBFF, 0xDFFF, 0xE000}, 3, 1, {0x10FFFF, 0xE000, 0}},
-      {kFrom16, u"ab", 2, 0, {'a', 0}},
-      {kFrom16, u"ab", 0, 0, {}},
-  });
-  check_rows<uint16_t, char>({
-      {k16ToChar, u"a\u00e9\u20acz", 5, 1, {'a', '?', '?', 'z', 0}},
-      {k16ToChar, {0xD83D, 0xDE00, 'z'}, 3, 1, {'?', 'z', 0}},
-      {k16ToChar, {'a', 0xDC00, 'b'}, 4, 1, {'a', 0}},
-      {k16ToChar, u"ab", 2, 0, {'a', 0}},
-      {k16ToChar, u"ab", 0, 0, {}},
-  });
-}
-
-TEST(Convert, EightBit) {
-  check_rows<KIV_UNICHAR, char>({
-      {kToChar, {'a', 0x7F, 0x80, 0xE9, 0xFFFFFFFF}, 6, 1, {'a', 0x7F, '?', '?', '?', 0}},
-      {kToChar, U"ab", 2, 0, {'a', 0}},
-      {kToChar, U"", 0, 0, {}},
       {kToCharChecked, U"ab", 3, 0, {'a', 'b', 0}},  // 0 is success here
-      {kToCharChecked, U"ab", 2, 1, {'a'}},
       {kToCharChecked, U"a\u00e9", 4, 1, {'a'}},
-      {kToCharChecked, U"", 1, 0, {0}},
       {kToCharChecked, U"", 0, 1, {}},
   });
-  // Bytes are never sign-extended.
-  check_rows<char, KIV_UNICHAR>(
-      {{kFromChar, "\x7F\x80\xE9\xFF", 5, 1, {0x7F, 0x80, 0xE9, 0xFF, 0}}, {kFromChar, "ab", 2, 0, {'a', 0}}});
-  check_rows<char, uint16_t>({{kCharTo16, "\x7F\x80\xE9\xFF", 5, 1, {0x7F, 0x80, 0xE9, 0xFF, 0}},
-                              {kCharTo16, "ab", 2, 0, {'a', 0}},
-                              {kCharTo16, "", 0, 0, {}}});
+  check_rows<char, KIV_UNICHAR>({
+      {kFrom8, "\xC0\x80z", 3, 1, {0, 'z', 0}},     // overlong
+      {kFrom8, "\xED\xA0\x80", 2, 1, {0xD800, 0}},  // a surrogate
+      {kFrom8, "\xE0xy", 3, 1, {0xE39, 0}},         // whatever follows continues
+      {kFrom8, "\xF7\xBF\xBF\xBF", 2, 1, {0x1FFFFF, 0}},
+      {kFrom8, "a\xC3", 4, 1, {'a', '?', 0}},                    // cut short by the terminator
+      {kFromChar, "\x7F\x80\xFF", 5, 1, {0x7F, 0x80, 0xFF, 0}},  // never sign-extended
+  });
+  check_rows<KIV_UNICHAR, uint16_t>({
+      {kTo16, {0x1F600}, 2, 0, {0xD83D, 0}},  // the pair fits, the terminator does not
+      {kTo16, {0xD800, 0xDFFF, 0x110000}, 5, 1, {'?', '?', '?', 0}},
+  });
+  check_rows<uint16_t, KIV_UNICHAR>({{kFrom16, {'a', 0xDC00, 'b'}, 4, 1, {'a', 0}}});  // ends there: whole
+  const KIV_UNICHAR out_of_range[] = {0x110000, 0xFFFFFFFF, 0};
+  EXPECT_EQ(kiv_string_nr_of_utf8_bytes_for_wide_char_string_representation(out_of_range), 8u);
+  EXPECT_EQ(kiv_string_nr_of_utf16_words_for_wide_char_string_representation(out_of_range), 4u);
+  // The unit behind any surrogate is skipped, but for the terminator.
+  EXPECT_EQ(kiv_string_nr_of_wide_chars_in_utf16_string(units(Utf16{0xDC00, 'a', 'b', 0xD800, 0xD800, 0xD800})), 4u);
+  EXPECT_EQ(kiv_string_utf16_strcmp(units(u"\uE000"), units(u"\U00010000")), -1);
 }
 
 TEST(Convert, CountedBytes) {
-  const std::string bytes(
-      "a\0\xFF"
-      "d\0",
-      5);
-  for (int32_t count : {-2147483647 - 1, -1, 0, 1, 2, 3, 4, 5}) {
+  const std::string bytes = {'a', 0, '\xFF', 'd', 0};
+  for (int32_t count : {INT32_MIN, -1, 0, 1, 2, 3, 4, 5}) {
     for (uint32_t size = 0; size <= 7; ++size) {
       std::vector<KIV_UNICHAR> written, destination(8, 0x55);
       const int result = naive::widen(bytes.data(), static_cast<size_t>(std::max(count, 0)), size, written);
@@ -260,18 +192,10 @@ TEST(Convert, CountedBytes) {
     ASSERT_EQ(allocator.size_of(string), written.size() * sizeof *string);
     EXPECT_TRUE(std::equal(written.begin(), written.end(), string)) << count;
     allocator.record()->free(allocator.record(), string);
+    // (n + 1) * 4 bytes that do not fit an allocator's size.
+    EXPECT_EQ(kiv_string_convert_limited_char_to_utf32_a(allocator.record(), "", (count & INT32_MAX) | 0x3FFFFFFF),
+              nullptr);
   }
-}
-
-TEST(Convert, Counts) {
-  const KIV_UNICHAR surrogate[] = {0xD800, 0};
-  EXPECT_EQ(kiv_string_nr_of_utf16_words_for_wide_char_string_representation(surrogate), 2u);
-  const KIV_UNICHAR out_of_range[] = {0x110000, 0xFFFFFFFF, 0};
-  EXPECT_EQ(kiv_string_nr_of_utf8_bytes_for_wide_char_string_representation(out_of_range), 8u);
-  EXPECT_EQ(kiv_string_nr_of_utf16_words_for_wide_char_string_representation(out_of_range), 4u);
-  EXPECT_EQ(kiv_string_nr_of_wide_chars_in_utf8_string("a\x7F\x80\xBF\xC0\xFF"), 4u);
-  // The unit behind any surrogate is skipped, but for the terminator.
-  EXPECT_EQ(kiv_string_nr_of_wide_chars_in_utf16_string(units(Utf16{0xDC00, 'a', 'b', 0xD800, 0xD800, 0xD800})), 4u);
 }
 
 // --- Exhaustively ----------------------------------------------------------------------------------------------------
@@ -316,23 +240,12 @@ TEST(Convert, EveryShortUtf8Text) {
   // The first byte decides what a sequence is; of the others, six bits count.
   const std::vector<char> edges{'\x01', '\x7F', '\x80', '\xBF', '\xC0', '\xDF', '\xE0', '\xEF', '\xF0', '\xF7', '\xF8'};
   for_each_text(edges, 3, [](const char *text) { compare_all_sizes(kFrom8, text), compare_counts(text); });
-  for_each_text(edges, 4, [](const char *text) { compare_all_sizes(kFrom8, text); });
   for_each_text(edges, 5, [](const char *text) { compare(kFrom8, text, 6); });
-  for (int first = 0x80; first < 256; ++first) {
-    for_each_text(all, 2, [first](const char *rest) {
-      if (((rest[0] ^ rest[1]) & 7) != 0) return;
-      const char text[] = {static_cast<char>(first), rest[0], rest[1], 0};
-      compare(kFrom8, text, 4);
-    });
-  }
 }
 
 TEST(Convert, EveryShortUtf16Text) {
-  std::vector<uint16_t> around;
-  for (uint16_t unit = 0xD7FC; unit <= 0xE003; unit = static_cast<uint16_t>(unit + 3)) around.push_back(unit);
   const std::vector<uint16_t> edges{0x0001, 0x0041, 0x07FF, 0x0800, 0xD7FF, 0xD800,
                                     0xDBFF, 0xDC00, 0xDFFF, 0xE000, 0xFFFF};
-  for_each_text(around, 2, [](const uint16_t *text) { compare(kFrom16, text, 3); });
   for (size_t length : {1, 2, 3}) {
     for_each_text(edges, length, [](const uint16_t *text) {
       for_each_from(text, kAllSizes);
@@ -350,52 +263,43 @@ TEST(Convert, EveryOrderOfUtf16) {
     const uint16_t a[] = {'x', pair[0], 0}, b[] = {'x', pair[1], 0};
     EXPECT_EQ(kiv_string_utf16_strcmp(a, b), naive::utf16_compare(a, b)) << pair[0] << " " << pair[1];
   });
-  EXPECT_EQ(kiv_string_utf16_strcmp(units(u"\uE000"), units(u"\U00010000")), -1);
-  EXPECT_EQ(kiv_string_utf16_strcmp(units(u"ab"), units(u"a")), 1);
-  EXPECT_EQ(kiv_string_utf16_strcmp(units(u"a"), units(u"a")), 0);
 }
 
 // --- Long texts ------------------------------------------------------------------------------------------------------
 
-/// Runs check on the text at the end of a page, so that no byte behind its terminator can be read.
-template <class Unit, class Check>
-void at_page_end(kiv::test::GuardedPage &page, const std::vector<Unit> &text, Check check) {
-  auto *copy = page.last<Unit>(text.size());
-  std::copy(text.begin(), text.end(), copy);
-  check(copy);
-}
-
-/// Every conversion of a text, into some sizes around those that matter.
+/// Every conversion of a text at the end of a page, so that nothing behind its terminator can be read, into some sizes
+/// around those that matter.
 template <class Unit>
 void compare_long(kiv::test::GuardedPage &page, std::mt19937_64 &random, const std::vector<Unit> &text) {
-  at_page_end(page, text, [&](const Unit *copy) {
-    compare_counts(copy);
-    for_each_from(copy, [&](const auto &pair, auto *source) {
-      const auto needed = static_cast<uint32_t>(compare(pair, source, static_cast<uint32_t>(4 * text.size() + 1)));
-      for (uint32_t less = 0; less < std::min(needed, 3u); ++less) compare(pair, source, needed - less);
-      compare(pair, source, below(random, needed + 1));
-      compare(pair, source, below(random, needed + 1));
-    });
+  auto *copy = page.last<Unit>(text.size());
+  std::copy(text.begin(), text.end(), copy);
+  compare_counts(copy);
+  for_each_from(copy, [&](const auto &pair, auto *source) {
+    const auto needed = static_cast<uint32_t>(compare(pair, source, static_cast<uint32_t>(4 * text.size() + 1)));
+    for (uint32_t less = 0; less < std::min(needed, 3u); ++less) compare(pair, source, needed - less);
+    compare(pair, source, below(random, needed + 1));
   });
+}
+
+/// Calls check with a text in every encoding.
+template <class Check>
+void for_each_encoding(const std::vector<KIV_UNICHAR> &text, Check check) {
+  std::vector<char> utf8;
+  std::vector<uint16_t> utf16;
+  naive::utf32_to_utf8(text.data(), UINT32_MAX, utf8);
+  naive::utf32_to_utf16(text.data(), UINT32_MAX, utf16);
+  check(text), check(utf8), check(utf16);
 }
 
 TEST(Convert, LongTextsOfEveryKind) {
   auto random = kiv::test::make_random();
   kiv::test::GuardedPage page;
-  std::vector<char> utf8;
-  std::vector<uint16_t> utf16;
-  for (int round = 0; round < 3000; ++round) {
-    const auto text = kiv::test::random_code_points(random, below(random, 250));
-    compare_long(page, random, text);
-    naive::utf32_to_utf8(text.data(), UINT32_MAX, utf8);
-    compare_long(page, random, utf8);
-    kiv::test::damage(random, utf8);
-    compare_long(page, random, utf8);
-    naive::utf32_to_utf16(text.data(), UINT32_MAX, utf16);
-    compare_long(page, random, utf16);
-    kiv::test::damage(random, utf16);
-    compare_long(page, random, utf16);
-    if (HasFailure()) return;
+  for (int round = 0; round < 3000 && !HasFailure(); ++round) {
+    for_each_encoding(kiv::test::random_code_points(random, below(random, 250)), [&](auto text) {
+      compare_long(page, random, text);
+      kiv::test::damage(random, text);
+      compare_long(page, random, text);
+    });
   }
 }
 
@@ -411,17 +315,13 @@ TEST(Convert, OneOddCharacterAnywhere) {
       std::vector<uint16_t> utf16;
       for (size_t place = 0; place < kLength; ++place) {
         text[place] = odd;
-        compare(kTo8, text.data(), 4 * kLength + 1);
-        compare(kTo16, text.data(), 2 * kLength + 1);
-        compare(kToChar, text.data(), kLength + 1);
-        compare(kToCharChecked, text.data(), kLength + 1);
+        for_each_from(text.data(), [](const auto &pair, auto *source) { compare(pair, source, 4 * kLength + 1); });
         // The room ends shortly behind the odd one.
         const KIV_UNICHAR next = std::exchange(text[place + 1], 0);
         const uint32_t bytes = naive::utf8_bytes_of(text.data()), words = naive::utf16_words_of(text.data());
         text[place + 1] = next;
         for (uint32_t more = 0; more < 8; ++more) {
-          compare(kTo8, text.data(), bytes + more);
-          compare(kTo16, text.data(), words + more);
+          compare(kTo8, text.data(), bytes + more), compare(kTo16, text.data(), words + more);
         }
         naive::utf32_to_utf8(text.data(), UINT32_MAX, utf8);
         naive::utf32_to_utf16(text.data(), UINT32_MAX, utf16);
@@ -442,16 +342,10 @@ TEST(Convert, OneOddCharacterAnywhere) {
 TEST(Convert, AcrossManyWindows) {
   auto random = kiv::test::make_random();
   for (int round = 0; round < 3; ++round) {
-    const auto text = kiv::test::random_code_points(random, 100000);
-    std::vector<char> utf8;
-    std::vector<uint16_t> utf16;
-    naive::utf32_to_utf8(text.data(), UINT32_MAX, utf8);
-    naive::utf32_to_utf16(text.data(), UINT32_MAX, utf16);
-    const auto size = static_cast<uint32_t>(utf8.size());
-    for_each_from(text.data(), [=](const auto &pair, auto *source) { compare(pair, source, size); });
-    for_each_from(utf8.data(), [=](const auto &pair, auto *source) { compare(pair, source, size); });
-    for_each_from(utf16.data(), [=](const auto &pair, auto *source) { compare(pair, source, size); });
-    compare_counts(text.data()), compare_counts(utf8.data()), compare_counts(utf16.data());
+    for_each_encoding(kiv::test::random_code_points(random, 100000), [](const auto &text) {
+      for_each_from(text.data(), [](const auto &pair, auto *source) { compare(pair, source, 400000); });
+      compare_counts(text.data());
+    });
   }
 }
 
@@ -474,13 +368,6 @@ void compare_allocating(const Pair<From, To> &pair, To *(*allocating)(KIV_ALLOCA
   EXPECT_EQ(points, 1u) << pair.name;
 }
 
-template <class Unit>
-uint32_t size_of(const Unit *text) {
-  uint32_t length = 0;
-  while (text[length] != 0) ++length;
-  return length + 1;
-}
-
 TEST(Convert, Allocating) {
   auto random = kiv::test::make_random();
   for (int round = 0; round < 60; ++round) {
@@ -493,25 +380,21 @@ TEST(Convert, Allocating) {
     const KIV_UNICHAR *s = text.data();
     const char *u8 = utf8.data();
     const uint16_t *w = utf16.data();
+    const auto units_of = [](const auto *string) {
+      uint32_t count = 1;
+      while (*string++ != 0) ++count;
+      return count;
+    };
     const bool ascii = std::all_of(text.begin(), text.end(), [](KIV_UNICHAR c) { return c < 0x80; });
     compare_allocating(kTo8, kiv_string_convert_utf32_to_utf8_a, s, naive::utf8_bytes_of(s) + 1);
     compare_allocating(kFrom8, kiv_string_convert_utf8_to_utf32_a, u8, naive::chars_in_utf8(u8) + 1);
     compare_allocating(kTo16, kiv_string_convert_utf32_to_utf16_a, s, naive::utf16_words_of(s) + 1);
     compare_allocating(kFrom16, kiv_string_convert_utf16_to_utf32_a, w, naive::chars_in_utf16(w) + 1);
-    compare_allocating(k16ToChar, kiv_string_convert_utf16_to_char_a, w, size_of(w));
-    compare_allocating(kToChar, kiv_string_convert_utf32_to_char_a, s, size_of(s));
-    compare_allocating(kToCharChecked, kiv_string_convert_utf32_to_char_checked_a, s, size_of(s), !ascii);
-    compare_allocating(kFromChar, kiv_string_convert_char_to_utf32_a, u8, size_of(u8));
+    compare_allocating(k16ToChar, kiv_string_convert_utf16_to_char_a, w, units_of(w));
+    compare_allocating(kToChar, kiv_string_convert_utf32_to_char_a, s, units_of(s));
+    compare_allocating(kToCharChecked, kiv_string_convert_utf32_to_char_checked_a, s, units_of(s), !ascii);
+    compare_allocating(kFromChar, kiv_string_convert_char_to_utf32_a, u8, units_of(u8));
   }
-}
-
-/// (n + 1) * 4 bytes do not fit an allocator's size: nothing is asked for.
-TEST(Convert, MoreThanAnAllocatorCanGive) {
-  CountingAllocator allocator;
-  for (int32_t count : {0x3FFFFFFF, 0x40000000, 0x7FFFFFFF}) {
-    EXPECT_EQ(kiv_string_convert_limited_char_to_utf32_a(allocator.record(), "", count), nullptr);
-  }
-  EXPECT_TRUE(allocator.log.empty());
 }
 
 }  // namespace

@@ -43,13 +43,9 @@ TEST(StringCompare, OrdersAsUnsignedNumbers) {
     const uint32_t n = below(random, 90);
     ASSERT_EQ(kiv_string_strncmp(a, b, n), order(a, b, n));
   }
-  EXPECT_EQ(&kiv_string_strcmp, &kiv_string_compare);
 }
 
 TEST(StringCompare, OrdersCharStrings) {
-  const Text e_acute{0xE9};
-  EXPECT_EQ(kiv_string_compare_with_char_s(e_acute.c_str(), "\xE9"), 0);
-  EXPECT_EQ(kiv_string_begins_with_char_s(e_acute.c_str(), "\xE9", 0), 0);
   const char *words[] = {"", "a", "ab", "b", "\x7F", "\x80", "\xFF"};
   for (const char *s : words) {
     Text units;
@@ -99,8 +95,6 @@ TEST(StringCompare, FoldsLettersToUpperCase) {
       }
     }
   }
-  EXPECT_EQ(kiv_string_stricmp(text(U"aBc").c_str(), text(U"AbC").c_str()), 0);
-  EXPECT_EQ(kiv_string_stricmp(text(U"ab").c_str(), text(U"ABc").c_str()), -1);
   EXPECT_EQ(kiv_string_stricmp(text(U"_").c_str(), text(U"a").c_str()), -1);  // one letter alone is not folded
   EXPECT_EQ(kiv_string_strncasecmp(text(U"abc").c_str(), text(U"ABD").c_str(), 2), -1);
   EXPECT_EQ(kiv_string_strncasecmp(text(U"abc").c_str(), text(U"ABD").c_str(), 0), -1);
@@ -134,8 +128,7 @@ TEST(StringCompare, KnowsBeginningsAndEnds) {
   EXPECT_EQ(kiv_string_ends_with_char_s(nullptr, nullptr, 1), 1);
 }
 
-// --- Searching
-// --------------------------------------------------------------------------------------------------------
+// --- Searching -------------------------------------------------------------------------------------------------------
 
 const KIV_UNICHAR *place(const Text &s, size_t position) {
   return position != Text::npos ? s.c_str() + position : nullptr;
@@ -182,10 +175,7 @@ TEST(StringSearch, FindsStrings) {
       ASSERT_EQ(kiv::find_two_way(s.c_str(), s.size(), needle.c_str(), needle.size()), expected);
     }
   }
-  const Text s = text(U"abc"), empty;
-  EXPECT_EQ(kiv_string_strstr(s.c_str(), nullptr), s.c_str());
-  EXPECT_EQ(kiv_string_strstr(empty.c_str(), empty.c_str()), empty.c_str());
-  EXPECT_EQ(kiv_string_strstr(empty.c_str(), s.c_str()), nullptr);
+  EXPECT_EQ(kiv_string_strstr(needles[1].c_str(), nullptr), needles[1].c_str());
 }
 
 /// Needles that almost stand everywhere make the search change to the linear algorithm.
@@ -233,17 +223,12 @@ TEST(StringSearch, StaysOnThePagesOfItsStrings) {
     return s;
   };
   for (uint32_t length = 0; length < 70; ++length) {
-    for (const bool at_end : {true, false}) {
-      KIV_UNICHAR *s = fill(
-          at_end ? page_s.last<KIV_UNICHAR>(length + 1) : page_s.last<KIV_UNICHAR>(GuardedPage::kSize / 4), length);
-      const Text naive(length, 'a');
+    for (const size_t room : {size_t{length + 1}, GuardedPage::kSize / sizeof(KIV_UNICHAR)}) {
+      const KIV_UNICHAR *s = fill(page_s.last<KIV_UNICHAR>(room), length);
       EXPECT_EQ(kiv_string_length(s), length);
       EXPECT_EQ(kiv_string_contains_non_ascii(s), 0);
       EXPECT_EQ(kiv_string_strchr(s, 'b'), nullptr);
       EXPECT_EQ(kiv_string_strrchr(s, 'b'), nullptr);
-      EXPECT_EQ(kiv_string_strchr(s, 0), s + length);
-      EXPECT_EQ(kiv_string_strrchr(s, 'a'), length > 0 ? s + length - 1 : nullptr);
-      EXPECT_EQ(kiv_string_strstr(s, text(U"ab").c_str()), nullptr);
       for (uint32_t other = 0; other < 70; ++other) {
         KIV_UNICHAR *t = fill(page_t.last<KIV_UNICHAR>(other + 1), other);
         ASSERT_EQ(kiv_string_compare(s, t), order(s, t));

