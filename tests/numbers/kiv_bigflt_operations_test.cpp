@@ -81,6 +81,8 @@ TEST(BigfltOperations, Shifts) {
       {small_bigflt(-3), INT32_MIN, small_bigflt(-1), kNegativeInfinity},
       {kZero, INT32_MIN, kZero, kZero},
       {kMax, 32767, kInfinity, small_bigflt(1)},
+      {small_bigflt(INT32_MAX), 30, extended_bigflt(0, 60, uint64_t{0xFFFFFFFE} << 32, 0), small_bigflt(1)},
+      {small_bigflt(INT32_MAX), 31, extended_bigflt(0, 61, uint64_t{0xFFFFFFFE} << 32, 0), kZero},
       {kNan, -5, kNan, kNan},
   };
   for (const auto &row : rows) {
