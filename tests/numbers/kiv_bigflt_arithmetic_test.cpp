@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <cstring>
-#include <limits>
 
 #include "kiv_bigflt128.h"
 #include "tests/numbers/bigflt_literals.h"

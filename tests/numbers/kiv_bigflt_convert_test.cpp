@@ -1,7 +1,6 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
-#include <limits>
 
 #include "tests/numbers/bigflt_literals.h"
 
