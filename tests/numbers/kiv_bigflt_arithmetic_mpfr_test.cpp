@@ -12,6 +12,7 @@ using Mpfr = int (*)(mpfr_ptr, mpfr_srcptr, mpfr_srcptr, mpfr_rnd_t);
 
 TEST(BigfltMpfr, OperationsOfTwoOperands) {
   const Mpfr oracles[] = {mpfr_add, mpfr_sub, mpfr_mul, mpfr_div, mpfr_fmod};
+  bigflt r;
   std::mt19937_64 random = make_random();
   MpfrValue x, y, z;
   for (uint64_t i = 0, count = cases(20000); i < count; ++i) {
@@ -19,12 +20,22 @@ TEST(BigfltMpfr, OperationsOfTwoOperands) {
     x.assign(a);
     y.assign(b);
     for (size_t k = 0; k < std::size(kOperations); ++k) {
-      bigflt r;
       kOperations[k].plain(&r, &a, &b);
       oracles[k](z, x, y, MPFR_RNDN);
       ASSERT_TRUE(same(r, z.canonical()))
           << kOperations[k].name << " of " << a << " and " << b << ": " << r << ", not " << z.canonical();
     }
+    ASSERT_EQ(kiv_bigflt_divide(&r, &a, &b), r.small) << a << " and " << b;
+    kiv_bigflt_negate(&r, &a);
+    mpfr_neg(z, x, MPFR_RNDN);
+    ASSERT_TRUE(same(r, z.canonical())) << "minus " << a << ": " << r;
+    kiv_bigflt_abs(&r, &a);
+    mpfr_abs(z, x, MPFR_RNDN);
+    ASSERT_TRUE(same(r, z.canonical())) << "abs of " << a << ": " << r;
+    if (mpfr_nan_p(y) != 0) continue;  // its sign is the record's
+    kiv_bigflt_copysign(&r, &a, &b);
+    mpfr_copysign(z, x, y, MPFR_RNDN);
+    ASSERT_TRUE(same(r, z.canonical())) << "copysign of " << a << " and " << b << ": " << r;
   }
 }
 

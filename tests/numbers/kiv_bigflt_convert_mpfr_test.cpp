@@ -78,6 +78,10 @@ TEST(BigfltMpfr, Doubles) {
     } else {
       ASSERT_EQ(std::bit_cast<uint64_t>(x), std::bit_cast<uint64_t>(expected))
           << a << ": " << x << ", not " << expected;
+      mpfr_set_d(value, x, MPFR_RNDN);
+      bigflt r;
+      kiv_bigflt_double_to_bigflt(&r, x);
+      if (x != 0) ASSERT_TRUE(same(r, value.canonical())) << x;
     }
   }
 }

@@ -39,6 +39,11 @@ TEST(BigfltMpfr, Parts) {
     if (n < 0) mpfr_floor(y, y);
     mpfr_set_emin(-32766);
     ASSERT_TRUE(same(r, y.canonical())) << a << " shifted left by " << n << ": " << r << ", not " << y.canonical();
+    // To the right is to the left by less, but for 0 and what has no opposite.
+    if (n != 0 && n != INT32_MIN) {
+      kiv_bigflt_shift_right(&s, &a, -n);
+      ASSERT_TRUE(same(s, r)) << a << " by " << -n;
+    }
     const bigflt e = small_bigflt(n);
     kiv_bigflt_ldexp(&r, &a, &e);
     mpfr_mul_2si(y, x, n, MPFR_RNDN);

@@ -2,6 +2,7 @@
 
 #include "kiv_bigflt128.h"
 #include "tests/numbers/bigflt_literals.h"
+#include "tests/numbers/bigflt_operations.h"
 
 using namespace kiv::test;
 
@@ -25,13 +26,7 @@ const Unary kUnary[] = {
      [](bigflt *a) { kiv_bigflt_shift_right_implied(a, 3); }},
 };
 
-struct Binary {
-  const char *name;
-  void (*plain)(bigflt *r, const bigflt *a, const bigflt *b);
-  void (*implied)(bigflt *a, const bigflt *b);  // or null
-};
-
-const Binary kBinary[] = {
+const Operation kBinary[] = {
     {"and", kiv_bigflt_binary_and, kiv_bigflt_binary_and_implied},
     {"or", kiv_bigflt_binary_or, kiv_bigflt_binary_or_implied},
     {"xor", kiv_bigflt_binary_xor, kiv_bigflt_binary_xor_implied},
@@ -45,106 +40,33 @@ const Binary kBinary[] = {
 };
 constexpr size_t kFirstComparison = 4;
 
-bigflt ldexp_of(const bigflt &a, const bigflt &e) {
-  bigflt r;
-  kiv_bigflt_ldexp(&r, &a, &e);
-  return r;
-}
-
-TEST(BigfltOperations, PartsAtTheLimits) {
-  const bigflt just_below_two = extended_bigflt(1, 0, UINT64_MAX, UINT64_MAX);
-  const bigflt all_ones = extended_bigflt(0, 127, UINT64_MAX, UINT64_MAX);  // 2^128 - 1
-  const struct {
-    bigflt a, ceil, floor, int_part, frac_part, fraction, exponent;
-  } rows[] = {
-      {kClosest, small_bigflt(1), kZero, kZero, kClosest, power_of_two(-1), small_bigflt(-32766)},
-      {kNegativeClosest, kZero, small_bigflt(-1), kZero, kNegativeClosest, power_of_two(-1, 1), small_bigflt(-32766)},
-      {kMax, kMax, kMax, kMax, kZero, extended_bigflt(0, -1, UINT64_MAX, UINT64_MAX), small_bigflt(32768)},
-      {just_below_two, small_bigflt(-1), small_bigflt(-2), small_bigflt(-1),
-       extended_bigflt(1, -1, UINT64_MAX, UINT64_MAX - 1), extended_bigflt(1, -1, UINT64_MAX, UINT64_MAX),
-       small_bigflt(1)},
-      {all_ones, all_ones, all_ones, all_ones, kZero, extended_bigflt(0, -1, UINT64_MAX, UINT64_MAX),
-       small_bigflt(128)},
-      {extended_bigflt(0, 126, UINT64_MAX, UINT64_MAX), power_of_two(127),
-       extended_bigflt(0, 126, UINT64_MAX, UINT64_MAX - 1), extended_bigflt(0, 126, UINT64_MAX, UINT64_MAX - 1),
-       power_of_two(-1), extended_bigflt(0, -1, UINT64_MAX, UINT64_MAX), small_bigflt(127)},
-      {kNegativeZero, kZero, kZero, kZero, kZero, kZero, kZero},
-      {kInfinity, kInfinity, kInfinity, kInfinity, kZero, kInfinity, kZero},
-      {kNegativeInfinity, kNegativeInfinity, kNegativeInfinity, kNegativeInfinity, kZero, kNegativeInfinity, kZero},
-      {kNan, kNan, kNan, kNan, kNan, kNan, kZero},
-  };
-  for (const auto &row : rows) {
-    SCOPED_TRACE(testing::Message() << row.a);
-    bigflt r, s;
-    kiv_bigflt_ceil(&r, &row.a);
-    EXPECT_IDENTICAL(r, row.ceil);
-    kiv_bigflt_floor(&r, &row.a);
-    EXPECT_IDENTICAL(r, row.floor);
-    kiv_bigflt_modf(&r, &s, &row.a);
-    EXPECT_IDENTICAL(r, row.int_part);
-    EXPECT_IDENTICAL(s, row.frac_part);
-    kiv_bigflt_frexp(&r, &s, &row.a);
-    EXPECT_IDENTICAL(r, row.fraction);
-    EXPECT_IDENTICAL(s, row.exponent);
-    kiv_bigflt_frexp(&(r = row.a), &r, &r);
-    EXPECT_IDENTICAL(r, row.exponent);
-    kiv_bigflt_modf(&(r = row.a), &r, &r);
-    EXPECT_IDENTICAL(r, row.frac_part);
-  }
-}
-
 TEST(BigfltOperations, LdexpSaturates) {
   const bigflt three = small_bigflt(3), minus_three = small_bigflt(-3);
   const struct {
     bigflt a, e, result;
   } rows[] = {
       {three, from_double(4.9), small_bigflt(48)},
-      {three, from_double(-0.9), three},
       {three, from_double(-1.5), from_double(1.5)},
-      {three, small_bigflt(32767), kInfinity},
-      {minus_three, small_bigflt(INT32_MAX), kNegativeInfinity},
       {minus_three, power_of_two(32), kNegativeInfinity},
       {minus_three, kMax, kNegativeInfinity},
       {three, kInfinity, kInfinity},
-      {three, small_bigflt(INT32_MIN), kZero},
       {minus_three, power_of_two(32, 1), kZero},
       {three, extended_bigflt(1, 32767, kTop, 1), kZero},
       {three, kNegativeInfinity, kZero},
-      {three, small_bigflt(-32769), kClosest},  // 3/4 of it
-      {small_bigflt(1), small_bigflt(-32768), kZero},
-      {kClosest, small_bigflt(65534), power_of_two(32767)},
-      {power_of_two(32767), small_bigflt(-65534), kClosest},
-      {kZero, kMax, kZero},
       {kZero, kInfinity, kNan},
       {kZero, kNegativeInfinity, kZero},
       {kInfinity, kNegativeInfinity, kNan},
-      {kNegativeInfinity, small_bigflt(-5), kNegativeInfinity},
-      {kNan, kZero, kNan},
       {three, kNan, kNan},
   };
   for (const auto &row : rows) {
-    const bigflt r = ldexp_of(row.a, row.e);
+    bigflt r;
+    kiv_bigflt_ldexp(&r, &row.a, &row.e);
     EXPECT_TRUE(identical(r, row.result)) << row.a << " by " << row.e << ": " << r;
   }
 }
 
 TEST(BigfltOperations, Shifts) {
   bigflt r;
-  for (const int32_t value : {INT32_MIN, -65535, -7, -1, 0, 1, 7, 65535, INT32_MAX}) {
-    const bigflt a = small_bigflt(value);
-    for (int32_t n = 0; n < 32; ++n) {
-      SCOPED_TRACE(testing::Message() << value << " by " << n);
-      const bigflt left = from_double(static_cast<double>(int64_t{value} << n)), right = small_bigflt(value >> n);
-      kiv_bigflt_shift_left(&r, &a, n);
-      EXPECT_IDENTICAL(r, left);
-      kiv_bigflt_shift_right(&r, &a, -n);
-      EXPECT_IDENTICAL(r, n == 0 ? right : left);
-      kiv_bigflt_shift_right(&r, &a, n);
-      EXPECT_IDENTICAL(r, right);
-      kiv_bigflt_shift_left(&r, &a, -n);
-      EXPECT_IDENTICAL(r, n == 0 ? left : right);
-    }
-  }
   const struct {
     bigflt a;
     int32_t n;
@@ -152,21 +74,16 @@ TEST(BigfltOperations, Shifts) {
   } rows[] = {
       {from_double(2.5), 0, from_double(2.5), small_bigflt(2)},
       {from_double(-2.5), 1, small_bigflt(-5), small_bigflt(-2)},
-      {from_double(1.25), 1, from_double(2.5), kZero},
-      {kClosest, 1, power_of_two(-32766), kZero},
       {kNegativeClosest, 1, power_of_two(-32766, 1), small_bigflt(-1)},
       {small_bigflt(3), INT32_MAX, kInfinity, kZero},
       {small_bigflt(-3), INT32_MAX, kNegativeInfinity, small_bigflt(-1)},
       {small_bigflt(3), INT32_MIN, kZero, kInfinity},
-      {kMax, INT32_MIN, kZero, kInfinity},
       {small_bigflt(-3), INT32_MIN, small_bigflt(-1), kNegativeInfinity},
       {kZero, INT32_MIN, kZero, kZero},
-      {kMax, 1, kInfinity, extended_bigflt(0, 32766, UINT64_MAX, UINT64_MAX)},
       {kMax, 32767, kInfinity, small_bigflt(1)},
-      {kMax, 32768, kInfinity, kZero},
-      {kNegativeInfinity, 5, kNegativeInfinity, kNegativeInfinity},
+      {small_bigflt(INT32_MAX), 30, extended_bigflt(0, 60, uint64_t{0xFFFFFFFE} << 32, 0), small_bigflt(1)},
+      {small_bigflt(INT32_MAX), 31, extended_bigflt(0, 61, uint64_t{0xFFFFFFFE} << 32, 0), kZero},
       {kNan, -5, kNan, kNan},
-      {extended_bigflt(1, 127, kTop, 1), 127, extended_bigflt(1, 254, kTop, 1), small_bigflt(-2)},
   };
   for (const auto &row : rows) {
     SCOPED_TRACE(testing::Message() << row.a << " by " << row.n);
@@ -178,17 +95,12 @@ TEST(BigfltOperations, Shifts) {
 }
 
 TEST(BigfltOperations, BitsOfOtherValues) {
-  const bigflt minus_one = small_bigflt(-1), big = power_of_two(200), minus_big = power_of_two(200, 1);
+  const bigflt big = power_of_two(200);
   const struct {
     bigflt a, b, and_, or_, xor_;
   } rows[] = {
       {from_double(6.75), from_double(-4.25), small_bigflt(4), small_bigflt(-2), small_bigflt(-6)},
-      {from_double(0.5), from_double(-0.5), kZero, kZero, kZero},
       {big, small_bigflt(1), kZero, big, big},  // rounded
-      {big, minus_one, big, minus_one, minus_big},
-      {minus_big, small_bigflt(1), kZero, minus_big, minus_big},
-      {minus_big, minus_one, minus_big, minus_one, big},
-      {kMax, minus_one, kMax, minus_one, extended_bigflt(1, 32767, UINT64_MAX, UINT64_MAX)},
       // Half a unit of the last place more than an odd mantissa, and a bit less than that.
       {extended_bigflt(0, 200, kTop, 1), power_of_two(72), kZero, extended_bigflt(0, 200, kTop, 2),
        extended_bigflt(0, 200, kTop, 2)},
@@ -197,7 +109,6 @@ TEST(BigfltOperations, BitsOfOtherValues) {
       // Two negative ones whose common bits begin one place above both.
       {extended_bigflt(1, 32767, kTop, 2), extended_bigflt(1, 32767, UINT64_MAX, UINT64_MAX), kNegativeInfinity,
        extended_bigflt(1, 32767, kTop, 1), extended_bigflt(0, 32766, UINT64_MAX, UINT64_MAX - 1)},
-      {kZero, kMax, kZero, kMax, kMax},
       {kInfinity, kZero, kNan, kNan, kNan},
       {small_bigflt(1), kNan, kNan, kNan, kNan},
   };
@@ -213,72 +124,15 @@ TEST(BigfltOperations, BitsOfOtherValues) {
     }
   }
   bigflt r;
-  const bigflt fraction = from_double(-6.75);
-  kiv_bigflt_1s_complement(&r, &fraction);
-  EXPECT_IDENTICAL(r, small_bigflt(5));
   kiv_bigflt_1s_complement(&r, &kInfinity);
   EXPECT_IDENTICAL(r, kNan);
   kiv_bigflt_boolean_not(&r, &kNan);
   EXPECT_IDENTICAL(r, kZero);
 }
 
-TEST(BigfltOperations, ComparesAllPairs) {
-  // In order, with equal values side by side; NaN, last, in two forms.
-  struct Value {
-    int rank;
-    bigflt record;
-  };
-  const Value values[] = {{0, kNegativeInfinity},
-                          {1, extended_bigflt(1, 32767, UINT64_MAX, UINT64_MAX)},
-                          {2, power_of_two(40, 1)},
-                          {3, extended_bigflt(1, 31, kTop, 1)},
-                          {4, power_of_two(31, 1)},
-                          {4, small_bigflt(INT32_MIN)},
-                          {5, small_bigflt(-1)},
-                          {6, extended_bigflt(1, -1, UINT64_MAX, UINT64_MAX)},
-                          {7, kNegativeClosest},
-                          {8, kNegativeZero},
-                          {8, kZero},
-                          {8, extended_bigflt(0, INT32_MIN, 0, 0)},
-                          {9, kClosest},
-                          {10, extended_bigflt(0, -1, UINT64_MAX, UINT64_MAX)},
-                          {11, small_bigflt(1)},
-                          {11, extended_bigflt(0, 3, kTop >> 3, 0)},  // with leading zeros
-                          {12, extended_bigflt(0, 0, kTop, 1)},
-                          {13, small_bigflt(INT32_MAX)},
-                          {14, power_of_two(31)},
-                          {15, kMax},
-                          {16, kInfinity},
-                          {16, power_of_two(32768)},
-                          {17, kNan},
-                          {17, extended_bigflt(1, INT32_MAX, 0, 1)}};
-  for (const Value &x : values) {
-    for (const Value &y : values) {
-      SCOPED_TRACE(testing::Message() << x.record << " and " << y.record);
-      EXPECT_EQ(kiv_bigflt_compare2integer(&x.record, &y.record), (x.rank > y.rank) - (x.rank < y.rank));
-      const bool ordered = x.rank < 17 && y.rank < 17;
-      const bool expected[] = {ordered && x.rank > y.rank,  ordered && x.rank >= y.rank, ordered && x.rank < y.rank,
-                               ordered && x.rank <= y.rank, ordered && x.rank == y.rank, !ordered || x.rank != y.rank};
-      for (size_t k = 0; k < std::size(expected); ++k) {
-        bigflt r;
-        kBinary[kFirstComparison + k].plain(&r, &x.record, &y.record);
-        EXPECT_TRUE(identical(r, small_bigflt(expected[k] ? 1 : 0))) << kBinary[kFirstComparison + k].name;
-      }
-    }
-  }
-}
-
 TEST(BigfltOperations, Predicates) {
-  enum : unsigned {
-    kIsZero = 1,
-    kNegative = 2,
-    kNormal = 4,
-    kInteger = 8,
-    kFinite = 16,
-    kInf = 32,
-    kIsNan = 64,
-    kFits = 128
-  };
+  constexpr unsigned kIsZero = 1, kNegative = 2, kNormal = 4, kInteger = 8, kFinite = 16, kInf = 32, kIsNan = 64,
+                     kFits = 128;
   const struct {
     bigflt a;
     unsigned expected;
@@ -289,15 +143,9 @@ TEST(BigfltOperations, Predicates) {
       {power_of_two(31), kNormal | kInteger | kFinite},
       {power_of_two(31, 1), kNegative | kNormal | kInteger | kFinite | kFits},
       {extended_bigflt(1, 31, kTop, 1), kNegative | kNormal | kFinite},
-      {extended_bigflt(0, 30, uint64_t{0xFFFFFFFE} << 32, 0), kNormal | kInteger | kFinite | kFits},
       {extended_bigflt(0, 30, uint64_t{0xFFFFFFFF} << 32, 0), kNormal | kFinite},
-      {extended_bigflt(0, 126, kTop, 1), kNormal | kFinite},
       {extended_bigflt(0, 127, kTop, 1), kNormal | kInteger | kFinite},
-      {kNegativeClosest, kNegative | kNormal | kFinite},
-      {kMax, kNormal | kInteger | kFinite},
-      {kInfinity, kInf},
       {kNegativeInfinity, kInf | kNegative},
-      {kNan, kIsNan},
       {extended_bigflt(1, INT32_MAX, 0, 1), kIsNan},
       // Records of other forms: 1, infinity, and zero.
       {extended_bigflt(0, 3, kTop >> 3, 0), kInteger | kFinite | kFits},
@@ -324,19 +172,13 @@ TEST(BigfltOperations, IntegersOfASize) {
   } rows[] = {
       {kZero, 1},
       {small_bigflt(-1), 1},
-      {small_bigflt(1), 2},
-      {small_bigflt(-8), 4},
       {small_bigflt(8), 5},
       {small_bigflt(INT32_MIN), 32},
       {power_of_two(31), 33},
-      {power_of_two(127, 1), 128},
-      {extended_bigflt(1, 127, kTop, 1), 129},
       {kMax, 32769},
       {power_of_two(32767, 1), 32768},
-      {from_double(0.5), 0},
       {extended_bigflt(1, 40, UINT64_MAX, 0), 0},
       {kInfinity, 0},
-      {kNan, 0},
   };
   for (const auto &row : rows) {
     for (const int32_t bits : {INT32_MIN, -1, 0, row.least - 1, row.least, row.least + 1, INT32_MAX}) {
@@ -362,52 +204,92 @@ bigflt random_record(std::mt19937_64 &random) {
   return a;
 }
 
+/// The result over each operand, with operands whose values are x and y.
+void check_over_operands(const Operation &operation, const bigflt &a, const bigflt &b, const bigflt &x,
+                         const bigflt &y) {
+  SCOPED_TRACE(testing::Message() << operation.name << " of " << a << " and " << b);
+  const bigflt old_a = a, old_b = b;
+  bigflt expected, r;
+  operation.plain(&expected, &x, &y);
+  operation.plain(&r, &a, &b);
+  EXPECT_IDENTICAL(r, expected);
+  EXPECT_TRUE(identical(a, old_a) && identical(b, old_b));
+  operation.plain(&(r = a), &r, &b);
+  EXPECT_IDENTICAL(r, expected);
+  operation.plain(&(r = b), &a, &r);
+  EXPECT_IDENTICAL(r, expected);
+  if (operation.implied != nullptr) operation.implied(&(r = a), &b);
+  EXPECT_IDENTICAL(r, expected);
+  operation.plain(&expected, &x, &old_a);
+  operation.plain(&(r = a), &r, &r);
+  EXPECT_IDENTICAL(r, expected);
+  if (operation.implied != nullptr) operation.implied(&(r = a), &r);
+  EXPECT_IDENTICAL(r, expected);
+}
+
 TEST(BigfltOperations, AnyRecordsAndAnyResults) {
+  const Operation copysign = {"copysign", kiv_bigflt_copysign, nullptr};
+  const Unary others[] = {
+      {"negate", kiv_bigflt_negate, kiv_bigflt_negate_implied},
+      {"abs", kiv_bigflt_abs, nullptr},
+      {"round", [](bigflt *r, const bigflt *a) { kiv_bigflt_round_to_mantissa_size(r, a, 20); },
+       [](bigflt *a) { kiv_bigflt_round_to_mantissa_size_implied(a, 20); }},
+  };
   std::mt19937_64 random = make_random();
-  for (int i = 0; i < 5000; ++i) {
+  for (int i = 0; i < 5000 && !HasFailure(); ++i) {
     const bigflt a = random_record(random), b = random_record(random);
-    // The same values in canonical form.
+    // The same values in canonical form. Where a sign of zero matters, the record is its own model.
     bigflt x, y;
     kiv_bigflt_shift_left(&x, &a, 0);
     kiv_bigflt_shift_left(&y, &b, 0);
-    bigflt expected, r;
-    for (const Binary &operation : kBinary) {
-      SCOPED_TRACE(testing::Message() << operation.name << " of " << a << " and " << b);
-      operation.plain(&expected, &x, &y);
-      operation.plain(&(r = a), &r, &b);
-      EXPECT_IDENTICAL(r, expected);
-      operation.plain(&(r = b), &a, &r);
-      EXPECT_IDENTICAL(r, expected);
-      if (operation.implied != nullptr) operation.implied(&(r = a), &b);
-      EXPECT_IDENTICAL(r, expected);
-      operation.plain(&expected, &x, &x);
-      operation.plain(&(r = a), &r, &r);
-      EXPECT_IDENTICAL(r, expected);
-    }
-    for (const Unary &operation : kUnary) {
+    for (const Operation &operation : kBinary) check_over_operands(operation, a, b, x, y);
+    for (const Operation &operation : kOperations) check_over_operands(operation, a, b, a, b);
+    check_over_operands(copysign, a, b, a, b);
+    const auto check = [&](const Unary &operation, const bigflt &model) {
       SCOPED_TRACE(testing::Message() << operation.name << " of " << a);
-      operation.plain(&expected, &x);
+      bigflt expected, r;
+      operation.plain(&expected, &model);
       operation.plain(&(r = a), &r);
       EXPECT_IDENTICAL(r, expected);
       if (operation.implied != nullptr) operation.implied(&(r = a));
       EXPECT_IDENTICAL(r, expected);
-    }
-    EXPECT_EQ(kiv_bigflt_compare2integer(&a, &b), kiv_bigflt_compare2integer(&x, &y));
+    };
+    for (const Unary &operation : kUnary) check(operation, x);
+    for (const Unary &operation : others) check(operation, a);
+    // The second result stays where both are one record.
+    bigflt expected, r;
+    kiv_bigflt_frexp(&r, &expected, &x);
+    kiv_bigflt_frexp(&(r = a), &r, &r);
+    EXPECT_IDENTICAL(r, expected);
+    kiv_bigflt_modf(&r, &expected, &x);
+    kiv_bigflt_modf(&(r = a), &r, &r);
+    EXPECT_IDENTICAL(r, expected);
     EXPECT_EQ(kiv_bigflt_is_negative(&a), kiv_bigflt_is_negative(&x)) << a;
+    // The order of records is that of their values, NaN last; the comparisons follow from it.
+    const int order = kiv_bigflt_compare2integer(&a, &b);
+    EXPECT_EQ(kiv_bigflt_compare2integer(&a, &x), 0) << a << " and " << x;
+    EXPECT_EQ(kiv_bigflt_compare2integer(&x, &y), order) << a << " and " << b;
+    const bool nan_a = kiv_bigflt_is_nan_as_bool(&a) != 0, nan_b = kiv_bigflt_is_nan_as_bool(&b) != 0;
+    const bool ordered = !nan_a && !nan_b;
+    if (!ordered) EXPECT_EQ(order, nan_a - nan_b);
+    const bool expected_truths[] = {ordered && order > 0,  ordered && order >= 0, ordered && order < 0,
+                                    ordered && order <= 0, ordered && order == 0, !ordered || order != 0};
+    for (size_t k = 0; k < std::size(expected_truths); ++k) {
+      kBinary[kFirstComparison + k].plain(&r, &a, &b);
+      EXPECT_IDENTICAL(r, small_bigflt(expected_truths[k] ? 1 : 0)) << kBinary[kFirstComparison + k].name;
+    }
   }
+  EXPECT_EQ(kiv_bigflt_compare2integer(&kNegativeZero, &kZero), 0);
 }
 
-/// From a model of the generator: the first values of a process.
-// The first values of a process: no other test draws one.
+/// From a model of the generator: the first values of a process, as no other test draws one.
 TEST(BigfltOperations, RandomValues) {
   static bool drawn = false;
   if (drawn) GTEST_SKIP() << "values were drawn before";
   drawn = true;
   const bigflt first[] = {extended_bigflt(0, -25794, kTop | 0xc7a65a83, 0xec98a5ca),
                           extended_bigflt(1, -6126, kTop | 0xfdd992bf, 0x496d4476),
-                          extended_bigflt(0, 20725, kTop | 0xddb4d6bb, 0x01e775e2),
-                          extended_bigflt(0, -16418, kTop | 0x75f16277, 0x8ccae60e),
-                          extended_bigflt(0, 277, kTop | 0xf36431f3, 0x9ebe00fa)};
+                          extended_bigflt(0, 20725, kTop | 0xddb4d6bb, 0x01e775e2)};
   for (const bigflt &expected : first) {
     bigflt r;
     kiv_bigflt_random(&r);
@@ -420,24 +302,17 @@ TEST(BigfltOperations, Payloads) {
   kiv_bigflt_poke_32bits(&a, 0x1234);
   EXPECT_IDENTICAL(a, extended_bigflt(1, 0, kTop, 0x1234));
   EXPECT_EQ(kiv_bigflt_peek_32bits(&a), 0x1234U);
-  EXPECT_EQ(kiv_bigflt_is_integer(&a), 0);
   a = extended_bigflt(0, 77, UINT64_MAX, UINT64_MAX);
   int object = 0;
   kiv_bigflt_poke_pointer(&a, &object);
   const auto payload = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(&object));
   EXPECT_IDENTICAL(a, extended_bigflt(0, 0, kTop | 0xFFFFFFFF, uint64_t{0xFFFFFFFF} << 32 | payload));
   EXPECT_EQ(kiv_bigflt_peek_32bits(&a), payload);
-  // Even an integer stays in extended form.
-  a = small_bigflt(9);
-  kiv_bigflt_poke_32bits(&a, 0);
-  EXPECT_IDENTICAL(a, power_of_two(0));
 }
 
 /// By Python's zlib.crc32.
 TEST(BigfltOperations, Hash) {
-  bigflt a = power_of_two(0);
-  EXPECT_EQ(kiv_bigflt128_hash(&a), 0x1D80C620U);
-  a = extended_bigflt(1, -5, uint64_t{0xC0000000} << 32 | 7, 8);
+  bigflt a = extended_bigflt(1, -5, uint64_t{0xC0000000} << 32 | 7, 8);
   EXPECT_EQ(kiv_bigflt128_hash(&a), 0x65398C2EU);
   a = extended_bigflt(0x39, 0x35363738, uint64_t{0x31323334} << 32, 0);
   EXPECT_EQ(kiv_bigflt128_hash(&a), 0x8513D7E4U);
@@ -450,7 +325,7 @@ TEST(BigfltOperations, ResultsAreTheSameEverywhere) {
   for (int i = 0; i < 5000; ++i) {
     const bigflt a = random_bigflt(random), b = random_partner(random, a);
     bigflt r;
-    for (const Binary &operation : kBinary) operation.plain(&r, &a, &b), digest.add(r);
+    for (const Operation &operation : kBinary) operation.plain(&r, &a, &b), digest.add(r);
     for (const Unary &operation : kUnary) operation.plain(&r, &a), digest.add(r);
     bigflt s;
     kiv_bigflt_frexp(&r, &s, &a), digest.add(r), digest.add(s);

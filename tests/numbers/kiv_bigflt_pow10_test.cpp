@@ -29,21 +29,12 @@ TEST(BigfltPow10, Literals) {
     int32_t n;
     const char *expected;
   } rows[] = {
-      {"7", 3, "7000"},
-      {"-7000", -3, "-7"},
-      {"0.125", 3, "125"},
       {"0", INT32_MAX, "0"},
-      {"5", 0, "5"},
       {"35", -1, "+0x0.e0000000000000000000000000000000p+2"},
-      {"1", -1, "+0x0.cccccccccccccccccccccccccccccccdp-3"},
-      {"-1", 10, "-0x0.9502f900000000000000000000000000p+34"},
-      {"0x1p-32767", 19727, "+0x0.cc706d93170176d1d5415d60de83c50cp+32765"},
       {"1", INT32_MAX, "+INF"},
-      {"-1", 19880, "-INF"},
       {"1", INT32_MIN, "0"},
       {"-1", -19880, "0"},
       {"inf", -5, "+INF"},
-      {"-inf", INT32_MIN, "-INF"},
       {"nan", 5, "+NaN"},
       // Half of the value closest to zero is rounded to zero; what is above it is not.
       {"0x5p-32767", -1, "0"},

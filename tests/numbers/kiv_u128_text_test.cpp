@@ -87,25 +87,9 @@ TEST(U128Text, EveryBaseWidthAndSign) {
   for_pairs(slow_cases(300), [](const KIV_U128 &a, const KIV_U128 &b) {
     if (b == KIV_U128{0, 10} || b.hi != 0) check_texts(a);
   });
-  const KIV_U128 ff = {0, 255};
-  EXPECT_EQ(bis(ff, 16, "0x", '0', 34), "0x" + std::string(30, '0') + "FF");
-  EXPECT_EQ(bis(ff, -16, "0x", 0, 4), "0xff");
-  EXPECT_EQ(bis(KIV_S128{-1, uint64_t{0} - 5}, 10, nullptr, ' ', 40), "-" + std::string(38, ' ') + "5");
 }
 
 TEST(U128Text, DecimalChunks) {
-  // All lengths: 10^k - 1 and 10^k.
-  KIV_U128 power = {0, 1};
-  std::string nines, zeros = "1";
-  for (int k = 0; k < 39; ++k) {
-    EXPECT_EQ(bis(power, 10, nullptr, 0, zeros.size()), zeros);
-    KIV_U128 below = power;
-    kiv_u128_dec_nonzero(&below);
-    if (k > 0) EXPECT_EQ(bis(below, 10, nullptr, 0, nines.size()), nines);
-    kiv_u128_mul_u64(&power, 10);
-    zeros += '0';
-    nines += '9';
-  }
   // All groups of four digits, in both places where eight are made at once.
   for (uint32_t i = 0; i < 10000; ++i) {
     char expected[17];
@@ -149,16 +133,10 @@ TEST(U128Double, FromInteger) {
     KIV_U128 value;
     double expected;
   } table[] = {
-      {{0, 0}, 0.0},
-      {{0, 1}, 1.0},
       {{0, UINT64_MAX}, 0x1p64},
-      {{UINT64_MAX, UINT64_MAX}, 0x1p128},
-      {{kTop, 0}, 0x1p127},
       {{kTop | 0x400, 0}, 0x1p127},                          // half a unit: to even
       {{kTop | 0xc00, 0}, 0x1.0000000000002p127},            // half a unit: to even
       {{kTop | 0x400, UINT64_MAX}, 0x1p127},                 // above half, but only below the leading 64 bits
-      {{kTop | 0x401, 0}, 0x1.0000000000001p127},            // above half
-      {{kTop | 0x3ff, UINT64_MAX}, 0x1p127},                 // below half
       {{1, 0x8000000000000400}, 0x1.8p64},                   // the same 64 bits further down: below half
       {{0, (uint64_t{1} << 53) + 1}, 0x1p53},                // half
       {{0, (uint64_t{1} << 53) + 3}, 0x1.0000000000002p53},  // half
