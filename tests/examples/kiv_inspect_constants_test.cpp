@@ -1,12 +1,14 @@
 // The reader of debug information, on programs made byte by byte.
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <memory>
 #include <set>
 #include <string_view>
 
 #include "examples/kiv_inspect/constant_reader.h"
+#include "examples/kiv_inspect/dwarf_codes.h"
 #include "examples/kiv_inspect/program.h"
 #include "examples/kiv_inspect/type_label.h"
 #include "examples/kiv_inspect/type_reader.h"
@@ -20,6 +22,7 @@
 namespace {
 
 using namespace kiv::inspect;
+using namespace kiv::inspect::dwarf;
 using namespace kiv::test;
 
 using Bytes = std::vector<uint8_t>;
@@ -95,67 +98,11 @@ Reading read(const Bytes &bytes) {
 
 // --- Programs --------------------------------------------------------------------------------------------------------
 
-enum : uint32_t {
-  kEnumeration = 4,
-  kMember = 13,
-  kCompileUnit = 17,
-  kStruct = 19,
-  kTypedef = 22,
-  kBase = 36,
-  kConst = 38,
-  kConstant = 39,
-  kEnumerator = 40,
-  kSubprogram = 46,
-  kVariable = 52,
-  kNamespace = 57
-};
-enum : uint32_t {
-  kName = 3,
-  kSize = 11,
-  kValue = 28,
-  kOrigin = 49,
-  kDeclaration = 60,
-  kEncoding = 62,
-  kSpecification = 71,
-  kType = 73,
-  kSignature = 105,
-  kOffsetsBase = 114,
-  kUnknownAttribute = 0x2FFF
-};
-enum : uint32_t {
-  kBlock2 = 3,
-  kBlock4,
-  kData2,
-  kData4,
-  kData8,
-  kString,
-  kBlock,
-  kBlock1,
-  kData1,
-  kFlag,
-  kSdata,
-  kStrp,
-  kUdata,
-  kRefAddr,
-  kRef1,
-  kRef2,
-  kRef4,
-  kRef8,
-  kRefUdata,
-  kIndirect,
-  kSecOffset,
-  kExprloc,
-  kPresent,
-  kStrx,
-  kData16 = 0x1E,
-  kLineStrp,
-  kSig8,
-  kImplicit,
-  kStrx1 = 0x25,
-  kStrx2,
-  kStrx3,
-  kStrx4
-};
+static_assert(kSpecification == 0x47 && kSignature == 0x69 && kStringOffsetsBase == 0x72);  // by no compiler here
+constexpr uint32_t kCompileUnit = 0x11, kSubprogram = 0x2E, kUnknownAttribute = 0x2FFF;
+enum : uint32_t { kBlock2 = 3, kBlock4, kData2, kData4, kData8, kString, kBlock, kBlock1, kData1, kFlag, kSdata };
+enum : uint32_t { kStrp = 14, kUdata, kRefAddr, kRef1, kRef2, kRef4, kRef8, kRefUdata, kIndirect, kSecOffset };
+enum : uint32_t { kExprloc = 24, kPresent, kStrx, kData16 = 30, kLineStrp, kSig8, kImplicit, kStrx2 = 0x26 };
 
 DwarfAttribute name(const std::string &text) { return {kName, kString, 0, text}; }
 
@@ -170,12 +117,6 @@ std::string shape_text(const DwarfShape &shape) {
          (shape.order == ByteOrder::big ? " big" : "");
 }
 
-/// Bytes of a number that is written with its most significant byte first.
-std::string in_order(ByteOrder order, std::string bytes) {
-  if (order == ByteOrder::little) std::reverse(bytes.begin(), bytes.end());
-  return bytes;
-}
-
 struct ValueRow {
   const char *type;  // of the list below, or ""
   uint32_t form;
@@ -187,22 +128,17 @@ struct ValueRow {
 const struct {
   const char *name;
   uint64_t encoding, size;
-} kTypes[] = {{"int", 5, 4},         {"unsigned", 7, 4}, {"char", 6, 1},  {"bool", 2, 1},   {"__int128", 5, 16},
-              {"half", 4, 2},        {"__bf16", 4, 2},   {"float", 4, 4}, {"double", 4, 8}, {"long", 4, 16},
-              {"__float128", 4, 16}, {"complex", 3, 8},  {"odd", 4, 6},   {"u128", 7, 16}};
+} kTypes[] = {{"int", 5, 4},     {"unsigned", 7, 4}, {"char", 6, 1},   {"__int128", 5, 16}, {"half", 4, 2},
+              {"__bf16", 4, 2},  {"float", 4, 4},    {"double", 4, 8}, {"long", 4, 16},     {"__float128", 4, 16},
+              {"complex", 3, 8}, {"odd", 4, 6},      {"u128", 7, 16}};
 
 const std::string kPi = "\x40\x09\x21\xF9\xF0\x1B\x86\x6E";  // 3.14159
 
 const std::vector<ValueRow> kValues = {
     {"", kData1, 0xFF, "", "255"},
-    {"", kData2, 0xFFFE, "", "65534"},
-    {"", kData4, 0xFFFFFFFD, "", "4294967293"},
     {"", kData8, ~uint64_t{3}, "", "18446744073709551612"},
-    {"", kUdata, ~uint64_t{0}, "", "18446744073709551615"},
-    {"", kSdata, ~uint64_t{4}, "", "-5"},
     {"", kSdata, uint64_t{1} << 63, "", "-9223372036854775808"},
     {"", kImplicit, ~uint64_t{5}, "", "-6"},
-    {"", kData16, 0, std::string(16, '\xFF'), "340282366920938463463374607431768211455"},
     {"", kUdata, 0, std::string(18, '\xFF') + '\3', "340282366920938463463374607431768211455"},
     {"", kSdata, 0, std::string(18, '\x80') + '\x7E', "-170141183460469231731687303715884105728"},
     {"", kBlock1, 0, "\1\2", "bytes 01 02"},
@@ -210,31 +146,21 @@ const std::vector<ValueRow> kValues = {
     // The type's width and sign.
     {"int", kData1, 200, "", "200"},
     {"int", kData4, 0xFFFFFFFB, "", "-5"},
-    {"int", kUdata, ~uint64_t{4}, "", "-5"},
     {"unsigned", kSdata, ~uint64_t{0}, "", "4294967295"},
     {"char", kData1, 0x80, "", "-128"},
-    {"bool", kImplicit, 1, "", "1"},
     {"u128", kSdata, ~uint64_t{0}, "", "340282366920938463463374607431768211455"},
-    {"__int128", kData16, 0, "\x80" + std::string(15, '\0'), "-170141183460469231731687303715884105728"},
     {"__int128", kBlock1, 0, std::string(15, '\xFF') + "\xFE", "-2"},
     {"int", kBlock, 0, std::string("\0\0\1\0", 4), "256"},
     {"int", kBlock2, 0, "\1\2", "bytes 01 02"},
     // Numbers with a fraction.
     {"half", kData2, 0x3555, "", "0.3333"},
-    {"half", kData2, 0x7BFF, "", "65504.0"},
     {"__bf16", kData2, 0x3FC0, "", "1.5"},
     {"float", kData4, 0x3DCCCCCD, "", "0.1"},
-    {"float", kUdata, 0x7F7FFFFF, "", "3.4028235e+38"},
     {"double", kBlock1, 0, kPi, "3.14159"},
-    {"double", kData8, 0x8000000000000000, "", "-0.0"},
-    {"double", kData8, 1, "", "5e-324"},
     {"double", kSdata, 0xFFF0000000000000, "", "-Inf"},
     {"double", kExprloc, 0, "\x7F\xF8" + std::string(6, '\0'), "NaN"},
-    {"double", kData8, 0x40FE240000000000, "", "123456.0"},
-    {"__float128", kData16, 0, "\x3F\xFF\x40" + std::string(13, '\0'), "1.25"},
     {"__float128", kBlock4, 0, "\x3F\xFD" + std::string(14, '\x55'), "0.3333333333333333333333333333333333"},
     {"long", kData16, 0, std::string(6, '\xEE') + "\xBF\xFF\xA0" + std::string(7, '\0'), "-1.25"},
-    {"long", kBlock1, 0, "\xBF\xFF\xA0" + std::string(7, '\0'), "-1.25"},
     {"complex", kBlock1, 0, "\1\2", "bytes 01 02"},
     {"odd", kBlock1, 0, "\1\2\3\4\5\6", "bytes 01 02 03 04 05 06"},
 };
@@ -242,7 +168,8 @@ const std::vector<ValueRow> kValues = {
 /// Contents as the file has them.
 std::string contents_of(const ValueRow &row, ByteOrder order) {
   const bool number = row.form != kUdata && row.form != kSdata && row.form != kString;
-  return number && !std::string_view(row.expected).starts_with("bytes") ? in_order(order, row.contents) : row.contents;
+  const bool turned = number && order == ByteOrder::little && !std::string_view(row.expected).starts_with("bytes");
+  return turned ? std::string(row.contents.rbegin(), row.contents.rend()) : row.contents;
 }
 
 TEST(KivInspectConstants, DecodesValuesInEveryForm) {
@@ -253,12 +180,12 @@ TEST(KivInspectConstants, DecodesValuesInEveryForm) {
     std::map<std::string, uint64_t> types;
     for (const auto &type : kTypes) {
       types[type.name] = builder.entry(
-          kBase, false, {name(type.name), {kEncoding, kData1, type.encoding}, {kSize, kData1, type.size}});
+          kBaseType, false, {name(type.name), {kEncoding, kData1, type.encoding}, {kByteSize, kData1, type.size}});
     }
     Lines expected;
     for (const ValueRow &row : kValues) {
       const std::string label = std::string(row.type) + " " + std::to_string(expected.size());
-      std::vector<DwarfAttribute> attributes = {{kValue, row.form, row.value, contents_of(row, shape.order)},
+      std::vector<DwarfAttribute> attributes = {{kConstValue, row.form, row.value, contents_of(row, shape.order)},
                                                 name(label)};
       if (*row.type != '\0') attributes.push_back({kType, kRef4, types[row.type]});
       builder.entry(kConstant, false, attributes);
@@ -275,9 +202,10 @@ TEST(KivInspectConstants, ShowsNoPairOfDoublesAsOneNumber) {
   DwarfBuilder builder(kPlain);
   builder.begin_unit();
   for (const char *label : {"long double", "__ibm128", "__float128"}) {
-    const uint64_t type = builder.entry(kBase, false, {name(label), {kEncoding, kData1, 4}, {kSize, kData1, 16}});
+    const uint64_t type =
+        builder.entry(kBaseType, false, {name(label), {kEncoding, kData1, 4}, {kByteSize, kData1, 16}});
     const std::string one = std::string(14, '\0') + "\xFF\x3F";
-    builder.entry(kConstant, false, {name(label), {kType, kRef4, type}, {kValue, kBlock1, 0, one}});
+    builder.entry(kConstant, false, {name(label), {kType, kRef4, type}, {kConstValue, kBlock1, 0, one}});
   }
   Image image = builder.elf();
   image.put_at(18, 21, 2);  // PowerPC
@@ -293,18 +221,17 @@ TEST(KivInspectConstants, SkipsEveryForm) {
     DwarfBuilder builder(shape);
     builder.begin_unit();
     Lines expected;
-    for (const uint32_t form :
-         {0x01u, 0x03u, 0x04u, 0x05u, 0x06u, 0x07u, 0x08u, 0x09u,   0x0Au,   0x0Bu,   0x0Cu,  0x0Du,
-          0x0Eu, 0x0Fu, 0x10u, 0x11u, 0x12u, 0x13u, 0x14u, 0x15u,   0x16u,   0x17u,   0x18u,  0x19u,
-          0x1Au, 0x1Bu, 0x1Cu, 0x1Du, 0x1Eu, 0x1Fu, 0x20u, 0x21u,   0x22u,   0x23u,   0x24u,  0x25u,
-          0x26u, 0x27u, 0x28u, 0x29u, 0x2Au, 0x2Bu, 0x2Cu, 0x1F01u, 0x1F02u, 0x1F20u, 0x1F21u}) {
+    for (uint32_t i = 1; i <= 0x30; ++i) {
+      if (i == 2) continue;  // never given out
+      const uint32_t form = i <= 0x2C ? i : std::array{0x1F01u, 0x1F02u, 0x1F20u, 0x1F21u}[i - 0x2D];
       std::string contents = "some contents";
       if (form == kData16) contents = std::string(16, 'x');
       if (form == kIndirect) contents = "\x16\x16\x0A\2ab";  // twice indirect, then a block of two bytes
       if (form == kSdata || form == kUdata || form == kRefUdata || (form >= kStrx && form != kData16)) contents.clear();
-      builder.entry(
-          kConstant, false,
-          {{kUnknownAttribute, form, 0x1234567890ABCDEF, contents}, {kValue, kData1, 42}, name(std::to_string(form))});
+      builder.entry(kConstant, false,
+                    {{kUnknownAttribute, form, 0x1234567890ABCDEF, contents},
+                     {kConstValue, kData1, 42},
+                     name(std::to_string(form))});
       expected.push_back("C " + std::to_string(form) + " = 42");
     }
     const Reading reading = read(builder.elf().bytes);
@@ -322,61 +249,61 @@ DwarfBuilder build_program(const DwarfShape &shape, Lines *expected) {
   builder.text_index(builder.text("one"));
   constexpr uint64_t kTypeSignature = 0xFEDCBA9876543210;
   builder.begin_unit(2, kTypeSignature);
-  builder.entry(kEnumeration, true, {name("Shared"), {kEncoding, kData1, 5}, {kSize, kData1, 1}});
-  builder.entry(kEnumerator, false, {name("minus"), {kValue, kData1, 0xFF}});
+  builder.entry(kEnumerationType, true, {name("Shared"), {kEncoding, kData1, 5}, {kByteSize, kData1, 1}});
+  builder.entry(kEnumerator, false, {name("minus"), {kConstValue, kData1, 0xFF}});
   builder.end_children();
   // A type that completes a declaration in its scopes, and an enumeration that completes one in the type.
   builder.begin_unit(2, kTypeSignature + 1);
   builder.entry(kNamespace, true, {name("far"), {kDeclaration, kPresent}});
-  const uint64_t scoped = builder.entry(kStruct, false, {name("Scoped"), {kDeclaration, kPresent}});
+  const uint64_t scoped = builder.entry(kStructureType, false, {name("Scoped"), {kDeclaration, kPresent}});
   builder.end_children();
-  builder.entry(kStruct, true, {name("Scoped"), {kSpecification, kRef4, scoped}});
-  const uint64_t inner = builder.entry(kEnumeration, false, {name("Inner"), {kDeclaration, kFlag, 1}});
-  builder.entry(kMember, false, {name("n"), {kValue, kData1, 3}});
+  builder.entry(kStructureType, true, {name("Scoped"), {kSpecification, kRef4, scoped}});
+  const uint64_t inner = builder.entry(kEnumerationType, false, {name("Inner"), {kDeclaration, kFlag, 1}});
+  builder.entry(kMember, false, {name("n"), {kConstValue, kData1, 3}});
   builder.end_children();
-  builder.entry(kEnumeration, true, {{kSpecification, kRef4, inner}});
-  builder.entry(kEnumerator, false, {name("i"), {kValue, kData1, 4}});
+  builder.entry(kEnumerationType, true, {{kSpecification, kRef4, inner}});
+  builder.entry(kEnumerator, false, {name("i"), {kConstValue, kData1, 4}});
   builder.end_children();
 
   builder.begin_unit();
   const uint64_t first_unit = builder.unit_start();
-  builder.entry(kCompileUnit, true, {{kOffsetsBase, kSecOffset, base}});
-  const uint64_t type = builder.entry(kBase, false, {name("char"), {kEncoding, kData1, 6}, {kSize, kData1, 1}});
-  const uint64_t qualified = builder.entry(kConst, false, {{kType, kRefUdata, type}});
+  builder.entry(kCompileUnit, true, {{kStringOffsetsBase, kSecOffset, base}});
+  const uint64_t type = builder.entry(kBaseType, false, {name("char"), {kEncoding, kData1, 6}, {kByteSize, kData1, 1}});
+  const uint64_t qualified = builder.entry(kConstType, false, {{kType, kRefUdata, type}});
   builder.entry(kNamespace, true, {name("outer")});
   builder.entry(kNamespace, true, {});  // without a name
-  builder.entry(kEnumeration, true, {name("Color"), {kType, kRef8, type}});
-  builder.entry(kEnumerator, false, {{kName, kStrp, red}, {kValue, kData1, 0xFE}});
-  builder.entry(kEnumerator, false, {{kName, kStrx2, 1}, {kValue, kSdata, 7}});
+  builder.entry(kEnumerationType, true, {name("Color"), {kType, kRef8, type}});
+  builder.entry(kEnumerator, false, {{kName, kStrp, red}, {kConstValue, kData1, 0xFE}});
+  builder.entry(kEnumerator, false, {{kName, kStrx2, 1}, {kConstValue, kSdata, 7}});
   builder.end_children();
-  builder.entry(kEnumeration, true, {});
-  builder.entry(kEnumerator, false, {{kName, kStrx, 0}, {kValue, kData1, 0xFD}});
+  builder.entry(kEnumerationType, true, {});
+  builder.entry(kEnumerator, false, {{kName, kStrx, 0}, {kConstValue, kData1, 0xFD}});
   builder.end_children();
-  builder.entry(kStruct, true, {{kName, kLineStrp, line_text}});
+  builder.entry(kStructureType, true, {{kName, kLineStrp, line_text}});
   const uint64_t member = builder.entry(
-      kMember, false, {name("m"), {kType, kRef2, qualified}, {kValue, kData2, 0xFF}, {kDeclaration, kPresent}});
+      kMember, false, {name("m"), {kType, kRef2, qualified}, {kConstValue, kData2, 0xFF}, {kDeclaration, kPresent}});
   builder.entry(kMember, false, {name("without a value")});
   builder.end_children();
   // Its name and its scopes, of which there are none, are those of its type unit.
-  builder.entry(kStruct, true, {{kDeclaration, kPresent}, {kSignature, kSig8, kTypeSignature}});
-  builder.entry(kMember, false, {name("s"), {kValue, kData1, 5}});
+  builder.entry(kStructureType, true, {{kDeclaration, kPresent}, {kSignature, kSig8, kTypeSignature}});
+  builder.entry(kMember, false, {name("s"), {kConstValue, kData1, 5}});
   builder.end_children();
   builder.end_children();
   builder.end_children();
   builder.entry(kSubprogram, true, {name("function")});
-  builder.entry(kVariable, false, {{kSpecification, kRef4, member}, {kValue, kData1, 0xFC}});
-  builder.entry(kVariable, false, {{kOrigin, kRefAddr, first_unit + member}, {kValue, kData1, 0xFC}});
-  builder.entry(kVariable, false, {{kValue, kData1, 1}});  // without a name
-  builder.entry(kVariable, false, {name("shared"), {kType, kSig8, kTypeSignature}, {kValue, kData1, 0xFB}});
-  builder.entry(kVariable, false, {name("elsewhere"), {kType, kSig8, 1}, {kValue, kData1, 0xFB}});
+  builder.entry(kVariable, false, {{kSpecification, kRef4, member}, {kConstValue, kData1, 0xFC}});
+  builder.entry(kVariable, false, {{kAbstractOrigin, kRefAddr, first_unit + member}, {kConstValue, kData1, 0xFC}});
+  builder.entry(kVariable, false, {{kConstValue, kData1, 1}});  // without a name
+  builder.entry(kVariable, false, {name("shared"), {kType, kSig8, kTypeSignature}, {kConstValue, kData1, 0xFB}});
+  builder.entry(kVariable, false, {name("elsewhere"), {kType, kSig8, 1}, {kConstValue, kData1, 0xFB}});
   builder.end_children();
 
   builder.begin_unit();
   builder.entry(kCompileUnit, true, {});
   const uint64_t name_type = builder.entry(kTypedef, false, {name("t"), {kType, kRefAddr, first_unit + type}});
-  builder.entry(kVariable, false, {name("v"), {kType, kRef1, name_type}, {kValue, kData1, 0xFA}});
-  builder.entry(kVariable, false, {name("v"), {kType, kRef1, name_type}, {kValue, kSdata, ~uint64_t{5}}});
-  builder.entry(kVariable, false, {name("elsewhere"), {kValue, kSdata, 251}});
+  builder.entry(kVariable, false, {name("v"), {kType, kRef1, name_type}, {kConstValue, kData1, 0xFA}});
+  builder.entry(kVariable, false, {name("v"), {kType, kRef1, name_type}, {kConstValue, kSdata, ~uint64_t{5}}});
+  builder.entry(kVariable, false, {name("elsewhere"), {kConstValue, kSdata, 251}});
   builder.end_children();
 
   *expected = {"E outer::Color::red = -2",
@@ -448,17 +375,10 @@ TEST(KivInspectConstants, SurvivesTruncationAtEveryLength) {
 }
 
 TEST(KivInspectConstants, SurvivesRandomDamage) {
-  constexpr uint64_t kNumbers[] = {0, 1, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 0x8000000000000000, ~uint64_t{0}};
   auto random = make_random();
   for (int round = 0; round < 4000; ++round) {
-    const Case &c = cases()[below(random, static_cast<uint32_t>(cases().size()))];
-    Image image = c.image;
-    for (uint32_t i = 1 + below(random, 4); i > 0; --i) {
-      const int width = 1 << below(random, 4);
-      const size_t at = below(random, image.size() - 8);
-      const uint64_t near = below(random, 2 * image.size());
-      image.put_at(at, below(random, 2) != 0 ? kNumbers[below(random, 7)] : near, width);
-    }
+    Image image = cases()[below(random, static_cast<uint32_t>(cases().size()))].image;
+    image.damage(random);
     const Reading reading = read(image.bytes);
     EXPECT_EQ(std::set(reading.constants.begin(), reading.constants.end()).size(), reading.constants.size()) << round;
   }
@@ -471,20 +391,20 @@ TEST(KivInspectConstants, TellsWhatIsWrong) {
     const char *problem;
   } kRows[] = {
       {{{kConstant, {{kUnknownAttribute, 2}}}}, "an attribute has an unknown form"},
-      {{{kConstant, {{kUnknownAttribute, kIndirect, 0, "\x21"}}}}, "an attribute has an unknown form"},
       {{{kConstant, {{kUnknownAttribute, kIndirect, 0, "\x16"}}}}, "an entry of its debug information is cut off"},
-      {{{kConstant, {{kValue, kUdata, 0, std::string(30, '\x80')}}}}, "an entry of its debug information is cut off"},
-      {{{kConstant, {{kName, kStrp, 99}, {kValue, kData1}}}}, "a name lies outside the string table"},
-      {{{kConstant, {{kName, kStrx, 99}, {kValue, kData1}}}}, "a name's index lies outside the string offsets"},
-      {{{kConstant, {{kName, 0x1F21, 1}, {kValue, kData1}}}}, "its debug information has names in another file"},
-      {{{kVariable, {{kOrigin, kRef4, 0x10000}, {kValue, kData1}}}},
+      {{{kConstant, {{kConstValue, kUdata, 0, std::string(30, '\x80')}}}},
+       "an entry of its debug information is cut off"},
+      {{{kConstant, {{kName, kStrp, 99}, {kConstValue, kData1}}}}, "a name lies outside the string table"},
+      {{{kConstant, {{kName, kStrx, 99}, {kConstValue, kData1}}}}, "a name's index lies outside the string offsets"},
+      {{{kConstant, {{kName, 0x1F21, 1}, {kConstValue, kData1}}}}, "its debug information has names in another file"},
+      {{{kVariable, {{kAbstractOrigin, kRef4, 0x10000}, {kConstValue, kData1}}}},
        "a reference in its debug information leads nowhere"},
-      {{{kVariable, {name("v"), {kType, kRefAddr, 1}, {kValue, kData1}}}},
+      {{{kVariable, {name("v"), {kType, kRefAddr, 1}, {kConstValue, kData1}}}},
        "a reference in its debug information leads nowhere"},
       {{{kCompileUnit, {{0x2130, kData1}}}}, "its debug information is split: the entries are in .dwo files"},
       {{{kCompileUnit, {{0x76, kData1}}}}, "its debug information is split: the entries are in .dwo files"},
-      {{{kVariable, {{kOrigin, kRef1, 12}, {kValue, kData1}}}}, ""},  // completes itself
-      {{{kVariable, {name("v"), {kType, kRef1, 12}, {kValue, kData1}}}, {kVariable, {}}}, ""},
+      {{{kVariable, {{kAbstractOrigin, kRef1, 12}, {kConstValue, kData1}}}}, ""},  // completes itself
+      {{{kVariable, {name("v"), {kType, kRef1, 12}, {kConstValue, kData1}}}, {kVariable, {}}}, ""},
   };
   for (const auto &row : kRows) {
     DwarfBuilder builder(kPlain);
@@ -508,7 +428,6 @@ TEST(KivInspectConstants, TellsWhatFilesLack) {
       {&elf, ".debug_info", 0, 0xFFFFFFF0, 4, "a unit's DWARF format is unknown"},
       {&elf, ".debug_info", 0, 0x100000, 4, "a unit of its debug information is cut off"},
       {&elf, ".debug_info", 4, 6, 2, "a unit's DWARF version is unknown"},
-      {&elf, ".debug_info", 4, 1, 2, "a unit's DWARF version is unknown"},
       {&elf, ".debug_info", 6, 4, 1, "its debug information is split: the entries are in .dwo files"},
       {&elf, ".debug_info", 6, 0x80, 1, "a unit's type is unknown"},
       {&elf, ".debug_info", 7, 9, 1, "a unit's address size is unknown"},
@@ -554,25 +473,18 @@ TEST(KivInspectConstants, IsNotKeptBusyByHostileFiles) {
   wide.begin_unit();
   const uint64_t start =
       wide.entry(kVariable, false, std::vector<DwarfAttribute>(50000, {kUnknownAttribute, kPresent}));
-  for (int i = 0; i < 2000; ++i) wide.entry(kVariable, false, {{kOrigin, kRef4, start}, {kValue, kData1}});
+  for (int i = 0; i < 2000; ++i) wide.entry(kVariable, false, {{kAbstractOrigin, kRef4, start}, {kConstValue, kData1}});
   EXPECT_EQ(read(wide.elf().bytes).problem, "its debug information refers too often to the same entries");
 
   long_names.begin_unit();
   const uint64_t text = long_names.text(std::string(20000, 'a'));
   long_names.entry(kNamespace, true, {{kName, kStrp, text}});
   long_names.entry(kNamespace, true, {{kName, kStrp, text}});
-  for (uint64_t i = 0; i < 3000; ++i) long_names.entry(kVariable, false, {name("v"), {kValue, kData4, i}});
+  for (uint64_t i = 0; i < 3000; ++i) long_names.entry(kVariable, false, {name("v"), {kConstValue, kData4, i}});
   EXPECT_EQ(read(long_names.elf().bytes).problem, "its names share too many bytes");
 }
 
-/// Reads all; then shows values, and labels of the tree, of which drawing tells only afterwards that one was not made.
-Status read_all(Program &program, const std::string &path) {
-  Status status = program.load(path.c_str());
-  if (status.ok()) status = program.load_constants();
-  if (status.ok()) status = program.load_memory();
-  return status.ok() ? program.load_types() : status;
-}
-
+/// Shows values, and labels of the tree, of which drawing tells only afterwards that one was not made.
 Status show_all(Program &program, const Errors &errors, KIV_ALLOCATOR *allocator, std::string *shown) {
   for (const Constant *c = program.constants().first(); c != nullptr; c = c->next) {
     const std::string text = text_of(c->value);
@@ -596,7 +508,10 @@ TEST(KivInspectConstants, TellsEveryShortageOfMemory) {
     KIV_ALLOCATOR heap;
     const Errors errors(kiv_allocator_default_new(&heap));
     Program program(errors, allocator.record());
-    Status status = read_all(program, path);
+    Status status = program.load(path.c_str());
+    for (auto load : {&Program::load_constants, &Program::load_memory, &Program::load_types}) {
+      if (status.ok()) status = (program.*load)();
+    }
     EXPECT_EQ(problem_of(status), allocator.has_failed() ? kOutOfMemoryText : "");
     if (!status.ok()) return;
     std::string shown;

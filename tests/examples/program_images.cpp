@@ -3,6 +3,7 @@
 #include <fstream>
 
 #include "tests/support/process.h"
+#include "tests/support/random.h"
 
 namespace kiv::test {
 
@@ -23,6 +24,16 @@ void Image::put(uint64_t value, int width) {
 void Image::put_text(const std::string &text, size_t width) {
   bytes.insert(bytes.end(), text.begin(), text.end());
   bytes.resize(bytes.size() + width - text.size());
+}
+
+void Image::damage(std::mt19937_64 &random) {
+  constexpr uint64_t kLimits[] = {0, 1, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF, 0x8000000000000000, ~uint64_t{0}};
+  for (uint32_t i = 1 + below(random, 4); i > 0; --i) {
+    const int width = 1 << below(random, 4);
+    const size_t at = below(random, size() - 8);
+    const uint64_t near = below(random, 2 * size());
+    put_at(at, below(random, 2) != 0 ? kLimits[below(random, 7)] : near, width);
+  }
 }
 
 std::string write_file(const std::string &name, const Image &image) {

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <map>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,8 @@ struct Image {
   void put_word(uint64_t value) { put(value, wide ? 8 : 4); }
   void put_text(const std::string &text, size_t width);
   void pad_to(size_t offset) { bytes.resize(offset); }
+  /// Writes up to four numbers at random places, each near a limit or within twice the file's size.
+  void damage(std::mt19937_64 &random);
 };
 
 /// Writes an image beside the test program and gives its path, which is the caller's to remove.

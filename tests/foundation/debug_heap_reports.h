@@ -2,6 +2,7 @@
 #ifndef KIV_TESTS_FOUNDATION_DEBUG_HEAP_REPORTS_H
 #define KIV_TESTS_FOUNDATION_DEBUG_HEAP_REPORTS_H
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 #include <map>
@@ -30,7 +31,7 @@ inline std::string address_text(const void *address) {
 }
 
 inline std::string message_of(int line) {
-  static const std::vector<std::pair<Lines, std::string>> messages{
+  static const std::pair<Lines, const char *> messages[]{
       {{154}, "adding block for the second time to heap admin"},
       {{158}, "adding block to heap admin failed"},
       {{201}, "write before start of block detected in free() or specified an unknown pointer"},
@@ -51,9 +52,7 @@ inline std::string message_of(int line) {
       {{777}, "kiv_mutex_delete failed"},
   };
   for (const auto &[lines, message] : messages) {
-    for (const int candidate : lines) {
-      if (candidate == line) return message;
-    }
+    if (std::find(lines.begin(), lines.end(), line) != lines.end()) return message;
   }
   return "?";
 }

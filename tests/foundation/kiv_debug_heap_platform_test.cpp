@@ -127,27 +127,23 @@ TEST_F(DebugHeapPlatformTest, NewWithoutMutex) {
 TEST_F(DebugHeapPlatformTest, OperationsWithoutMemory) {
   KIV_ALLOCATOR heap;
   kiv_debug_heap_new(&heap, 0);
-  const auto fails = [&](std::function<void *()> operation) {
+  const auto fails = [&](bool ends, std::function<void *()> operation) {
+    void *result = &heap;
     fail(0, 1);
-    EXPECT_EQ(operation(), nullptr);
-    platform.failures = 0;
-    return reports();
-  };
-  const auto ends = [&](std::function<void *()> operation) {
-    fail(0, 1);
-    EXPECT_TRUE(crashes([&] { operation(); }));
+    EXPECT_EQ(crashes([&] { result = operation(); }), ends);
+    EXPECT_EQ(result, ends ? &heap : nullptr);
     platform.failures = 0;
     return reports();
   };
   const Lines malloc_failed{423, 424}, realloc_failed{560, 561};
-  EXPECT_EQ(fails([&] { return heap.alloc(&heap, 100); }), malloc_failed);
-  EXPECT_EQ(fails([&] { return heap.alloc_nofail(&heap, 0); }), malloc_failed);
-  EXPECT_EQ(fails([&] { return heap.calloc(&heap, 0, 100); }), (Lines{423, 424, 471, 472}));
-  EXPECT_EQ(ends([&] { return heap.calloc(&heap, 1, 100); }), malloc_failed);
-  EXPECT_EQ(ends([&] { return heap.calloc_nofail(&heap, 100, 1); }), malloc_failed);
-  EXPECT_EQ(ends([&] { return heap.realloc(&heap, nullptr, 0); }), realloc_failed);
+  EXPECT_EQ(fails(false, [&] { return heap.alloc(&heap, 100); }), malloc_failed);
+  EXPECT_EQ(fails(false, [&] { return heap.alloc_nofail(&heap, 0); }), malloc_failed);
+  EXPECT_EQ(fails(false, [&] { return heap.calloc(&heap, 0, 100); }), (Lines{423, 424, 471, 472}));
+  EXPECT_EQ(fails(true, [&] { return heap.calloc(&heap, 1, 100); }), malloc_failed);
+  EXPECT_EQ(fails(true, [&] { return heap.calloc_nofail(&heap, 100, 1); }), malloc_failed);
+  EXPECT_EQ(fails(true, [&] { return heap.realloc(&heap, nullptr, 0); }), realloc_failed);
   void *block = heap.alloc(&heap, 8);
-  EXPECT_EQ(ends([&] { return heap.realloc_nofail(&heap, block, 100); }), realloc_failed);
+  EXPECT_EQ(fails(true, [&] { return heap.realloc_nofail(&heap, block, 100); }), realloc_failed);
   kiv::os::heap_free(static_cast<uint8_t *>(block) - 16);
 
   // Sizes to which 20 cannot be added do not reach the C runtime.

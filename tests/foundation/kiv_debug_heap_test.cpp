@@ -16,7 +16,6 @@
 #endif
 
 #include "tests/foundation/debug_heap_reports.h"
-#include "tests/support/counting_allocator.h"
 #include "tests/support/guarded_page.h"
 #include "tests/support/process.h"
 #include "tests/support/random.h"
@@ -30,14 +29,6 @@ using kiv::test::Lines;
 using kiv::test::reported;
 
 constexpr uint32_t kLargest = 4096;
-
-uint32_t word_at(const void *place) {
-  uint32_t word;
-  std::memcpy(&word, place, sizeof word);
-  return word;
-}
-
-void set_word_at(void *place, uint32_t word) { std::memcpy(place, &word, sizeof word); }
 
 /// A debug heap in its caller's storage.
 struct Heap {
@@ -62,38 +53,32 @@ TEST_F(DebugHeapTest, RecordAndBlocksHaveTheirLayout) {
                               0xCD, 0xCD, 0xCD, 0xAA, 0xAA, 0xAA, 0xAA, 0xAA, 0xCD, 0xCD, 0xCD, 0xCD};
   EXPECT_EQ(std::memcmp(block - 16, expected, sizeof expected), 0);
   block = heap.realloc(block, 0);
-  EXPECT_EQ(word_at(block - 12), 20u);
-  EXPECT_EQ(word_at(block), 0xCDCDCDCDu);
+  EXPECT_EQ(std::memcmp(block - 12, "\x14\0\0\0\xCA\xCA\xAC\xAC\xCD\xCD\xCD\xCD\xCD\xCD\xCD\xCD", 16), 0);
   heap.free(block);
   heap.free(nullptr);
   auto *zeros = static_cast<uint8_t *>(heap.record.calloc_nofail(&heap.record, 3, 7));
   EXPECT_TRUE(std::all_of(zeros, zeros + 21, [](uint8_t byte) { return byte == 0; }));
-  EXPECT_EQ(word_at(zeros + 21), 0xCDCDCDCDu);
+  EXPECT_EQ(std::memcmp(zeros + 21, "\xCD\xCD\xCD\xCD", 4), 0);
   heap.free(zeros);
 }
 
 /// Bytes written before or behind blocks of every size, each with what the next operations report.
 TEST_F(DebugHeapTest, FindsWritesOutOfBounds) {
-  enum Side { before, behind };
   const struct {
     const char *name;
-    Side side;
+    bool behind;
     uint32_t distance;
     std::vector<uint8_t> bytes;
     Lines reports;
   } defects[] = {
-      {"none", before, 0, {}, {}},
-      {"filler", before, 16, {1, 2, 3, 4}, {}},
-      {"one byte behind", behind, 0, {0}, {207}},
-      {"two bytes behind", behind, 0, {1, 0xCD, 0xCD, 2}, {207, 207}},
-      {"four bytes behind", behind, 0, {0, 0, 0, 0}, {207, 207, 207, 207}},
-      {"one byte before", before, 1, {0}, {219}},
-      {"five bytes before", before, 5, {0, 0, 0, 0, 0}, {201, 219, 219, 219, 219}},
-      {"ten bytes before", before, 10, std::vector<uint8_t>(10, 0xFF), {201, 213, 219, 219, 219, 219}},
-      {"no size", before, 12, {0, 0, 0, 0}, {207, 207, 207, 207}},
-      {"small size", before, 12, {16, 0, 0, 0}, {207, 207, 207, 207}},
-      {"huge size", before, 12, {0xF0, 0xFF, 0xFF, 0xFF}, {213}},
-      {"all of it", before, 16, std::vector<uint8_t>(16, 0), {201, 207, 207, 207, 207, 219, 219, 219, 219}},
+      {"filler", false, 16, {1, 2, 3, 4}, {}},
+      {"one byte behind", true, 0, {0}, {207}},
+      {"two bytes behind", true, 0, {1, 0xCD, 0xCD, 2}, {207, 207}},
+      {"one byte before", false, 1, {0}, {219}},
+      {"ten bytes before", false, 10, std::vector<uint8_t>(10, 0xFF), {201, 213, 219, 219, 219, 219}},
+      {"small size", false, 12, {16, 0, 0, 0}, {207, 207, 207, 207}},
+      {"huge size", false, 12, {0xF0, 0xFF, 0xFF, 0xFF}, {213}},
+      {"all of it", false, 16, std::vector<uint8_t>(16, 0), {201, 207, 207, 207, 207, 219, 219, 219, 219}},
   };
   for (const auto &defect : defects) {
     SCOPED_TRACE(defect.name);
@@ -101,7 +86,7 @@ TEST_F(DebugHeapTest, FindsWritesOutOfBounds) {
       Heap heap;
       uint8_t *block = heap.alloc(size);
       uint8_t *good = heap.alloc(8);
-      std::copy(defect.bytes.begin(), defect.bytes.end(), block + (defect.side == behind ? size : 0) - defect.distance);
+      std::copy(defect.bytes.begin(), defect.bytes.end(), block + (defect.behind ? size : 0) - defect.distance);
       good = heap.realloc(good, 9);
       ASSERT_EQ(reports(), defect.reports) << "realloc of another block, size " << size;
       if (size % 3 == 0) {
@@ -159,9 +144,9 @@ TEST_F(DebugHeapTest, ReadsNothingUnreadable) {
   EXPECT_EQ(free_unknown(page.last<uint8_t>(0) + 1), (Lines{513, 201, 213}));  // the header's last byte
   uint8_t *block = page.last<uint8_t>(20) + 16;
   EXPECT_EQ(free_unknown(block), (Lines{513, 201, 213}));  // a size of 0xCDCDCDCD
-  set_word_at(block - 8, 0xFCFCCFCF);
+  std::memcpy(block - 8, "\xCF\xCF\xFC\xFC", 4);
   for (const uint32_t total : {20u, 21u, 24u, 25u}) {
-    set_word_at(block - 12, total);
+    std::memcpy(block - 12, &total, sizeof total);
     EXPECT_EQ(free_unknown(block), total == 20 ? Lines{513} : (Lines{513, 213})) << total;
   }
   auto *unreadable = reinterpret_cast<KIV_ALLOCATOR *>(page.last<uint8_t>(0));
@@ -182,15 +167,13 @@ TEST_F(DebugHeapTest, ReadsNothingUnreadable) {
 
 TEST_F(DebugHeapTest, KnowsRecordsThatAreNone) {
   const std::string sorry = "sorry, not a debug heap allocator\n";
-  kiv::test::CountingAllocator parent;
-  KIV_ALLOCATOR wrap;
-  kiv_allocator_wrap_new(&wrap, parent.record(), 0);
-  kiv_debug_heap_check_all_blocks(&wrap);
-  kiv_debug_heap_dump_heap_admin(&wrap);
-  kiv_debug_heap_destroy_allocator(&wrap);
+  KIV_ALLOCATOR standard;
+  kiv_allocator_default_new(&standard);
+  kiv_debug_heap_check_all_blocks(&standard);
+  kiv_debug_heap_dump_heap_admin(&standard);
+  kiv_debug_heap_destroy_allocator(&standard);
   expect_text(sorry + sorry + "alloc list: \n");
   EXPECT_EQ(reports(), Lines{757});
-  kiv_allocator_wrap_delete(&wrap);
 
   KIV_ALLOCATOR *heap = kiv_debug_heap_new(nullptr, 1);
   kiv_debug_heap_dump_heap_admin(heap);

@@ -1,7 +1,8 @@
 // Mutexes and semaphores of both generations.
 
 #include <atomic>
-#include <cstring>
+#include <cstdio>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -48,7 +49,6 @@ TEST(Mutex, OwnerTakesAndGivesAsOften) {
   EXPECT_FALSE(taken);  // still held once
   EXPECT_EQ(kiv_mutex_unlock(&mutex), 0);
   other.join();
-  EXPECT_TRUE(taken);
   EXPECT_EQ(kiv_mutex_assert_is_locked_by_my_thread(&mutex), 1);
   EXPECT_EQ(kiv_mutex_assert_is_not_locked_by_my_thread(&mutex), 1);
   EXPECT_EQ(kiv_mutex_delete(&mutex), 0);
@@ -58,17 +58,16 @@ TEST(Mutex, Excludes) {
   kiv_mutex mutex = nullptr;
   kiv_mutex_create(&mutex);
   int64_t count = 0;
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 4; ++t) {
-    threads.emplace_back([&] {
-      for (int i = 0; i < 5000; ++i) {
-        kiv_mutex_take(&mutex);
-        ++count;
-        kiv_mutex_give(&mutex);
-      }
-    });
-  }
-  for (auto &thread : threads) thread.join();
+  const auto add = [&] {
+    for (int i = 0; i < 10000; ++i) {
+      kiv_mutex_take(&mutex);
+      ++count;
+      kiv_mutex_give(&mutex);
+    }
+  };
+  std::thread other(add);
+  add();
+  other.join();
   EXPECT_EQ(count, 20000);
   EXPECT_EQ(kiv_mutex_destroy(&mutex), 0);
 }
@@ -99,33 +98,16 @@ TEST(Mutex, DeletedWhileHeld) {
   kiv_mutex mutex;
   kiv_mutex_new(&mutex);
   kiv_mutex_take(&mutex);
-  kiv_mutex_take(&mutex);
 #ifndef _WIN32
   EXPECT_EQ(elsewhere(kiv_mutex_delete, &mutex), 1);
   EXPECT_EQ(kiv_mutex_take(&mutex), 0);  // unharmed
 #endif
   EXPECT_EQ(kiv_mutex_delete(&mutex), 0);
-  EXPECT_EQ(kiv_mutex_take(&mutex), 1);
 }
 
-TEST(Semaphore, Counts) {
-  kiv_semaphore semaphore = nullptr;
-  ASSERT_EQ(kiv_semaphore_new(&semaphore, 2), 0);
-  EXPECT_EQ(kiv_semaphore_trywait(&semaphore), 0);
-  EXPECT_EQ(kiv_sema_trywait(&semaphore), 0);
-  EXPECT_EQ(kiv_semaphore_trywait(&semaphore), 1);
-  EXPECT_EQ(kiv_sema_trywait(&semaphore), 1);
-  EXPECT_EQ(kiv_semaphore_signal(&semaphore), 0);
-  EXPECT_EQ(kiv_sema_post(&semaphore), 0);
-  EXPECT_EQ(kiv_semaphore_wait(&semaphore), 0);
-  EXPECT_EQ(kiv_sema_wait(&semaphore), 0);
-  EXPECT_EQ(kiv_semaphore_trywait(&semaphore), 1);
-  EXPECT_EQ(kiv_sema_destroy(&semaphore), 0);
-}
-
-TEST(Semaphore, Limits) {
+TEST(Semaphore, CountsToItsLimit) {
   kiv_semaphore semaphore;
-  for (const int32_t initial : {-1, KIV_SEMAPHORE_MAXIMUM + 1, INT32_MIN, INT32_MAX}) {
+  for (const int32_t initial : {-1, KIV_SEMAPHORE_MAXIMUM + 1, INT32_MIN}) {
     semaphore = &semaphore;
     EXPECT_EQ(kiv_semaphore_new(&semaphore, initial), 1);
     EXPECT_EQ(semaphore, nullptr);
@@ -134,7 +116,13 @@ TEST(Semaphore, Limits) {
   EXPECT_EQ(kiv_semaphore_signal(&semaphore), 0);
   EXPECT_EQ(kiv_semaphore_signal(&semaphore), 1);
   EXPECT_EQ(kiv_semaphore_wait(&semaphore), 0);
-  EXPECT_EQ(kiv_semaphore_signal(&semaphore), 0);
+  EXPECT_EQ(kiv_sema_post(&semaphore), 0);
+  EXPECT_EQ(kiv_sema_destroy(&semaphore), 0);
+  ASSERT_EQ(kiv_semaphore_new(&semaphore, 2), 0);
+  EXPECT_EQ(kiv_semaphore_trywait(&semaphore), 0);
+  EXPECT_EQ(kiv_sema_wait(&semaphore), 0);
+  EXPECT_EQ(kiv_semaphore_trywait(&semaphore), 1);
+  EXPECT_EQ(kiv_sema_trywait(&semaphore), 1);
   EXPECT_EQ(kiv_semaphore_delete(&semaphore), 0);
 }
 
@@ -198,67 +186,53 @@ TEST(Locks, InterruptedWaitsGoOn) {
 }
 #endif
 
-// --- The older generation's end
-// ---------------------------------------------------------------------------------------
+// --- The older generation's end ---
 
-void *deleted_mutex() {
-  kiv_mutex mutex;
-  kiv_mutex_new(&mutex);
-  kiv_mutex_delete(&mutex);
-  return mutex;
-}
+/// What ends the process, and what it says first.
+const struct {
+  void (*end)(void **handle);
+  const char *message;
+} kEnds[] = {
+    {[](void **) { kiv_mutex_lock(nullptr); }, "Invalid argument"},
+    {[](void **handle) {
+       kiv_mutex_new(handle);
+       kiv_mutex_delete(handle);
+       kiv_mutex_destroy(handle);
+     },
+     "Invalid argument"},
+    {[](void **handle) {
+       kiv_mutex_create(handle);
+       kiv_mutex_unlock(handle);
+     },
+     "Operation not permitted"},
+    {[](void **handle) { kiv_sema_create(handle, -1); }, "Invalid argument"},
+    {[](void **handle) { kiv_sema_wait(handle); }, "Invalid argument"},
+    {[](void **handle) { kiv_sema_trywait(handle); }, "Invalid argument"},
+    {[](void **handle) {
+       kiv_sema_create(handle, KIV_SEMAPHORE_MAXIMUM);
+       kiv_sema_post(handle);
+     },
+     "Value too large for defined data type"},
+};
 
-KIV_CHILD(mutex_lock) { kiv_mutex_lock(nullptr); }
-KIV_CHILD(mutex_destroy) {
-  void *handle = deleted_mutex();
-  kiv_mutex_destroy(&handle);
-}
-KIV_CHILD(mutex_unlock) {
-  kiv_mutex mutex;
-  kiv_mutex_create(&mutex);
-  kiv_mutex_unlock(&mutex);
-}
-KIV_CHILD(sema_create) {
-  kiv_semaphore semaphore;
-  kiv_sema_create(&semaphore, -1);
-}
-KIV_CHILD(sema_wait) {
-  kiv_semaphore null = nullptr;
-  kiv_sema_wait(&null);
-}
-KIV_CHILD(sema_trywait) {
-  kiv_semaphore null = nullptr;
-  kiv_sema_trywait(&null);
-}
-KIV_CHILD(sema_post) {
-  kiv_semaphore semaphore;
-  kiv_sema_create(&semaphore, KIV_SEMAPHORE_MAXIMUM);
-  kiv_sema_post(&semaphore);
+/// The number of the row is its input.
+KIV_CHILD(end) {
+  void *handle = nullptr;
+  kEnds[std::getchar() - '0'].end(&handle);
 }
 
 TEST(OlderLocks, FailuresPrintAndExit) {
-  const struct {
-    const char *child, *posix_message, *windows_message;
-  } rows[] = {
-      {"mutex_lock", "Invalid argument", "Invalid handle."},
-      {"mutex_destroy", "Invalid argument", "Invalid handle."},
-      {"mutex_unlock", "Operation not permitted", "Mutex not owned"},
-      {"sema_create", "Invalid argument", "Invalid parameter."},
-      {"sema_wait", "Invalid argument", "Invalid handle."},
-      {"sema_trywait", "Invalid argument", "Invalid handle."},
-      {"sema_post", "Value too large for defined data type", "Too many posts"},
-  };
-  for (const auto &row : rows) {
-    const auto result = kiv::test::run_child(row.child);
-    EXPECT_EQ(result.exit_code, 1) << row.child;
-    EXPECT_EQ(result.err, "") << row.child;
+  for (size_t i = 0; i < std::size(kEnds); ++i) {
+    const auto result = kiv::test::run_child("end", std::to_string(i));
+    EXPECT_EQ(result.exit_code, 1) << i;
+    EXPECT_EQ(result.err, "") << i;
 #ifdef _WIN32
     // The system's wording, ended by its line break, then ours. Languages and systems differ in the words.
-    EXPECT_EQ(result.out.rfind("windows error: ", 0), 0u) << row.child << result.out;
+    EXPECT_EQ(result.out.rfind("windows error: ", 0), 0u) << i << result.out;
     EXPECT_GT(result.out.size(), sizeof "windows error: " + 1) << result.out;
     EXPECT_EQ(result.out.back(), '\n');
 #else
-    EXPECT_EQ(result.out, std::string("windows error: ") + row.posix_message + "\n");
+    EXPECT_EQ(result.out, std::string("windows error: ") + kEnds[i].message + "\n");
 #endif
   }
 }

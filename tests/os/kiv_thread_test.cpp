@@ -128,12 +128,25 @@ TEST(Thread, SleepsLongEnough) {
   EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(29));
 }
 
-// --- Single-thread mode and the ends of the process: in a child
-// ---------------------------------------------------------
+// --- Single-thread mode and the ends of the process: in a child ---
 
-int32_t finish_with_3_return_4(void *record) {
-  kiv_thread_finish(static_cast<KIV_MANAGED_THREAD *>(record), 3);
-  return 4;
+/// A thread's function that differs by child, run at once; then what it left to tell.
+void run_single(KIV_MANAGED_THREAD *record, int32_t (*entry)(void *), int status) {
+  kiv_thread_set_single_thread_mode();
+  std::thread([=] { kiv_thread_start_detached(entry, record, nullptr); }).join();
+  kiv_thread_die("left", status);
+}
+
+KIV_CHILD(mismatch) {
+  KIV_MANAGED_THREAD record;
+  run_single(
+      &record, [](void *self) { return kiv_thread_finish(static_cast<KIV_MANAGED_THREAD *>(self), 3) + 1; }, 5);
+}
+
+KIV_CHILD(single_exit) {
+  KIV_MANAGED_THREAD record{};
+  run_single(
+      &record, [](void *self) -> int32_t { kiv_thread_exit(static_cast<KIV_MANAGED_THREAD *>(self), 1); }, 6);
 }
 
 KIV_CHILD(single_thread_mode) {
@@ -154,39 +167,21 @@ KIV_CHILD(single_thread_mode) {
   kiv_thread_die("no message yet", 0);
 }
 
-KIV_CHILD(mismatch) {
-  KIV_MANAGED_THREAD record;
-  kiv_thread_set_single_thread_mode();
-  kiv_thread_start(finish_with_3_return_4, &record, nullptr, 0);
-  kiv_thread_die("left", 5);
-}
-
-KIV_CHILD(single_exit) {
-  KIV_MANAGED_THREAD record{};
-  kiv_thread_set_single_thread_mode();
-  std::thread([&record] {
-    kiv_thread_start_detached(
-        [](void *self) -> int32_t { kiv_thread_exit(static_cast<KIV_MANAGED_THREAD *>(self), 1); }, &record, nullptr);
-  }).join();
-  kiv_thread_die("left", 6);
-}
-
 TEST(SingleThreadMode, RunsAtOnceAndNotesOddities) {
-  auto result = kiv::test::run_child("single_thread_mode");
-  EXPECT_EQ(result.out, "1 1 0 8;23 3 0 8;no message yet: \n");
-  EXPECT_EQ(result.exit_code, 0);
-  result = kiv::test::run_child("mismatch");
-  EXPECT_EQ(result.out, "left: return value mismatch\n");
-  EXPECT_EQ(result.exit_code, 5);
+  const struct {
+    const char *child, *out;
+    int exit_code;
+  } rows[] = {{"single_thread_mode", "1 1 0 8;23 3 0 8;no message yet: \n", 0},
+              {"mismatch", "left: return value mismatch\n", 5},
+              {"single_exit", "left: Executing kiv_thread_exit in single_thread mode\n", 6}};
+  for (const auto &row : rows) {
+    const auto result = kiv::test::run_child(row.child);
+    EXPECT_EQ(result.out, row.out) << result.err;
+    EXPECT_EQ(result.exit_code, row.exit_code);
+  }
 }
 
-TEST(SingleThreadMode, ExitLeavesAWarning) {
-  const auto result = kiv::test::run_child("single_exit");
-  EXPECT_EQ(result.out, "left: Executing kiv_thread_exit in single_thread mode\n") << result.err;
-}
-
-// --- Thread-specific data
-// ---------------------------------------------------------------------------------------------
+// --- Thread-specific data ---
 
 TEST(ThreadData, BelongsToTheThread) {
   uint32_t key = 12345;
@@ -209,15 +204,12 @@ TEST(ThreadData, BelongsToTheThread) {
 }
 
 TEST(ThreadData, KeysRunOut) {
-  std::vector<uint32_t> keys;
-  uint32_t key = 777;
-  while (keys.size() < 5000 && kiv_thread_specific_data_create_key(&key) == 0) {
-    keys.push_back(key);
-    key = 777;
-  }
-  EXPECT_LT(keys.size(), 5000u);
-  EXPECT_EQ(key, 777u);
-  for (uint32_t &made : keys) EXPECT_EQ(kiv_thread_specific_data_destroy_key(&made), 0);
+  std::vector<uint32_t> keys(5000, 777);
+  size_t made = 0;
+  while (made < keys.size() && kiv_thread_specific_data_create_key(&keys[made]) == 0) ++made;
+  ASSERT_LT(made, keys.size());
+  EXPECT_EQ(keys[made], 777u);
+  for (size_t i = 0; i < made; ++i) EXPECT_EQ(kiv_thread_specific_data_destroy_key(&keys[i]), 0);
 }
 
 TEST(ThreadData, GlobalKey) {
@@ -235,8 +227,7 @@ TEST(ThreadData, GlobalKey) {
   EXPECT_EQ(kiv_thread_specific_data_set_value_using_global_key(&value), 1);
 }
 
-// --- Once
-// -------------------------------------------------------------------------------------------------------------
+// --- Once ---
 
 int initialised;  // not atomic: kiv_thread_once makes it visible
 
