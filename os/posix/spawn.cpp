@@ -117,7 +117,7 @@ pid_t spawn_orphan(const ProcessStart &start) {
     const pid_t between = clone(run_orphan, stack + kStackSize, CLONE_VM | CLONE_VFORK, &orphan);
     error = between < 0 ? errno : preparation.error();
     if (between >= 0) {
-      while (waitpid(between, nullptr, __WCLONE) < 0 && errno == EINTR) {
+      while (waitpid(between, nullptr, static_cast<int>(__WCLONE)) < 0 && errno == EINTR) {
       }
     }
   }
