@@ -58,9 +58,10 @@ KIV_MSG_HANDLER *find(const KIV_MSG_HANDLER_LIST *list, uint64_t key) {
 
 /// Whether there was one.
 bool remove_handler(KIV_MSG_HANDLER_LIST *list, uint64_t key) {
-  KIV_MSG_HANDLER *handler = find(list, key);
-  if (handler != nullptr) kiv_avl_delete(list->handlers, handler);
-  return handler != nullptr;
+  if (list == nullptr) return false;
+  KIV_MSG_HANDLER probe = {};
+  probe.key = key;
+  return avl::remove(list->handlers, &list->handlers->root, &probe, true) != nullptr;
 }
 
 /// What is replaced by what.
