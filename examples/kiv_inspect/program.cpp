@@ -25,54 +25,49 @@ Program::Program(const Errors &errors, KIV_ALLOCATOR *parent)
       types_(errors),
       memory_map_(errors) {}
 
-/// Whether a part is there; from now on it is, or has failed.
-bool Program::has(Part part) {
-  const bool was_there = (parts_ & part) != 0;
-  parts_ |= part;
-  return was_there;
-}
-
-Status Program::loaded(Status status) {
-  if (!status.ok()) has_failed_ = true;
-  return status;
+template <class Read>
+Status Program::once(Part part, Read read) {
+  if (!parts_[part]) parts_[part] = read();
+  return *parts_[part];
 }
 
 Status Program::load(const char *path) {
-  if (has(kFile)) return {};
-  return loaded(pool_.ok() ? read_file(errors_, path, pool_.memory(), &file_) : errors_.out_of_memory());
+  return once(kFile,
+              [&] { return pool_.ok() ? read_file(errors_, path, pool_.memory(), &file_) : errors_.out_of_memory(); });
 }
 
 Status Program::load_symbols() {
-  if (has(kSymbols)) return {};
-  Status status = symbols_.open(pool_.pool());
-  if (status.ok()) status = errors_.add(read_symbols(file_, symbols_), "its symbols cannot be read[|]");
-  return loaded(status);
+  return once(kSymbols, [&] {
+    const Status status = symbols_.open(pool_.pool());
+    return status.ok() ? errors_.add(read_symbols(file_, symbols_), "its symbols cannot be read[|]") : status;
+  });
 }
 
 Status Program::load_extents() {
-  if (has(kExtents)) return {};
-  const Status status = sections_.open(file_, pool_.pool());
-  if (status.ok()) symbols_.estimate_sizes(sections_);
-  return loaded(errors_.add(status, "its sections cannot be read[|]"));
+  return once(kExtents, [&] {
+    const Status status = sections_.open(file_, pool_.pool());
+    if (status.ok()) symbols_.estimate_sizes(sections_);
+    return errors_.add(status, "its sections cannot be read[|]");
+  });
 }
 
 Status Program::load_constants() {
-  if (has(kConstants)) return {};
-  Status status = constants_.open(pool_.pool(), parent_);
-  if (status.ok()) status = errors_.add(read_constants(file_, constants_), "its constants cannot be read[|]");
-  return loaded(status);
+  return once(kConstants, [&] {
+    const Status status = constants_.open(pool_.pool(), parent_);
+    return status.ok() ? errors_.add(read_constants(file_, constants_), "its constants cannot be read[|]") : status;
+  });
 }
 
 Status Program::load_types() {
-  if (has(kTypes)) return {};
-  Status status = types_.open(pool_.pool());
-  if (status.ok()) status = errors_.add(read_types(file_, types_), "its types cannot be read[|]");
-  return loaded(status);
+  return once(kTypes, [&] {
+    const Status status = types_.open(pool_.pool());
+    return status.ok() ? errors_.add(read_types(file_, types_), "its types cannot be read[|]") : status;
+  });
 }
 
 Status Program::load_memory() {
-  if (has(kMemory)) return {};
-  return loaded(errors_.add(memory_map_.open(file_, pool_.pool()), "its memory cannot be laid out[|]"));
+  return once(kMemory,
+              [&] { return errors_.add(memory_map_.open(file_, pool_.pool()), "its memory cannot be laid out[|]"); });
 }
 
 }  // namespace kiv::inspect

@@ -56,11 +56,9 @@ Status look_up(const Arguments &arguments, const SymbolTable &symbols, NameText 
 
 Status resolve(const Arguments &arguments) {
   const Errors &errors = arguments.errors;
-  Program &program = arguments.program;
-  Status status = program.load(arguments.path);
-  if (status.ok()) status = program.load_symbols();
+  Status status = arguments.load({&Program::load_symbols});
   if (!status.ok()) return status;
-  const SymbolTable &symbols = program.symbols();
+  const SymbolTable &symbols = arguments.program().symbols();
   NameText text(arguments.allocator);
   MemoryPool memory(arguments.allocator);
   if (!memory.ok()) return errors.out_of_memory();
