@@ -21,6 +21,7 @@ Program::Program(const Errors &errors, KIV_ALLOCATOR *parent)
       pool_(parent),
       symbols_(errors),
       sections_(errors),
+      all_sections_(errors, SectionTable::Which::all),
       constants_(errors),
       types_(errors),
       memory_map_(errors) {}
@@ -49,6 +50,11 @@ Status Program::load_extents() {
     if (status.ok()) symbols_.estimate_sizes(sections_);
     return errors_.add(status, "its sections cannot be read[|]");
   });
+}
+
+Status Program::load_all_sections() {
+  return once(kAllSections,
+              [&] { return errors_.add(all_sections_.open(file_, pool_.pool()), "its sections cannot be read[|]"); });
 }
 
 Status Program::load_constants() {
