@@ -8,7 +8,7 @@
 
 #include "examples/kiv_inspect/command.h"
 #include "examples/kiv_inspect/conversation.h"
-#include "examples/kiv_inspect/input_lines.h"
+#include "examples/kiv_inspect/line_input.h"
 #include "examples/kiv_inspect/name_text.h"
 #include "examples/kiv_inspect/number_arguments.h"
 #include "examples/kiv_inspect/output.h"
@@ -48,36 +48,41 @@ Outcome fail(const Arguments &arguments, Status status, const Message &message) 
 /// The requests of standard input, numbered by their lines.
 class InputRequests {
  public:
-  explicit InputRequests(const Arguments &arguments) : arguments_(arguments) {}
+  explicit InputRequests(const Arguments &arguments)
+      : arguments_(arguments), lines_(arguments.errors, arguments.allocator) {}
 
   bool has_ended() const { return has_ended_; }
   bool is_ready() const { return lines_.is_ready(); }
   int size() const { return size_; }  // of the request at hand; 0: there is none
   Outcome worst() const { return worst_; }
 
-  /// Gets the next line. What is longer than a request may be is told; what has no words is left out.
+  /// Goes on by a line, which may be none. What is too long for a request is told.
   Status read() {
-    const auto words = lines_.next();
-    has_ended_ = !words;
-    if (!words || (++number_, words->find_first_not_of(' ') == std::string_view::npos)) return {};
-    size_ = number_request(number_, *words, line_);
+    const char *words = lines_.next();
+    if (words == nullptr) {
+      bool any = false;
+      const Status status = lines_.fill(&any);
+      has_ended_ = !any;
+      return status;
+    }
+    if (*words == '\0') return {};
+    size_ = number_request(lines_.number(), words, line_);
     if (size_ != 0) return {};
     worst_ = Outcome::wrong_usage;
-    Output output(arguments_.err, arguments_.errors, arguments_.allocator);
-    return output.line("line [0_u64] is too long for a request[|]", number_);
+    return Output(arguments_.err, arguments_.errors, arguments_.allocator)
+        .line("line [0_u64] is too long for a request[|]", lines_.number());
   }
 
   Status send_to(Conversation &conversation) {
     const int size = size_;
     size_ = 0;
-    return conversation.send(number_, line_, size);
+    return conversation.send(lines_.number(), line_, size);
   }
 
  private:
   const Arguments &arguments_;
-  InputLines lines_;
+  LineInput lines_;
   bool has_ended_ = false;
-  uint64_t number_ = 0;
   int size_ = 0;
   Outcome worst_ = Outcome::done;
   char line_[kRequestSize];

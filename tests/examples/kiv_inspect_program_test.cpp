@@ -215,6 +215,26 @@ TEST(KivInspectProgram, ListsWhatOverlapsARange) {
   std::remove(damaged.c_str());
 }
 
+TEST(KivInspectProgram, ListsSections) {
+  const std::string elf = write_file("elf", build_elf_sections(true, ByteOrder::big,
+                                                               {{"late", {1, 2}, 0x20, 0x6FFFFFFF, 2},
+                                                                {"text", {1}, 0x10, 1, 6},
+                                                                {"tbss", {}, 0x30, 8, 0x402},
+                                                                {"odd", {1, 2, 3}, 0, 0x70000001}}));
+  const std::string pe = write_file("pe", build_pe(false, {}, {}));
+  EXPECT_EQ(run_inspect({"sections", elf}).out,
+            "0000000000000010 0000000000000010        1 PROGBITS    text\n"
+            "0000000000000020 0000000000000021        2 GNU_versym  late\n"
+            "---------------- ----------------        0 NOBITS      tbss\n"
+            "---------------- ----------------        3 0x70000001  odd\n"
+            "---------------- ----------------       30 PROGBITS    .shstrtab\n");
+  EXPECT_EQ(run_inspect({"sections", pe}).out,
+            "00401000 004017ff     2048 CODE        .text\n"
+            "00402000 004027ff     2048 DATA        .data\n");
+  for (const auto &path : {elf, pe}) std::remove(path.c_str());
+  EXPECT_EQ(run_inspect({"--version"}).out, "kiv_inspect 1.0\nprotocol 1.0\n");
+}
+
 TEST(KivInspectProgram, ResolvesNames) {
   const std::string path = write_file("names", image_of_extents(false, ByteOrder::little));
   EXPECT_EQ(run_inspect({"resolve", path, "main", "tail", "1031", "tail", "nothing", "e"}).out,
@@ -452,6 +472,8 @@ TEST(KivInspectProgram, ExplainsItsUsage) {
                                                       {"resolve", "a", ""},
                                                       {"resolve", "a", "1", "0x"},
                                                       {"resolve", "a", "10000000000000000"},
+                                                      {"sections"},
+                                                      {"--version", "a"},
                                                       {"constants"},
                                                       {"constants", "a", "b", "c"},
                                                       {"tree"},
