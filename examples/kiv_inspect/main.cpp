@@ -14,7 +14,7 @@ namespace {
 /// REQUIRES: count strings of the command line, from the command on.
 Outcome run(int count, char **values, KIV_ALLOCATOR *allocator) {
   const Errors errors(allocator);
-  SharedProgram program(allocator);
+  SharedProgram program(allocator, Reading::on_demand);
   FileSink out(stdout), err(stderr);
   const bool is_there = count > 0;
   return run_command(is_there ? values[0] : "", {is_there ? count - 1 : 0, values + (is_there ? 1 : 0), allocator,
