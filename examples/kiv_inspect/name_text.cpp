@@ -8,6 +8,21 @@
 
 namespace kiv::inspect {
 
+namespace {
+
+bool is_ascii(std::string_view text) {
+  uint64_t all = 0, word = 0;
+  size_t at = 0;
+  for (; at + sizeof word <= text.size(); at += sizeof word) {
+    std::memcpy(&word, text.data() + at, sizeof word);
+    all |= word;
+  }
+  for (; at < text.size(); ++at) all |= static_cast<uint8_t>(text[at]);
+  return (all & 0x8080808080808080) == 0;
+}
+
+}  // namespace
+
 // The room has the string, then the name with a terminator, then what the string is in UTF-8 again: a name was
 // well-formed when that is the name.
 const KIV_UNICHAR *NameText::decode(std::string_view name) {
@@ -19,6 +34,11 @@ const KIV_UNICHAR *NameText::decode(std::string_view name) {
   char *again = bytes + units;
   std::copy(name.begin(), name.end(), bytes);
   bytes[name.size()] = '\0';
+  // Of ASCII the two ways to read it are the same.
+  if (is_ascii(name)) {
+    (void)kiv_string_convert_char_to_utf32(bytes, string, size);
+    return string;
+  }
   (void)kiv_string_convert_utf8_to_utf32(bytes, string, size);
   if (kiv_string_convert_utf32_to_utf8(string, again, size) == 0 || std::strcmp(bytes, again) != 0) {
     (void)kiv_string_convert_char_to_utf32(bytes, string, size);
