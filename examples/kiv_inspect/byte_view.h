@@ -73,8 +73,7 @@ class ByteView {
   uint32_t u32(uint32_t offset) const { return static_cast<uint32_t>(number({offset, 4})); }
 
  private:
-  static constexpr ByteOrder kHostOrder =
-      std::endian::native == std::endian::big ? ByteOrder::big : ByteOrder::little;
+  static constexpr ByteOrder kHostOrder = std::endian::native == std::endian::big ? ByteOrder::big : ByteOrder::little;
 
   template <class Number>
   Number load(uint32_t offset) const {

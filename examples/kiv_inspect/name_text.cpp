@@ -4,24 +4,10 @@
 #include <cstdint>
 #include <cstring>
 
+#include "examples/kiv_inspect/ascii_text.h"
 #include "kiv_string_convert.h"
 
 namespace kiv::inspect {
-
-namespace {
-
-bool is_ascii(std::string_view text) {
-  uint64_t all = 0, word = 0;
-  size_t at = 0;
-  for (; at + sizeof word <= text.size(); at += sizeof word) {
-    std::memcpy(&word, text.data() + at, sizeof word);
-    all |= word;
-  }
-  for (; at < text.size(); ++at) all |= static_cast<uint8_t>(text[at]);
-  return (all & 0x8080808080808080) == 0;
-}
-
-}  // namespace
 
 // The room has the string, then the name with a terminator, then what the string is in UTF-8 again: a name was
 // well-formed when that is the name.

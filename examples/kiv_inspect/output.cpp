@@ -10,8 +10,10 @@
 #include <cwchar>
 #include <iterator>
 
+#include "examples/kiv_inspect/ascii_text.h"
 #include "kiv_i18n.h"
 #include "kiv_string.h"
+#include "kiv_string_convert.h"
 
 namespace kiv::inspect {
 
@@ -92,35 +94,13 @@ void print_visible(const KIV_UNICHAR *text, Sink &sink) {
   }
 }
 
-namespace {
-
-/// Takes plain characters as bytes; false when one of them is not plain. In steps that compilers make vectors of.
-bool narrow(const KIV_UNICHAR *text, size_t length, char *bytes) {
-  constexpr size_t kStep = 16;
-  bool plain = true;
-  size_t at = 0;
-  for (; plain && at + kStep <= length; at += kStep) {
-    uint32_t others = 0;
-    for (size_t i = at; i < at + kStep; ++i) {
-      others |= is_plain(text[i]) ? 0u : 1u;
-      bytes[i] = static_cast<char>(text[i]);
-    }
-    plain = others == 0;
-  }
-  for (; plain && at < length; ++at) {
-    plain = is_plain(text[at]);
-    bytes[at] = static_cast<char>(text[at]);
-  }
-  return plain;
-}
-
-}  // namespace
-
 Status Output::print(const char *message, const void *const *words) {
   uint32_t count = 0;
   if (kiv_i18n_prn8(nullptr, buffer_, kBufferSize, &count, message, words[0], words[1], words[2], words[3], words[4],
                     words[5], words[6], words[7]) == 0) {
-    if (narrow(buffer_, count, line_)) {
+    // Nearly all lines are ASCII without control characters: what is visible then is what the bytes are.
+    if (kiv_string_convert_utf32_to_char_checked(buffer_, line_, kBufferSize) == 0 &&
+        is_printable_ascii({line_, count})) {
       line_[count] = '\n';
       sink_.write(line_, count + 1);
       return {};

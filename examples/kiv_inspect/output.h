@@ -53,7 +53,7 @@ class Output {
   const Errors &errors_;
   KIV_ALLOCATOR *allocator_;
   KIV_UNICHAR buffer_[kBufferSize];
-  char line_[kBufferSize];  // of what is plain in the buffer
+  char line_[kBufferSize];  // the buffer as bytes, when it is plain
 };
 
 /// Prints the record of a failure.
