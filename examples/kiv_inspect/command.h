@@ -63,9 +63,11 @@ Outcome run_resolve(Arguments arguments);
 Outcome run_ranges(Arguments arguments);
 Outcome run_constants(Arguments arguments);
 Outcome run_tree(Arguments arguments);
+Outcome run_sections(Arguments arguments);
 Outcome run_bytes(Arguments arguments);
 Outcome run_serve(Arguments arguments);
 Outcome run_ask(Arguments arguments);
+Outcome run_version(Arguments arguments);
 
 }  // namespace kiv::inspect
 
