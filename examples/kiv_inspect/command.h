@@ -33,6 +33,10 @@ struct Arguments {
   /// Takes out what now stands at that place, behind an option that was there, when it is a number.
   std::optional<uint64_t> take_count(int place);
 
+  /// Takes out an option and the number behind it, which is from 1 to the most. False when that is not so; without the
+  /// option *number stays as it is.
+  bool take_number(std::string_view name, uint32_t most, uint32_t *number);
+
   /// Takes out the path of the program, which now comes first, unless it is known already. False when it is missing.
   bool take_path();
 

@@ -114,12 +114,14 @@ void print_command(const Command &command, bool is_served, Output &output) {
 void print_usage(const Arguments &arguments, bool is_served) {
   Output output(arguments.err, arguments.errors, arguments.allocator);
   (void)output.line(
-      is_served ? "usage: kiv_inspect ask HOST PORT REQUEST[|]" : "usage: kiv_inspect [[[0_s]] COMMAND[|]", kDebugHeap);
+      is_served ? "usage: kiv_inspect ask HOST PORT REQUEST[|]" : "usage: kiv_inspect [[[0_s]] [[[1_s]] COMMAND[|]",
+      kDebugHeap, kTime);
   for (const Command &command : kCommands) {
     if (!is_served || command.is_request) print_command(command, is_served, output);
   }
   if (!is_served) {
     (void)output.line("with [0_s], all memory is watched, and what happens to it is told[|]", kDebugHeap);
+    (void)output.line("with [0_s], standard error tells how long the command took[|]", kTime);
   }
   (void)output.finish();
 }

@@ -134,7 +134,7 @@ void Conversation::take_reply(void *line, void *conversation, void *size) {
     (void)its.arguments_.out.flush();
     its.status_ = its.print(its.arguments_.err, true);
   } else {
-    const uint64_t exit_status = letter == kReplyEnd ? parse_count(its.reader_.text()).value_or(3) : 3;
+    const uint64_t exit_status = letter == kReplyEnd ? parse_decimal(its.reader_.text()).value_or(3) : 3;
     if (exit_status > 2) {
       its.status_ = its.arguments_.errors.failure(kNonsense);
       return;

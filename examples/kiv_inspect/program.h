@@ -4,8 +4,8 @@
 
 #include <optional>
 
-#include "examples/kiv_inspect/byte_view.h"
 #include "examples/kiv_inspect/constant_table.h"
+#include "examples/kiv_inspect/file_bytes.h"
 #include "examples/kiv_inspect/memory_map.h"
 #include "examples/kiv_inspect/memory_pool.h"
 #include "examples/kiv_inspect/section_table.h"
@@ -16,19 +16,19 @@
 
 namespace kiv::inspect {
 
-/// Reads the symbols of a program of any known format into an open table.
-Status read_symbols(ByteView file, SymbolTable &table);
+/// Reads the symbols of a program of any known format into an open table. After a failure it has those found so far.
+Status read_symbols(FileView file, SymbolTable &table);
 
 /// All memory comes from a pool, so that one call gives everything back. The objects among the constants are deleted
 /// one by one, and come from the parent.
 class Program {
  public:
   /// REQUIRES: errors and parent outlive the program.
-  Program(const Errors &errors, KIV_ALLOCATOR *parent);
+  Program(const Errors &errors, KIV_ALLOCATOR *parent, Reading reading = Reading::on_demand);
   Program(const Program &) = delete;
   Program &operator=(const Program &) = delete;
 
-  /// Reads the file, before any of the following. Each part is read once; further calls find it there, or its failure,
+  /// Opens the file, before any of the following. Each part is read once; further calls find it there, or its failure,
   /// whose record stays the program's: it takes no further entries.
   Status load(const char *path);
 
@@ -51,13 +51,14 @@ class Program {
  private:
   enum Part { kFile, kSymbols, kExtents, kAllSections, kConstants, kTypes, kMemory, kParts };
   template <class Read>
-  Status once(Part part, Read read);
+  Status once(Part part, const Message &failure, Read read);
 
   const Errors &errors_;
   KIV_ALLOCATOR *parent_;
   MemoryPool pool_;
   std::optional<Status> parts_[kParts];  // what reading them came to
-  ByteView file_;
+  const Reading reading_;
+  FileBytes file_;
   SymbolTable symbols_;
   SectionTable sections_, all_sections_;
   ConstantTable constants_;

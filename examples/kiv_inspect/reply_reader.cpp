@@ -16,7 +16,7 @@ Status ReplyReader::read() {
   if (!status.ok()) return status;
   const std::string_view line(room_, size_);
   const size_t blank = line.find(' ');
-  const auto number = line.starts_with("0x") ? std::nullopt : parse_count(line.substr(0, blank));
+  const auto number = parse_decimal(line.substr(0, blank));
   if (!number || blank + 1 >= size_) return errors_.failure("the reply makes no sense[|]");
   number_ = *number;
   text_at_ = blank + 2;

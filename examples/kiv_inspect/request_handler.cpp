@@ -39,7 +39,7 @@ SharedProgram *RequestHandler::acquire() {
   if (current_ == nullptr) {
     void *block = allocator_->alloc(allocator_, sizeof(SharedProgram));
     if (block == nullptr) return nullptr;
-    current_ = new (block) SharedProgram(allocator_);
+    current_ = new (block) SharedProgram(allocator_, Reading::at_once);
   }
   ++current_->users;
   return current_;

@@ -83,7 +83,7 @@ std::optional<uint64_t> take_request_number(char *line, int *size) {
   const std::string_view text(line, static_cast<size_t>(*size));
   const size_t length = text.find_first_not_of("0123456789");
   if (length == std::string_view::npos || (text[length] != ' ' && text[length] != '\n')) return std::nullopt;
-  const auto number = parse_count(text.substr(0, length));
+  const auto number = parse_decimal(text.substr(0, length));
   if (number) {
     *size -= static_cast<int>(length);
     std::memmove(line, line + length, static_cast<size_t>(*size));

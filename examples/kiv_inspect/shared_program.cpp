@@ -5,7 +5,8 @@
 
 namespace kiv::inspect {
 
-SharedProgram::SharedProgram(KIV_ALLOCATOR *parent) : errors_(parent), program_(errors_, parent) {
+SharedProgram::SharedProgram(KIV_ALLOCATOR *parent, Reading reading)
+    : errors_(parent), program_(errors_, parent, reading) {
   (void)kiv_mutex_new(&mutex_);
 }
 

@@ -22,7 +22,7 @@ namespace kiv::inspect {
 class SharedProgram {
  public:
   /// REQUIRES: the parent outlives this; it may be used by any thread that uses this.
-  explicit SharedProgram(KIV_ALLOCATOR *parent);
+  SharedProgram(KIV_ALLOCATOR *parent, Reading reading);
   ~SharedProgram();
   SharedProgram(const SharedProgram &) = delete;
   SharedProgram &operator=(const SharedProgram &) = delete;

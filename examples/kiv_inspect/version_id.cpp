@@ -20,7 +20,7 @@ std::optional<VersionId> parse_version(std::string_view text) {
   size_t count = 0;
   for (bool more = true; more; ++count) {
     const size_t dot = text.find('.');
-    const auto number = parse_count(text.substr(0, dot));
+    const auto number = parse_decimal(text.substr(0, dot));
     if (count == 4 || !number || *number > UINT16_MAX) return std::nullopt;
     numbers[count] = static_cast<uint32_t>(*number);
     more = dot != std::string_view::npos;

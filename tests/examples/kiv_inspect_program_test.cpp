@@ -18,6 +18,10 @@ using kiv::inspect::ByteOrder;
 
 using Lines = std::vector<std::string>;
 
+ProcessResult run_inspect_once(const std::vector<std::string> &arguments) {
+  return run_program(program_beside("kiv_inspect"), arguments);
+}
+
 /// Runs the program as it is and on the debug heap, which has to make no difference and nothing to tell.
 ProcessResult run_inspect(std::vector<std::string> arguments, const std::string &input = {}) {
   const auto result = run_program(program_beside("kiv_inspect"), arguments, input);
@@ -52,6 +56,24 @@ std::string library_file() {
   if (path[0] == '/') return "Z:" + path;
 #endif
   return path;
+}
+
+TEST(KivInspectProgram, TellsItsTime) {
+  const std::string path = write_file("timed", build_elf(true, ByteOrder::little, {{false, "main", 0x1000, 2, 1, 1}}));
+  // On the debug heap, too.
+  const auto result = run_inspect_once({"--time", "--debug-heap", "symbols", path});
+  EXPECT_EQ(result.exit_code, 0);
+  EXPECT_EQ(result.out, "0000000000001000 F main\n");
+  double times[3] = {-1, -1, -1};
+  char rest[64] = "";
+  EXPECT_EQ(std::sscanf(result.err.c_str(), "read %lf s rest %lf s all %lf s %63[^\n]", &times[0], &times[1], &times[2],
+                        rest),
+            4)
+      << result.err;
+  EXPECT_NEAR(times[0] + times[1], times[2], 2e-6);
+  EXPECT_TRUE(std::string(rest).starts_with("kiv_inspect thread time ")) << rest;
+  EXPECT_EQ(run_inspect_once({"--debug-heap", "--time"}).exit_code, 2);
+  std::remove(path.c_str());
 }
 
 TEST(KivInspectProgram, FindsItsOwnMain) {
@@ -422,7 +444,7 @@ TEST(KivInspectProgram, TellsErrorsLayerByLayer) {
             "User message (Local)  : addresses in \"no^[such\" cannot be resolved\n"
             "User help             : \n"
             "+++++++++++++++++++++++++++++++++\n"
-            "Internal error msg    : read_file\n"
+            "Internal error msg    : open\n"
             "Source file           : file_bytes.cpp\n"
             "Source line           : #\n"
             "Binary name           : kiv_inspect\n"
@@ -496,8 +518,7 @@ TEST(KivInspectProgram, ExplainsItsUsage) {
     const auto result = run_inspect(arguments);
     EXPECT_EQ(result.exit_code, 2);
     EXPECT_EQ(result.out, "");
-    EXPECT_TRUE(result.err.starts_with("usage: kiv_inspect [--debug-heap] COMMAND\n  symbols [--regex] "))
-        << result.err;
+    EXPECT_TRUE(result.err.starts_with("usage: kiv_inspect [--debug-heap] [--time] COMMAND\n  symbols ")) << result.err;
   }
 }
 

@@ -252,10 +252,13 @@ TEST(KivInspectServe, NoClientKeepsOthersWaiting) {
   ASSERT_EQ(kiv_open_stream(&silent, "127.0.0.1", serving.port), 0);
   ASSERT_EQ(kiv_open_stream(&greedy, "127.0.0.1", serving.port), 0);
   ASSERT_TRUE(set_up_connection(&greedy));
-  const std::string request = "bytes 10000 1073741824\n";  // and takes nothing of the reply
+  const std::string request = kGreeting + "7 bytes 10000 1073741824\n";  // and takes no more than a start
   EXPECT_EQ(kiv_socket_write(&greedy, request.data(), static_cast<int32_t>(request.size())), int(request.size()));
-  char first;
-  EXPECT_EQ(kiv_socket_read(&greedy, &first, 1), 1);
+  char line[32] = "";
+  for (const char *start : {"0 v1.0", "7 o00010000 "}) {
+    EXPECT_GE(kiv_socket_read_line(&greedy, line, sizeof line), 6);
+    EXPECT_TRUE(std::string(line).starts_with(start)) << line;
+  }
   for (int i = 0; i < 5; ++i) EXPECT_EQ(converse(serving.port, "resolve main\n"), "o00001000 main\n=0\n");
   (void)kiv_close_stream(&silent);
   (void)kiv_close_stream(&greedy);
