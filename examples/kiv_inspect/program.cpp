@@ -11,7 +11,9 @@ Status read_symbols(FileView file, SymbolTable &table) {
   ProgramFormat format;
   const Status status = recognise(table.errors(), file, &format);
   if (!status.ok()) return status;
-  return format == ProgramFormat::elf ? read_elf_symbols(file, table) : read_pe_symbols(file, table);
+  const Status read = format == ProgramFormat::elf ? read_elf_symbols(file, table) : read_pe_symbols(file, table);
+  table.sort();
+  return read;
 }
 
 Program::Program(const Errors &errors, KIV_ALLOCATOR *parent, Reading reading)

@@ -14,7 +14,7 @@
 
 namespace kiv::inspect {
 
-/// Reads the symbols of a program of any known format into an open table.
+/// Reads the symbols of a program of any known format into an open table. After a failure it has those found so far.
 Status read_symbols(FileView file, SymbolTable &table);
 
 /// All memory comes from a pool, so that one call gives everything back. The objects among the constants are deleted
