@@ -119,6 +119,8 @@ TEST(KivInspectServe, AnswersAsTheCommandLineDoes) {
                  {"symbols", "--by-size", kProgram},
                  {"symbols", kProgram, "--by-name", "--regex", " "},
                  {"resolve", kProgram, "main", "1012", "none", "0"},
+                 {"resolve", kProgram, "R:1012", "Q:1", "--space", "b:9:1"},
+                 {"spaces", "--space", "b:9:1", kProgram},
                  {"ranges", kProgram, "1000", "ffffffff"},
                  {"bytes", kProgram, "1000", "40", "3:12"},
                  {"bytes", kProgram, "0", "40"},
@@ -192,11 +194,11 @@ TEST(KivInspectServe, OutlivesItsClients) {
       {"resolve a\"b\"\n", malformed},
       {std::string("resolve \0\n", 10), malformed},
   };
-  Serving serving(path, static_cast<int>(rows.size()) + 13, 1);
+  Serving serving(path, static_cast<int>(rows.size()) + 14, 1);
   for (const auto &[request, reply] : rows) EXPECT_EQ(converse(serving.port, request), reply) << request;
   // Requests of no sense: the client may try others.
   for (const char *request :
-       {"\n", "tree\n", "serve x 1\n", "--debug-heap symbols\n", "symbols a b\n", "\xff\x80 \x1b\n"}) {
+       {"\n", "tree\n", "resolve\n", "serve x 1\n", "--debug-heap symbols\n", "symbols a b\n", "\xff\x80 \x1b\n"}) {
     const std::string reply = converse(serving.port, request);
     EXPECT_TRUE(reply.starts_with("eusage: kiv_inspect ask ") && reply.ends_with("\n=2\n")) << reply;
   }
