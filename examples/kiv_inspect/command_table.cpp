@@ -95,7 +95,7 @@ constexpr Command kCommands[] = {
      false,
      3,
      INT_MAX,
-     {"what the server there has to say to a request: symbols, resolve, ranges, constants or bytes, without a program"},
+     {"what the server there has to say to a request: symbols, resolve, spaces, ranges, constants or bytes, without a program"},
      run_ask},
 };
 
