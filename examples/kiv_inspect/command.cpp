@@ -40,6 +40,13 @@ bool Arguments::take_number(std::string_view name, uint32_t most, uint32_t *numb
   return true;
 }
 
+const char *Arguments::take_value(int place) {
+  if (place >= count) return nullptr;
+  const char *value = values[place];
+  take_out(this, place);
+  return value;
+}
+
 bool Arguments::take_path() {
   if (path != nullptr) return true;
   if (count < 1) return false;

@@ -37,6 +37,9 @@ struct Arguments {
   /// option *number stays as it is.
   bool take_number(std::string_view name, uint32_t most, uint32_t *number);
 
+  /// Takes out what now stands at that place, behind an option that was there; null when nothing does.
+  const char *take_value(int place);
+
   /// Takes out the path of the program, which now comes first, unless it is known already. False when it is missing.
   bool take_path();
 
@@ -64,6 +67,7 @@ Outcome finish(const Arguments &arguments, Status status, const Message &message
 
 Outcome run_symbols(Arguments arguments);
 Outcome run_resolve(Arguments arguments);
+Outcome run_spaces(Arguments arguments);
 Outcome run_ranges(Arguments arguments);
 Outcome run_constants(Arguments arguments);
 Outcome run_tree(Arguments arguments);

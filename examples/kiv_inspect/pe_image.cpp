@@ -14,6 +14,7 @@ constexpr uint32_t kSectionSize = 40;
 constexpr uint32_t kCoffSymbolSize = 18;
 constexpr uint32_t kShortNameSize = 8;
 constexpr uint32_t kExecutable = 0x20000000;
+constexpr uint32_t kWritable = 0x80000000;
 
 /// The optional header of one width.
 struct Layout {
@@ -99,6 +100,7 @@ Status PeImage::read_sections(ByteView headers, uint32_t count, KIV_ALLOCATOR *s
     section.size = std::max(section.memory_size, section.file_size);
     section.characteristics = header.u32(36);
     section.executable = (section.characteristics & kExecutable) != 0;
+    section.writable = (section.characteristics & kWritable) != 0;
     section.name = header.part(0, kShortNameSize).value_or(ByteView());
     // Sections do not overlap. In a damaged file that has some, the earlier of two at one address counts.
     if (section.size != 0 && kiv_avl_insert(by_address_, &section) != 0) return errors_.out_of_memory();

@@ -53,11 +53,16 @@ Status Program::load_symbols() {
   });
 }
 
+Status Program::load_sections() {
+  return once(kSections, "its sections cannot be read[|]", [&] { return sections_.open(file_.view(), pool_.pool()); });
+}
+
 Status Program::load_extents() {
-  return once(kExtents, "its sections cannot be read[|]", [&] {
-    const Status status = sections_.open(file_.view(), pool_.pool());
-    if (status.ok()) symbols_.estimate_sizes(sections_);
-    return status;
+  const Status status = load_sections();
+  if (!status.ok()) return status;
+  return once(kExtents, "the sizes of its symbols cannot be estimated[|]", [&] {
+    symbols_.estimate_sizes(sections_);
+    return Status{};
   });
 }
 

@@ -33,6 +33,7 @@ class Program {
   Status load(const char *path);
 
   Status load_symbols();
+  Status load_sections();
   /// The sections, and sizes of the symbols that have none. After load_symbols.
   Status load_extents();
   /// Those that take no memory, too.
@@ -49,7 +50,7 @@ class Program {
   const MemoryMap &memory() const { return memory_map_; }
 
  private:
-  enum Part { kFile, kSymbols, kExtents, kAllSections, kConstants, kTypes, kMemory, kParts };
+  enum Part { kFile, kSymbols, kSections, kExtents, kAllSections, kConstants, kTypes, kMemory, kParts };
   template <class Read>
   Status once(Part part, const Message &failure, Read read);
 

@@ -21,6 +21,8 @@ struct Section {
   uint32_t number;         // in the file
   std::string_view name;   // in the file's bytes
   bool takes_memory = true;
+  bool is_executable = false;
+  bool is_writable = false;
   uint64_t size = 0;           // bytes in memory, or in the file
   uint32_t type = 0;           // what the format says of it
   const char *kind = nullptr;  // the name of that, if it has one
@@ -40,11 +42,11 @@ class SectionTable {
   /// Whether addresses are final, unlike those of an object file.
   bool is_linked() const { return is_linked_; }
 
-  /// A section around an address, of several that one which starts last; or null.
-  const Section *around(uint64_t address) const;
-
   /// Hexadecimal digits of the program's addresses: 8 or 16.
   int address_digits() const { return address_digits_; }
+
+  /// A section around an address, of several that one which starts last; or null.
+  const Section *around(uint64_t address) const;
 
   /// Calls function(section, context) in the order of addresses until it gives 0. Sections that take no memory come
   /// last, as the file has them.
@@ -59,9 +61,9 @@ class SectionTable {
 
   const Errors &errors_;
   const Which which_;
-  int address_digits_ = 16;
   KIV_AVL_TREE *sections_ = nullptr;
   bool is_linked_ = true;
+  int address_digits_ = 16;
 };
 
 }  // namespace kiv::inspect

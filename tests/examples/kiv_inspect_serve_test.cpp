@@ -119,6 +119,8 @@ TEST(KivInspectServe, AnswersAsTheCommandLineDoes) {
                  {"symbols", "--by-size", kProgram},
                  {"symbols", kProgram, "--by-name", "--regex", " "},
                  {"resolve", kProgram, "main", "1012", "none", "0"},
+                 {"resolve", kProgram, "R:1012", "Q:1", "--space", "b:9:1"},
+                 {"spaces", "--space", "b:9:1", kProgram},
                  {"ranges", kProgram, "1000", "ffffffff"},
                  {"sections", kProgram},
                  {"bytes", kProgram, "1000", "40", "3:12"},
@@ -221,12 +223,12 @@ TEST(KivInspectServe, OutlivesItsClients) {
            "18446744073709551615 =2\n1 o00001000 main\n1 =0\n" +
            unnumbered},
   };
-  Serving serving(path, static_cast<int>(rows.size() + conversations.size()) + 12, 1);
+  Serving serving(path, static_cast<int>(rows.size() + conversations.size()) + 13, 1);
   for (const auto &[request, reply] : rows) EXPECT_EQ(converse(serving.port, request), reply) << request;
   for (const auto &[bytes, reply] : conversations) EXPECT_EQ(exchange(serving.port, bytes), reply) << bytes;
   // Requests of no sense: the client may try others.
   for (const char *request :
-       {"\n", "tree\n", "serve x 1\n", "--debug-heap symbols\n", "symbols a b\n", "\xff\x80 \x1b\n"}) {
+       {"\n", "tree\n", "resolve\n", "serve x 1\n", "--debug-heap symbols\n", "symbols a b\n", "\xff\x80 \x1b\n"}) {
     const std::string reply = converse(serving.port, request);
     EXPECT_TRUE(reply.starts_with("eusage: kiv_inspect ask ") && reply.ends_with("\n=2\n")) << reply;
   }
