@@ -5,7 +5,7 @@
 #include <optional>
 #include <string_view>
 
-#include "examples/kiv_inspect/program.h"
+#include "examples/kiv_inspect/shared_program.h"
 #include "examples/kiv_inspect/sink.h"
 #include "examples/kiv_inspect/status.h"
 #include "kiv_allocator.h"
@@ -22,8 +22,8 @@ struct Arguments {
   char **values;
   KIV_ALLOCATOR *allocator;
   const Errors &errors;
-  Program &program;  // for commands that look into one
-  const char *path;  // its; null: it is among the arguments
+  SharedProgram &shared;  // for commands that look into one
+  const char *path;       // its; null: it is among the arguments
   Sink &out;
   Sink &err;
 
@@ -33,8 +33,21 @@ struct Arguments {
   /// Takes out what now stands at that place, behind an option that was there, when it is a number.
   std::optional<uint64_t> take_count(int place);
 
+  /// Takes out an option and the number behind it, which is from 1 to the most. False when that is not so; without the
+  /// option *number stays as it is.
+  bool take_number(std::string_view name, uint32_t most, uint32_t *number);
+
+  /// Takes out what now stands at that place, behind an option that was there; null when nothing does.
+  const char *take_value(int place);
+
   /// Takes out the path of the program, which now comes first, unless it is known already. False when it is missing.
   bool take_path();
+
+  /// Reads these parts of the program, in this order, unless they are there. After take_path.
+  Status load(std::initializer_list<SharedProgram::Part> parts) const { return shared.load(path, parts, errors); }
+
+  /// What was loaded of it. Others may be looking into it, too.
+  const Program &program() const { return shared.program(); }
 };
 
 struct Command {
@@ -54,12 +67,15 @@ Outcome finish(const Arguments &arguments, Status status, const Message &message
 
 Outcome run_symbols(Arguments arguments);
 Outcome run_resolve(Arguments arguments);
+Outcome run_spaces(Arguments arguments);
 Outcome run_ranges(Arguments arguments);
 Outcome run_constants(Arguments arguments);
 Outcome run_tree(Arguments arguments);
+Outcome run_sections(Arguments arguments);
 Outcome run_bytes(Arguments arguments);
 Outcome run_serve(Arguments arguments);
 Outcome run_ask(Arguments arguments);
+Outcome run_version(Arguments arguments);
 
 }  // namespace kiv::inspect
 

@@ -1,78 +1,93 @@
 #include "examples/kiv_inspect/program.h"
 
 #include "examples/kiv_inspect/constant_reader.h"
-#include "examples/kiv_inspect/file_bytes.h"
 #include "examples/kiv_inspect/program_format.h"
 #include "examples/kiv_inspect/symbol_readers.h"
 #include "examples/kiv_inspect/type_reader.h"
 
 namespace kiv::inspect {
 
-Status read_symbols(ByteView file, SymbolTable &table) {
+Status read_symbols(FileView file, SymbolTable &table) {
   ProgramFormat format;
   const Status status = recognise(table.errors(), file, &format);
   if (!status.ok()) return status;
-  return format == ProgramFormat::elf ? read_elf_symbols(file, table) : read_pe_symbols(file, table);
+  const Status read = format == ProgramFormat::elf ? read_elf_symbols(file, table) : read_pe_symbols(file, table);
+  table.sort();
+  return read;
 }
 
-Program::Program(const Errors &errors, KIV_ALLOCATOR *parent)
+Program::Program(const Errors &errors, KIV_ALLOCATOR *parent, Reading reading)
     : errors_(errors),
       parent_(parent),
       pool_(parent),
+      reading_(reading),
+      file_(errors),
       symbols_(errors),
       sections_(errors),
+      all_sections_(errors, SectionTable::Which::all),
       constants_(errors),
       types_(errors),
       memory_map_(errors) {}
 
-/// Whether a part is there; from now on it is, or has failed.
-bool Program::has(Part part) {
-  const bool was_there = (parts_ & part) != 0;
-  parts_ |= part;
-  return was_there;
-}
-
-Status Program::loaded(Status status) {
-  if (!status.ok()) has_failed_ = true;
-  return status;
+template <class Read>
+Status Program::once(Part part, const Message &failure, Read read) {
+  if (!parts_[part]) {
+    Status status = read();
+    // To a reader, bytes that could not be read are bytes that are not there.
+    if (!file_.status().ok()) status = errors_.copy(file_.status());
+    parts_[part] = errors_.add(status, failure);
+  }
+  return *parts_[part];
 }
 
 Status Program::load(const char *path) {
-  if (has(kFile)) return {};
-  return loaded(pool_.ok() ? read_file(errors_, path, pool_.memory(), &file_) : errors_.out_of_memory());
+  auto &file = parts_[kFile];
+  if (!file) file = pool_.ok() ? file_.open(path, pool_.memory(), reading_) : errors_.out_of_memory();
+  return *file;
 }
 
 Status Program::load_symbols() {
-  if (has(kSymbols)) return {};
-  Status status = symbols_.open(pool_.pool());
-  if (status.ok()) status = errors_.add(read_symbols(file_, symbols_), "its symbols cannot be read[|]");
-  return loaded(status);
+  return once(kSymbols, "its symbols cannot be read[|]", [&] {
+    const Status status = symbols_.open(pool_.pool());
+    return status.ok() ? read_symbols(file_.view(), symbols_) : status;
+  });
+}
+
+Status Program::load_sections() {
+  return once(kSections, "its sections cannot be read[|]", [&] { return sections_.open(file_.view(), pool_.pool()); });
 }
 
 Status Program::load_extents() {
-  if (has(kExtents)) return {};
-  const Status status = sections_.open(file_, pool_.pool());
-  if (status.ok()) symbols_.estimate_sizes(sections_);
-  return loaded(errors_.add(status, "its sections cannot be read[|]"));
+  const Status status = load_sections();
+  if (!status.ok()) return status;
+  return once(kExtents, "the sizes of its symbols cannot be estimated[|]", [&] {
+    symbols_.estimate_sizes(sections_);
+    return Status{};
+  });
+}
+
+Status Program::load_all_sections() {
+  return once(kAllSections, "its sections cannot be read[|]",
+              [&] { return all_sections_.open(file_.view(), pool_.pool()); });
 }
 
 Status Program::load_constants() {
-  if (has(kConstants)) return {};
-  Status status = constants_.open(pool_.pool(), parent_);
-  if (status.ok()) status = errors_.add(read_constants(file_, constants_), "its constants cannot be read[|]");
-  return loaded(status);
+  return once(kConstants, "its constants cannot be read[|]", [&] {
+    const Status status = constants_.open(pool_.pool(), parent_);
+    return status.ok() ? read_constants(file_.view(), constants_) : status;
+  });
 }
 
 Status Program::load_types() {
-  if (has(kTypes)) return {};
-  Status status = types_.open(pool_.pool());
-  if (status.ok()) status = errors_.add(read_types(file_, types_), "its types cannot be read[|]");
-  return loaded(status);
+  return once(kTypes, "its types cannot be read[|]", [&] {
+    const Status status = types_.open(pool_.pool());
+    return status.ok() ? read_types(file_.view(), types_) : status;
+  });
 }
 
 Status Program::load_memory() {
-  if (has(kMemory)) return {};
-  return loaded(errors_.add(memory_map_.open(file_, pool_.pool()), "its memory cannot be laid out[|]"));
+  return once(kMemory, "its memory cannot be laid out[|]",
+              [&] { return memory_map_.open(file_.view(), pool_.pool()); });
 }
 
 }  // namespace kiv::inspect

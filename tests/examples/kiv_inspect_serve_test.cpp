@@ -7,11 +7,13 @@
 #include <set>
 #include <thread>
 
+#include "examples/kiv_inspect/client_threads.h"
 #include "examples/kiv_inspect/reply.h"
 #include "examples/kiv_inspect/request_line.h"
-#include "examples/kiv_inspect/server.h"
 #include "examples/kiv_inspect/socket_system.h"
 #include "gtest/gtest.h"
+#include "kiv_avl.h"
+#include "kiv_debug_heap.h"
 #include "tests/examples/dwarf_images.h"
 #include "tests/examples/program_images.h"
 #include "tests/support/counting_allocator.h"
@@ -33,19 +35,28 @@ ProcessResult ask(uint16_t port, const Words &request) {
   return run_inspect(words);
 }
 
-/// A server for so many clients, in a thread.
+int fail_at_report(int, const char *, const char *message) {
+  ADD_FAILURE() << message;
+  return 0;
+}
+
+/// A server for so many clients, in a thread, or threads, on a debug heap.
 class Serving {
  public:
-  Serving(const std::string &path, int clients, uint32_t patience = 60) {
+  Serving(const std::string &path, int clients, uint32_t patience = 60, uint32_t at_once = 1) {
     kiv_socket_init();
-    handler_ = std::make_unique<RequestHandler>(path.c_str(), memory_.record());
-    server_ = std::make_unique<Server>(*handler_, patience);
-    EXPECT_TRUE(handler_->open().ok() && server_->open(0).ok());
+    kiv_debug_heap_set_hook(fail_at_report);
+    kiv_debug_heap_new(&memory_, 1);
+    errors_ = std::make_unique<Errors>(&memory_);
+    handler_ = std::make_unique<RequestHandler>(path.c_str(), &memory_);
+    server_ = std::make_unique<Server>(*handler_, *errors_, patience);
+    EXPECT_TRUE(handler_->open(*errors_).ok() && server_->open(0).ok());
     port = server_->port();
-    thread_ = std::thread([this, clients] {
-      for (int i = 0; i < clients; ++i) {
-        EXPECT_TRUE(server_->serve_client().ok());
-        levels.push_back(memory_.live_blocks());
+    thread_ = std::thread([this, clients, at_once] {
+      const uint64_t step = at_once == 1 ? 1 : static_cast<uint64_t>(clients);
+      for (uint64_t served = 0; served < static_cast<uint64_t>(clients); served += step) {
+        EXPECT_TRUE(serve_clients(*server_, step, at_once, *errors_).ok());
+        levels.push_back(live_blocks());
       }
       ended_ = true;
     });
@@ -61,6 +72,9 @@ class Serving {
     thread_.join();
     server_.reset();
     handler_.reset();
+    errors_.reset();
+    kiv_debug_heap_destroy_allocator(&memory_);
+    kiv_debug_heap_set_hook(nullptr);
     kiv_socket_finalize();
   }
 
@@ -68,7 +82,15 @@ class Serving {
   std::vector<size_t> levels;  // blocks in use behind each client; after end()
 
  private:
-  CountingAllocator memory_;
+  size_t live_blocks() {
+    size_t count = 0;
+    const auto add = [](void *, void *counter) { return static_cast<int>(++*static_cast<size_t *>(counter)); };
+    kiv_avl_sequential_walk(memory_.state.debug_heap.blocks, add, &count);
+    return count;
+  }
+
+  KIV_ALLOCATOR memory_;
+  std::unique_ptr<Errors> errors_;
   std::unique_ptr<RequestHandler> handler_;
   std::unique_ptr<Server> server_;
   std::atomic<bool> ended_ = false;
@@ -97,7 +119,10 @@ TEST(KivInspectServe, AnswersAsTheCommandLineDoes) {
                  {"symbols", "--by-size", kProgram},
                  {"symbols", kProgram, "--by-name", "--regex", " "},
                  {"resolve", kProgram, "main", "1012", "none", "0"},
+                 {"resolve", kProgram, "R:1012", "Q:1", "--space", "b:9:1"},
+                 {"spaces", "--space", "b:9:1", kProgram},
                  {"ranges", kProgram, "1000", "ffffffff"},
+                 {"sections", kProgram},
                  {"bytes", kProgram, "1000", "40", "3:12"},
                  {"bytes", kProgram, "0", "40"},
                  {"symbols", "--by-size", "0", kProgram}}},
@@ -130,9 +155,8 @@ TEST(KivInspectServe, AnswersAsTheCommandLineDoes) {
   std::remove(dwarf.c_str());
 }
 
-/// Sends bytes, and gives what comes back until the connection ends. What comes behind a reply to a request that ends
-/// the bytes is not waited for.
-std::string converse(uint16_t port, const std::string &bytes, bool reads = true,
+/// Sends bytes, and gives what comes back until the connection ends, or (one_request) the reply to one request.
+std::string exchange(uint16_t port, const std::string &bytes, bool one_request = false, bool reads = true,
                      std::vector<int32_t> *values = nullptr) {
   KIV_STREAM stream;
   EXPECT_EQ(kiv_open_stream(&stream, "127.0.0.1", port), 0);
@@ -144,37 +168,67 @@ std::string converse(uint16_t port, const std::string &bytes, bool reads = true,
       },
       values);
   (void)kiv_socket_write(&stream, bytes.data(), static_cast<int32_t>(bytes.size()));
-  const bool one_request = bytes.find('\n') + 1 == bytes.size();
   std::string reply;
   char piece[1024];
   for (int32_t n = 1; reads && n > 0;) {
     n = kiv_socket_terminated_read(&stream, piece, sizeof piece, '\n');
     reply.append(piece, static_cast<size_t>(n));
-    if (one_request && (reply.ends_with("\n=0\n") || reply.ends_with("\n=2\n"))) break;
+    if (one_request && n == 5 && std::string(piece, 3) == "7 =") break;
   }
   (void)kiv_close_stream(&stream);
   return reply;
 }
 
+const std::string kGreeting = "0 protocol 1.0\n", kGreeted = "0 v1.0\n";
+
+/// Sends one request, as number 7, and gives the reply without the numbers.
+std::string converse(uint16_t port, const std::string &request, bool reads = true,
+                     std::vector<int32_t> *values = nullptr) {
+  const bool is_whole = request.ends_with('\n');
+  std::string reply = exchange(port, kGreeting + (request.empty() ? "" : "7 ") + request, is_whole, reads, values),
+              text;
+  for (size_t at = 0, end; at < reply.size(); at = end) {
+    end = std::min(reply.find('\n', at), reply.size() - 1) + 1;
+    const std::string line = reply.substr(at, end - at);
+    if (line != kGreeted) text += line.starts_with("7 ") ? line.substr(2) : line;
+  }
+  return text;
+}
+
 TEST(KivInspectServe, OutlivesItsClients) {
   const std::string path = write_file("served", image_to_serve());
-  const std::string malformed = "ethe request is no line of words, or too long\n=2\n", main = "o00001000 main\n=0\n";
+  const std::string malformed = "ethe request is no line of words\n=2\n", main = "o00001000 main\n=0\n";
+  const std::string unnumbered = "0 ethe request has no number, or is too long\n0 =2\n";
+  const std::string unversioned = "0 ethe client does not tell the version of its protocol\n0 =2\n";
   const std::vector<std::pair<std::string, std::string>> rows = {
       {"resolve main\n", main},
       {"resolve  \"main\"  \n", main},
       {"resolve \"a \"\"b\"\" c\"\n", "o00001010 a \"b\" c\n=0\n"},
-      {std::string(5000, 'x'), malformed},
-      {"resolve " + std::string(kRequestSize, '1') + "\n", malformed},
+      {std::string(5000, 'x'), unnumbered},
       {"resolve \"a\n", malformed},
       {"resolve \"a\"b\n", malformed},
       {"resolve a\"b\"\n", malformed},
       {std::string("resolve \0\n", 10), malformed},
   };
-  Serving serving(path, static_cast<int>(rows.size()) + 13, 1);
+  const std::vector<std::pair<std::string, std::string>> conversations = {
+      {"symbols\n", unnumbered},
+      {"0 v\n", unversioned},
+      {"0 protocol 1\n", unversioned},
+      {"1 protocol 1.0\n", unversioned},
+      {"0 protocol 2.0\n", kGreeted},
+      {kGreeting + "-1 resolve main\n", kGreeted + unnumbered},
+      {kGreeting + "1 resolve main\n18446744073709551615 resolve \"\n1 resolve main\n18446744073709551616 resolve\n",
+       kGreeted +
+           "1 o00001000 main\n1 =0\n18446744073709551615 ethe request is no line of words\n"
+           "18446744073709551615 =2\n1 o00001000 main\n1 =0\n" +
+           unnumbered},
+  };
+  Serving serving(path, static_cast<int>(rows.size() + conversations.size()) + 13, 1);
   for (const auto &[request, reply] : rows) EXPECT_EQ(converse(serving.port, request), reply) << request;
+  for (const auto &[bytes, reply] : conversations) EXPECT_EQ(exchange(serving.port, bytes), reply) << bytes;
   // Requests of no sense: the client may try others.
   for (const char *request :
-       {"\n", "tree\n", "serve x 1\n", "--debug-heap symbols\n", "symbols a b\n", "\xff\x80 \x1b\n"}) {
+       {"\n", "tree\n", "resolve\n", "serve x 1\n", "--debug-heap symbols\n", "symbols a b\n", "\xff\x80 \x1b\n"}) {
     const std::string reply = converse(serving.port, request);
     EXPECT_TRUE(reply.starts_with("eusage: kiv_inspect ask ") && reply.ends_with("\n=2\n")) << reply;
   }
@@ -186,12 +240,68 @@ TEST(KivInspectServe, OutlivesItsClients) {
   ASSERT_EQ(kiv_open_stream(&plain, "localhost", serving.port), 0);  // without the secondary channel
   EXPECT_EQ(kiv_socket_write(&plain, "symbols\n", 8), 8);
   (void)kiv_close_stream(&plain);
-  EXPECT_EQ(converse(serving.port, "resolve main\nresolve main\nresolve \"\n"), main + main + malformed);
   std::vector<int32_t> values;
   EXPECT_GT(converse(serving.port, "bytes 10000 65536\n", true, &values).size(), 65536u);
   EXPECT_TRUE(std::is_sorted(values.begin(), values.end()));
   EXPECT_EQ(std::set<int32_t>(values.begin(), values.end()).size(), 61u);  // 1 to 61: there are some more chunks
   std::remove(path.c_str());
+}
+
+TEST(KivInspectServe, NoClientKeepsOthersWaiting) {
+  const std::string path = write_file("served_beside", image_to_serve());
+  Serving serving(path, 7, 60, 3);
+  KIV_STREAM silent, greedy;
+  ASSERT_EQ(kiv_open_stream(&silent, "127.0.0.1", serving.port), 0);
+  ASSERT_EQ(kiv_open_stream(&greedy, "127.0.0.1", serving.port), 0);
+  ASSERT_TRUE(set_up_connection(&greedy));
+  const std::string request = kGreeting + "7 bytes 10000 1073741824\n";  // and takes no more than a start
+  EXPECT_EQ(kiv_socket_write(&greedy, request.data(), static_cast<int32_t>(request.size())), int(request.size()));
+  char line[32] = "";
+  for (const char *start : {"0 v1.0", "7 o00010000 "}) {
+    EXPECT_GE(kiv_socket_read_line(&greedy, line, sizeof line), 6);
+    EXPECT_TRUE(std::string(line).starts_with(start)) << line;
+  }
+  for (int i = 0; i < 5; ++i) EXPECT_EQ(converse(serving.port, "resolve main\n"), "o00001000 main\n=0\n");
+  (void)kiv_close_stream(&silent);
+  (void)kiv_close_stream(&greedy);
+  std::remove(path.c_str());
+}
+
+TEST(KivInspectServe, AnswersSeveralAtOnce) {
+  DwarfBuilder builder({5, false, false, ByteOrder::big});
+  builder.begin_unit();
+  builder.entry(39, false, {{3, 8, 0, "c"}, {28, 8, 0, "text"}});
+  Image damaged = image_to_serve();
+  damaged.put_at(damaged.marks.at("symtab header") + 16, 0x7FFFFFFF, 4);  // its offset
+  const struct {
+    Image image;
+    Words requests;
+  } kRows[] = {{image_to_serve(),
+                {"symbols\n", "symbols --by-size\n", "symbols --by-name\n", "resolve main 1012\n",
+                 "ranges 1000 ffffffff\n", "bytes 1000 64 3:12\n"}},
+               {builder.elf(), {"constants\n", "constants c\n", "constants a b\n"}},
+               {damaged, {"bytes 1000 64\n", "symbols\n", "bytes 1010 16\n", "ranges 1000 2000\n"}}};
+  constexpr uint32_t kThreads = 4, kRounds = 5;
+  for (const auto &row : kRows) {
+    const std::string path = write_file("served_at_once", row.image);
+    const auto count = static_cast<uint32_t>(row.requests.size());
+    Words replies;
+    {
+      Serving alone(path, static_cast<int>(count));
+      for (const auto &request : row.requests) replies.push_back(converse(alone.port, request));
+    }
+    Serving serving(path, static_cast<int>(kThreads * kRounds * count), 60, kThreads - 1);
+    std::vector<std::thread> threads;
+    for (uint32_t thread = 0; thread < kThreads; ++thread) {
+      threads.emplace_back([&, thread] {
+        for (uint32_t i = thread; i < thread + kRounds * count; ++i)
+          EXPECT_EQ(converse(serving.port, row.requests[i % count]), replies[i % count]) << row.requests[i % count];
+      });
+    }
+    for (auto &thread : threads) thread.join();
+    serving.end();
+    std::remove(path.c_str());
+  }
 }
 
 /// Text in a string.
@@ -256,7 +366,8 @@ TEST(KivInspectServe, ServesOnceAndTellsWhatItHasLeft) {
   for (const Words &words : std::vector<Words>{{"serve", path},
                                                {"serve", path, "65536"},
                                                {"serve", "--patience", "0", path, "0"},
-                                               {"ask", "localhost", "1"},
+                                               {"serve", "--clients", "65", path, "0"},
+                                               {"ask", "localhost"},
                                                {"ask", "localhost", "0", "symbols"},
                                                {"ask", "localhost", "1", "a\nb"},
                                                {"ask", "localhost", "1", std::string(kRequestSize, 'x')}})
@@ -266,14 +377,22 @@ TEST(KivInspectServe, ServesOnceAndTellsWhatItHasLeft) {
 
 TEST(KivInspectServe, BelievesNoServer) {
   const struct {
-    const char *reply, *out, *words;
+    const char *greeting, *reply, *out, *words;  // no reply: there is no request either
     int exit_code;
-  } kRows[] = {{"oa\x1b[2J\neb\x07\n=1\n", "a^[[2J\n", "b^G\n", 1},
-               {"oa\n", "a\n", "the connection ended before the reply did\n", 1},
-               {"xa\n=0\n", "", "the reply makes no sense\n", 1},
-               {"\n=0\n", "", "the reply makes no sense\n", 1},
-               {"=-1\n", "", "the reply makes no sense\n", 1},
-               {"=0\nrest", "", "", 0}};
+  } kRows[] = {{"0 v1.7", "3 ob\x1b[2J\n1 oa\n3 eb\x07\n3 =1\n1 =0\n", "b^[[2J\na\n", "b^G\n", 1},
+               {"0 v1.0", "3 =2\n1 =0\n3 oa\n", "", "", 2},
+               {"0 v1.0", "1 oa\n1 =0\n", "a\n", "the connection ended before the reply did\n", 1},
+               {"0 v1.0", "1 =0\n1 oa\n", "", "a reply came for request 1, which is not under way\n", 1},
+               {"0 v1.0", "18446744073709551615 =0\n", "", "request 18446744073709551615, which is not under way\n", 1},
+               {"0 v1.0", "0 e*\n0 =2\n", "", "*\n", 1},
+               {"0 v1.0", "1 xa\n1 =0\n", "", "the reply makes no sense\n", 1},
+               {"0 v1.0", "1\n", "", "the reply makes no sense\n", 1},
+               {"0 v1.0", "1 =-1\n", "", "the reply makes no sense\n", 1},
+               {"0 e1.0", "", "", "the server does not tell the version of its protocol\n", 1},
+               {"0 v65536.0", "", "", "the server does not tell the version of its protocol\n", 1},
+               {"0 v2.3", "", "", "its protocol 2.3 is newer than 1.0, which is spoken here\n", 1},
+               {"0 v0.9", "", "", "its protocol 0.9 is older than 1.0, which is spoken here\n", 1},
+               {"0 v0.9.1.1", "", "", "its protocol 0.9.1.1 has gone another way than 1.0, which is spoken here\n", 1}};
   kiv_socket_init();
   KIV_SERVER server = {};
   ASSERT_EQ(kiv_start_server(&server, 0), 0);
@@ -281,15 +400,23 @@ TEST(KivInspectServe, BelievesNoServer) {
     std::thread answering([&] {
       KIV_STREAM stream;
       if (kiv_socket_accept(&server, &stream, nullptr) != 0 || !set_up_connection(&stream)) return;
-      char request[64] = "";
-      EXPECT_EQ(kiv_socket_read_line(&stream, request, sizeof request), 14);
-      EXPECT_STREQ(request, "symbols \"\" a b");
-      (void)kiv_socket_write(&stream, row.reply, static_cast<int32_t>(std::string(row.reply).size()));
+      const std::string greeting = std::string(row.greeting) + "\n", reply = row.reply;
+      char line[64] = "";
+      (void)kiv_socket_read_line(&stream, line, sizeof line);
+      EXPECT_EQ(std::string(line) + "\n", kGreeting);
+      (void)kiv_socket_write(&stream, greeting.data(), static_cast<int32_t>(greeting.size()));
+      for (const char *request : {"1 symbols \"\" a b", "3 x"}) {
+        if (reply.empty()) continue;
+        (void)kiv_socket_read_line(&stream, line, sizeof line);
+        EXPECT_STREQ(line, request);
+      }
+      (void)kiv_socket_write(&stream, reply.data(), static_cast<int32_t>(reply.size()));
       (void)kiv_close_stream(&stream);
     });
-    const auto asked = ask(port_of(server), {"symbols", "", "a", "b"});
+    const auto asked = run_program(program_beside("kiv_inspect"), {"ask", "127.0.0.1", std::to_string(port_of(server))},
+                                   "symbols \"\" a b\n\n x ");
     answering.join();
-    EXPECT_EQ(asked.exit_code, row.exit_code) << row.reply;
+    EXPECT_EQ(asked.exit_code, row.exit_code) << row.reply << asked.err;
     EXPECT_EQ(asked.out, row.out);
     EXPECT_NE(asked.err.find(row.words), std::string::npos) << asked.err;
   }
@@ -308,8 +435,9 @@ TEST(KivInspectServe, CarriesAllWords) {
     }
     char line[kRequestSize];
     char *parts[kMostWords];
-    const int size = join_request(static_cast<int>(words.size()), pointers.data(), line);
+    int size = join_request(UINT64_MAX - 5, static_cast<int>(words.size()), pointers.data(), line);
     ASSERT_GT(size, 0);
+    EXPECT_EQ(take_request_number(line, &size), UINT64_MAX - 5);
     const int count = split_request(line, size, parts);
     ASSERT_EQ(count, static_cast<int>(words.size()));
     for (int i = 0; i < count; ++i) EXPECT_EQ(parts[i], words[static_cast<size_t>(i)]);
