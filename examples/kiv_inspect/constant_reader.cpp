@@ -16,10 +16,9 @@ constexpr uint32_t kLongestName = 1u << 16;
 // The names in front of a name are repeated with each; real ones are a small part of the file.
 constexpr uint32_t kNameBytesPerByte = 64;
 
-/// The kind of constant that an entry is, if it is one.
-std::optional<ConstantKind> kind_of(const Entry &entry) {
-  if (!entry.const_value) return std::nullopt;
-  switch (entry.tag) {
+/// The kind of constant that an entry with a value is, if it is one.
+std::optional<ConstantKind> kind_of(uint64_t tag) {
+  switch (tag) {
     case dwarf::kEnumerator:
       return ConstantKind::enumerator;
     case dwarf::kConstant:
@@ -33,7 +32,13 @@ std::optional<ConstantKind> kind_of(const Entry &entry) {
   }
 }
 
-/// An entry whose children are being read.
+bool wants(const Abbreviation &abbreviation) {
+  return (abbreviation.has(AttributeField::const_value) && kind_of(abbreviation.tag)) ||
+         (abbreviation.has_children && is_scope(abbreviation.tag)) ||
+         (abbreviation.is_declaration && can_be_completed(abbreviation.tag));
+}
+
+/// A scope whose children are being read.
 struct Level {
   std::string_view name;                   // of a scope
   std::optional<std::string_view> around;  // what is in front of it, when that is not in the levels below
@@ -45,7 +50,7 @@ class Visitor {
  public:
   Visitor(ByteView file, ConstantTable &table)
       : table_(table),
-        walk_(file, table.errors(), table.pool()),
+        walk_(file, table.errors(), table.pool(), wants),
         name_bytes_left_(uint64_t{file.size()} * kNameBytesPerByte) {}
 
   Status run() {
@@ -57,14 +62,15 @@ class Visitor {
   Status visit(const Unit &unit, const Entry &entry) {
     Status status;
     if (is_referred_to(unit, entry)) status = declare(unit, entry);
-    if (const auto kind = kind_of(entry); status.ok() && kind) status = add(unit, entry, *kind);
-    return status.ok() && entry.has_children ? enter(unit, entry) : status;
+    if (status.ok() && entry.const_value) {
+      if (const auto kind = kind_of(entry.tag)) status = add(unit, entry, *kind);
+    }
+    return status.ok() && entry.has_children && is_scope(entry.tag) ? enter(unit, entry) : status;
   }
 
  private:
   Status enter(const Unit &unit, const Entry &entry) {
     Level inside;
-    if (!is_scope(entry.tag)) return walk_.enter(inside);
     Declaration declaration;
     Status status = read_declaration(walk_.info(), unit, entry, &declaration);
     inside.name = declaration.name;
@@ -82,7 +88,7 @@ class Visitor {
     ValueType type;
     if (kind != ConstantKind::enumerator) {
       status = read_value_type(walk_.info(), *declaration.type_unit, declaration.type, &type);
-    } else if (const Level *around = walk_.innermost(); around != nullptr) {
+    } else if (const Level *around = walk_.parent(); around != nullptr) {
       type = around->enumerators;
     }
     ConstantValue value;

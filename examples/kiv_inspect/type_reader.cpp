@@ -36,7 +36,11 @@ std::optional<TypeKind> kind_of(uint64_t tag) {
 
 bool can_be_unnamed(TypeKind kind) { return kind == TypeKind::name_space || kind == TypeKind::enumeration; }
 
-/// An entry whose children are being read.
+bool wants(const Abbreviation &abbreviation) {
+  return kind_of(abbreviation.tag) || abbreviation.tag == dwarf::kEnumerator;
+}
+
+/// A type or another scope whose children are being read.
 struct Level {
   TypeNode *scope;        // what they are in
   bool is_enumeration;    // whose enumerators they may be
@@ -45,7 +49,7 @@ struct Level {
 
 class Visitor {
  public:
-  Visitor(ByteView file, TypeTable &table) : table_(table), walk_(file, table.errors(), table.pool()) {}
+  Visitor(ByteView file, TypeTable &table) : table_(table), walk_(file, table.errors(), table.pool(), wants) {}
 
   Status run() { return declared_.open(table_.pool()) ? walk_.run(*this) : table_.errors().out_of_memory(); }
 
@@ -54,7 +58,7 @@ class Visitor {
     Status status;
     if (const auto kind = kind_of(entry.tag)) {
       status = add_type(unit, entry, *kind, &inside);
-    } else if (const Level *around = walk_.innermost();
+    } else if (const Level *around = walk_.parent();
                entry.tag == dwarf::kEnumerator && around != nullptr && around->is_enumeration) {
       status = add_enumerator(unit, entry, *around);
     }

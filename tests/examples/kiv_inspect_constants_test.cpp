@@ -466,7 +466,7 @@ TEST(KivInspectConstants, IsNotKeptBusyByHostileFiles) {
   deep.begin_unit();
   for (int i = 0; i < 5000; ++i) deep.entry(kNamespace, true, {});
   const Reading levels = read(deep.elf().bytes);
-  EXPECT_EQ(levels.problem, "the entries of its debug information are nested too deeply");
+  EXPECT_EQ(levels.problem, "the scopes of its debug information are nested too deeply");
   EXPECT_EQ(levels.type_problem, levels.problem);
   EXPECT_EQ(levels.types.size(), 1u);
 
