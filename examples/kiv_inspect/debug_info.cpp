@@ -86,7 +86,6 @@ Status DebugInfo::read_attributes(const Unit &unit, const EntryHead &head, ByteR
   entry->tag = abbreviation.tag;
   entry->has_children = abbreviation.has_children;
   entry->is_skeleton = abbreviation.is_skeleton;
-  entry->is_declaration = abbreviation.is_declaration;
   if (abbreviation.count >= attributes_left_)
     return errors_.failure("its debug information refers too often to the same entries[|]");
   attributes_left_ -= abbreviation.count + 1u;

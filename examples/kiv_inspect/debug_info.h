@@ -43,7 +43,6 @@ struct Entry {
   FormValue signature;     // of the type unit that completes this one
   FormValue text_offsets;  // of a unit's first entry
   bool is_skeleton;        // of a unit whose rest is in another file
-  bool is_declaration;     // without what completes it
 };
 
 /// What is at some place of a unit before it is read.

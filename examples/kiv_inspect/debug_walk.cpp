@@ -36,8 +36,9 @@ bool can_be_completed(uint64_t tag) {
   return is_scope(tag) || tag == dwarf::kConstant || tag == dwarf::kVariable || tag == dwarf::kMember;
 }
 
-bool is_referred_to(const Unit &unit, const Entry &entry) {
-  return (entry.is_declaration && can_be_completed(entry.tag)) || is_type_of_unit(unit, entry.start);
+bool is_referred_to(const Unit &unit, const EntryHead &head) {
+  const Abbreviation &abbreviation = *head.abbreviation;
+  return (abbreviation.is_declaration && can_be_completed(abbreviation.tag)) || is_type_of_unit(unit, head.start);
 }
 
 bool ReferredEntries::open(KIV_ALLOCATOR *pool) {

@@ -20,9 +20,9 @@ bool can_be_completed(uint64_t tag);
 /// Whether the entry at an offset is the type of a type unit.
 inline bool is_type_of_unit(const Unit &unit, uint32_t start) { return start == unit.start + unit.type_offset; }
 
-/// Whether other entries of the program refer to an entry as the one that has its scopes: a declaration of a scope or a
+/// Whether other entries of the program may refer to one as that that has its scopes: a declaration of a scope or a
 /// constant that they complete, or the type of a type unit, which they declare, not always in its scopes.
-bool is_referred_to(const Unit &unit, const Entry &entry);
+bool is_referred_to(const Unit &unit, const EntryHead &head);
 
 /// A walk through the entries of a file, in the order of the sections, those of type units of version 4 first. It goes
 /// down and up without a stack but for the levels that the visitor has: one for each entry that it calls a scope. All
@@ -36,8 +36,8 @@ class EntryWalk {
       : file_(file), errors_(errors), pool_(pool), info_(errors, file.size(), wants) {}
 
   /// Once. For each entry that is wanted calls
-  ///   Status visit(unit, entry)
-  /// which may call enter() if the entry has children; they follow.
+  ///   Status visit(unit, head, reader)
+  /// which reads or skips its attributes, and may call enter() if it has children; they follow.
   template <class Visitor>
   Status run(Visitor &visitor) {
     Status status = open();
@@ -101,9 +101,7 @@ class EntryWalk {
       }
       const uint32_t depth = depth_;
       if (head.abbreviation->is_wanted || is_type_of_unit(unit, head.start)) {
-        Entry entry;
-        status = info_.read_attributes(unit, head, reader, &entry);
-        if (status.ok()) status = visitor.visit(unit, entry);
+        status = visitor.visit(unit, head, reader);
       } else {
         status = info_.skip_attributes(unit, head, reader);
       }
@@ -156,9 +154,9 @@ class ReferredEntries {
 template <class Known>
 class KnownEntries : public ReferredEntries {
  public:
-  /// False without memory.
-  [[nodiscard]] bool add(const Unit &unit, const Entry &entry, const Known &known) {
-    Row *row = place(pool_, Row{{&unit, entry.start}, known});
+  /// For the entry at an offset. False without memory.
+  [[nodiscard]] bool add(const Unit &unit, uint32_t start, const Known &known) {
+    Row *row = place(pool_, Row{{&unit, start}, known});
     return row != nullptr && kiv_avl_insert(entries_, row) == 0;
   }
 
