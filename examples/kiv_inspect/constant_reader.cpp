@@ -50,7 +50,7 @@ struct Level {
 
 class Visitor {
  public:
-  Visitor(ByteView file, ConstantTable &table)
+  Visitor(FileView file, ConstantTable &table)
       : table_(table),
         walk_(file, table.errors(), table.pool(), wants),
         name_bytes_left_(uint64_t{file.size()} * kNameBytesPerByte) {}
@@ -203,6 +203,6 @@ class Visitor {
 
 }  // namespace
 
-Status read_constants(ByteView file, ConstantTable &table) { return Visitor(file, table).run(); }
+Status read_constants(FileView file, ConstantTable &table) { return Visitor(file, table).run(); }
 
 }  // namespace kiv::inspect

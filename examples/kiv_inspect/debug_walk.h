@@ -32,7 +32,7 @@ class EntryWalk {
  public:
   /// wants tells by their abbreviations which entries are visited; those of types of type units are in any case.
   /// REQUIRES: errors and pool outlive this.
-  EntryWalk(ByteView file, const Errors &errors, KIV_ALLOCATOR *pool, bool (*wants)(const Abbreviation &))
+  EntryWalk(FileView file, const Errors &errors, KIV_ALLOCATOR *pool, bool (*wants)(const Abbreviation &))
       : file_(file), errors_(errors), pool_(pool), info_(errors, file.size(), wants) {}
 
   /// Once. For each entry that is wanted calls
@@ -121,7 +121,7 @@ class EntryWalk {
 
   static constexpr uint32_t kMostLevels = 4096;
 
-  ByteView file_;
+  FileView file_;
   const Errors &errors_;
   KIV_ALLOCATOR *pool_;
   DebugInfo info_;

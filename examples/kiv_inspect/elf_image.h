@@ -3,7 +3,7 @@
 #ifndef KIV_INSPECT_ELF_IMAGE_H
 #define KIV_INSPECT_ELF_IMAGE_H
 
-#include "examples/kiv_inspect/byte_view.h"
+#include "examples/kiv_inspect/file_view.h"
 #include "examples/kiv_inspect/status.h"
 
 namespace kiv::inspect {
@@ -38,10 +38,10 @@ class ElfImage {
   /// REQUIRES: the errors outlive this.
   explicit ElfImage(const Errors &errors) : errors_(errors) {}
 
-  static bool recognises(ByteView file);
+  static bool recognises(FileView file);
 
   /// REQUIRES: recognises(file).
-  Status open(ByteView file);
+  Status open(FileView file);
 
   bool has_64_bits() const { return has_64_bits_; }
   int address_digits() const { return has_64_bits_ ? 16 : 8; }  // hexadecimal ones
@@ -70,7 +70,7 @@ class ElfImage {
 
  private:
   const Errors &errors_;
-  ByteView file_;
+  FileView file_;
   ByteView section_table_;
   bool has_64_bits_ = false;
   uint16_t type_ = 0;

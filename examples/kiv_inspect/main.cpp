@@ -6,10 +6,13 @@
 #include <cstring>
 
 #include "examples/kiv_inspect/command_table.h"
+#include "examples/kiv_inspect/progress_bar.h"
 #include "kiv_debug_heap.h"
 
 namespace kiv::inspect {
 namespace {
+
+constexpr size_t kOutputBufferSize = 1u << 16;
 
 /// REQUIRES: count strings of the command line, from the command on.
 Outcome run(int count, char **values, KIV_ALLOCATOR *allocator) {
@@ -46,6 +49,8 @@ int main(int argc, char **argv) {
   // Names are shown as the user's system shows text; numbers are not touched by that.
   (void)std::setlocale(LC_CTYPE, "");
   using namespace kiv::inspect;
+  // What a person reads comes line by line, all else in large pieces.
+  if (!is_terminal(stdout)) (void)std::setvbuf(stdout, nullptr, _IOFBF, kOutputBufferSize);
   const bool watched = argc > 1 && std::strcmp(argv[1], kDebugHeap) == 0;
   return static_cast<int>(watched ? run_watched(argc - 2, argv + 2) : run_plainly(argc - 1, argv + 1));
 }

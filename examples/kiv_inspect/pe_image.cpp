@@ -47,14 +47,14 @@ std::optional<uint64_t> name_offset(ByteView name) {
 
 }  // namespace
 
-bool PeImage::recognises(ByteView file) {
+bool PeImage::recognises(FileView file) {
   const auto dos_header = file.in_order(ByteOrder::little).part(0, kDosHeaderSize);
   if (!dos_header || dos_header->u16(0) != 0x5A4D) return false;  // "MZ"
   const auto signature = file.part(dos_header->u32(kHeaderOffsetAt), 4);
   return signature && signature->in_order(ByteOrder::little).u32(0) == 0x4550;  // "PE", two zeros
 }
 
-Status PeImage::open(ByteView file, KIV_ALLOCATOR *scratch) {
+Status PeImage::open(FileView file, KIV_ALLOCATOR *scratch) {
   file_ = file.in_order(ByteOrder::little);
   const uint64_t header_at = file_.u32(kHeaderOffsetAt);
   const auto header = file_.part(header_at, kCoffHeaderSize);

@@ -24,7 +24,7 @@ bool takes_memory(const ElfSection &section) {
 
 }  // namespace
 
-Status SectionTable::open(ByteView file, KIV_ALLOCATOR *pool) {
+Status SectionTable::open(FileView file, KIV_ALLOCATOR *pool) {
   sections_ = kiv_avl_new_using_KIV_ALLOCATOR(pool, by_address, nullptr, nullptr);
   if (sections_ == nullptr) return errors_.out_of_memory();
   ProgramFormat format;
@@ -38,7 +38,7 @@ Status SectionTable::add(const Section &section, KIV_ALLOCATOR *pool) {
   return added != nullptr && kiv_avl_insert(sections_, added) == 0 ? Status{} : errors_.out_of_memory();
 }
 
-Status SectionTable::read_elf(ByteView file, KIV_ALLOCATOR *pool) {
+Status SectionTable::read_elf(FileView file, KIV_ALLOCATOR *pool) {
   ElfImage image(errors_);
   Status status = image.open(file);
   is_linked_ = image.is_linked();
@@ -56,7 +56,7 @@ Status SectionTable::read_elf(ByteView file, KIV_ALLOCATOR *pool) {
   return status;
 }
 
-Status SectionTable::read_pe(ByteView file, KIV_ALLOCATOR *pool) {
+Status SectionTable::read_pe(FileView file, KIV_ALLOCATOR *pool) {
   PeImage image(errors_);
   Status status = image.open(file, pool);
   SymbolNames names(errors_, file.size());

@@ -9,7 +9,7 @@
 #include <string_view>
 
 #include "examples/kiv_inspect/address_range.h"
-#include "examples/kiv_inspect/byte_view.h"
+#include "examples/kiv_inspect/file_view.h"
 #include "examples/kiv_inspect/status.h"
 #include "kiv_allocator.h"
 #include "kiv_avl.h"
@@ -29,7 +29,7 @@ class SectionTable {
 
   /// Reads the sections of a program of any known format that take memory. Object files have none: their sections have
   /// no addresses yet. Memory comes from the pool and is not given back.
-  Status open(ByteView file, KIV_ALLOCATOR *pool);
+  Status open(FileView file, KIV_ALLOCATOR *pool);
 
   /// Whether addresses are final, unlike those of an object file.
   bool is_linked() const { return is_linked_; }
@@ -42,8 +42,8 @@ class SectionTable {
 
  private:
   Status add(const Section &section, KIV_ALLOCATOR *pool);
-  Status read_elf(ByteView file, KIV_ALLOCATOR *pool);
-  Status read_pe(ByteView file, KIV_ALLOCATOR *pool);
+  Status read_elf(FileView file, KIV_ALLOCATOR *pool);
+  Status read_pe(FileView file, KIV_ALLOCATOR *pool);
 
   const Errors &errors_;
   KIV_AVL_TREE *sections_ = nullptr;
