@@ -50,7 +50,7 @@ struct Abbreviation {
   uint32_t count;   // of its attributes
   uint32_t fields;  // a bit for each AttributeField
   bool has_children;
-  bool is_declaration;  // of entries without what completes them
+  bool is_declaration;            // of entries without what completes them
   bool is_skeleton;               // of a unit whose rest is in another file
   bool is_wanted;                 // by the reader
   const AttributeStep *reading;   // the steps that give its fields
