@@ -18,8 +18,14 @@ struct ElfSection {
   uint64_t size;
   uint64_t entry_size;
 
-  enum : uint32_t { kNoBits = 8 };                                                // types: without bytes in the file
-  enum : uint64_t { kAllocated = 2, kThreadLocal = 0x400, kCompressed = 0x800 };  // flags
+  enum : uint32_t { kNoBits = 8 };  // types: without bytes in the file
+  enum : uint64_t {
+    kWritable = 1,
+    kAllocated = 2,
+    kExecutable = 4,
+    kThreadLocal = 0x400,
+    kCompressed = 0x800
+  };  // flags
   bool has(uint64_t flag) const { return (flags & flag) != 0; }
 };
 

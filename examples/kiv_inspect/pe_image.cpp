@@ -14,6 +14,7 @@ constexpr uint32_t kSectionSize = 40;
 constexpr uint32_t kCoffSymbolSize = 18;
 constexpr uint32_t kShortNameSize = 8;
 constexpr uint32_t kExecutable = 0x20000000;
+constexpr uint32_t kWritable = 0x80000000;
 
 /// The optional header of one width.
 struct Layout {
@@ -98,6 +99,7 @@ Status PeImage::read_sections(ByteView headers, uint32_t count, KIV_ALLOCATOR *s
     section.memory_size = header.u32(8);
     section.size = std::max(section.memory_size, section.file_size);
     section.executable = (header.u32(36) & kExecutable) != 0;
+    section.writable = (header.u32(36) & kWritable) != 0;
     section.name = header.part(0, kShortNameSize).value_or(ByteView());
     // Sections do not overlap. In a damaged file that has some, the earlier of two at one address counts.
     if (section.size != 0 && kiv_avl_insert(by_address_, &section) != 0) return errors_.out_of_memory();

@@ -56,11 +56,15 @@ Status Program::load_symbols() {
   return loaded(status, "its symbols cannot be read[|]");
 }
 
+Status Program::load_sections() {
+  if (has(kSections)) return {};
+  return loaded(sections_.open(file_.view(), pool_.pool()), "its sections cannot be read[|]");
+}
+
 Status Program::load_extents() {
-  if (has(kExtents)) return {};
-  const Status status = sections_.open(file_.view(), pool_.pool());
-  if (status.ok()) symbols_.estimate_sizes(sections_);
-  return loaded(status, "its sections cannot be read[|]");
+  const Status status = load_sections();
+  if (status.ok() && !has(kExtents)) symbols_.estimate_sizes(sections_);
+  return status;
 }
 
 Status Program::load_constants() {

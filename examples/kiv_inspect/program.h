@@ -31,6 +31,7 @@ class Program {
   Status load(const char *path);
 
   Status load_symbols();
+  Status load_sections();
   /// The sections, and sizes of the symbols that have none. After load_symbols.
   Status load_extents();
   Status load_constants();
@@ -47,7 +48,15 @@ class Program {
   const MemoryMap &memory() const { return memory_map_; }
 
  private:
-  enum Part : unsigned { kFile = 1, kSymbols = 2, kExtents = 4, kConstants = 8, kTypes = 16, kMemory = 32 };
+  enum Part : unsigned {
+    kFile = 1,
+    kSymbols = 2,
+    kExtents = 4,
+    kConstants = 8,
+    kTypes = 16,
+    kMemory = 32,
+    kSections = 64
+  };
   bool has(Part part);
   Status loaded(Status status, const Message &failure);
 

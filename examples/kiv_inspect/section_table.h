@@ -20,6 +20,8 @@ struct Section {
   AddressRange addresses;
   uint32_t number;        // in the file
   std::string_view name;  // in the file's bytes
+  bool is_executable = false;
+  bool is_writable = false;
 };
 
 class SectionTable {
@@ -33,6 +35,9 @@ class SectionTable {
 
   /// Whether addresses are final, unlike those of an object file.
   bool is_linked() const { return is_linked_; }
+
+  /// Hexadecimal digits of the program's addresses: 8 or 16.
+  int address_digits() const { return address_digits_; }
 
   /// A section around an address, of several that one which starts last; or null.
   const Section *around(uint64_t address) const;
@@ -48,6 +53,7 @@ class SectionTable {
   const Errors &errors_;
   KIV_AVL_TREE *sections_ = nullptr;
   bool is_linked_ = true;
+  int address_digits_ = 16;
 };
 
 }  // namespace kiv::inspect
