@@ -95,7 +95,8 @@ constexpr Command kCommands[] = {
      false,
      3,
      INT_MAX,
-     {"what the server there has to say to a request: symbols, resolve, spaces, ranges, constants or bytes, without a program"},
+     {"what the server there has to say to a request: symbols, resolve, spaces, ranges, constants or bytes, without a "
+      "program"},
      run_ask},
 };
 
