@@ -81,13 +81,13 @@ constexpr Command kCommands[] = {
       "from bit FIRST on, of a number in the byte order of the program, or big (be) or little endian (le)"},
      run_bytes},
     {"serve",
-     "[--once] [--patience N] ",
+     "[--once | --clients N] [--patience N] ",
      "PORT",
      false,
      2,
-     5,
-     {"answers requests about the program, one client after another, with --once of one client; one that says nothing",
-      "for N seconds (10) is left alone; whoever reaches the port may ask"},
+     6,
+     {"answers requests about the program, of up to N clients (8) at a time, with --once of one client; one that says",
+      "nothing for N seconds (10) is left alone; whoever reaches the port may ask"},
      run_serve},
     {"ask",
      "HOST PORT REQUEST...",
@@ -95,7 +95,8 @@ constexpr Command kCommands[] = {
      false,
      3,
      INT_MAX,
-     {"what the server there has to say to a request: symbols, resolve, ranges, constants or bytes, without a program"},
+     {"what the server there has to say to a request: symbols, resolve, spaces, ranges, constants or bytes, without a "
+      "program"},
      run_ask},
 };
 

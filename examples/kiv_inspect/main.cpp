@@ -17,7 +17,7 @@ constexpr size_t kOutputBufferSize = 1u << 16;
 /// REQUIRES: count strings of the command line, from the command on.
 Outcome run(int count, char **values, KIV_ALLOCATOR *allocator) {
   const Errors errors(allocator);
-  Program program(errors, allocator);
+  SharedProgram program(allocator, Reading::on_demand);
   FileSink out(stdout), err(stderr);
   const bool is_there = count > 0;
   return run_command(is_there ? values[0] : "", {is_there ? count - 1 : 0, values + (is_there ? 1 : 0), allocator,
@@ -37,7 +37,7 @@ Outcome run_plainly(int count, char **values) {
 Outcome run_watched(int count, char **values) {
   (void)kiv_debug_heap_set_hook(kiv_debug_heap_print_hook);
   KIV_ALLOCATOR heap;
-  const Outcome outcome = run(count, values, kiv_debug_heap_new(&heap, 0));
+  const Outcome outcome = run(count, values, kiv_debug_heap_new(&heap, 1));
   kiv_debug_heap_destroy_allocator(&heap);
   return outcome;
 }

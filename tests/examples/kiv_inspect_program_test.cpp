@@ -223,6 +223,49 @@ TEST(KivInspectProgram, ResolvesNames) {
   std::remove(path.c_str());
 }
 
+TEST(KivInspectProgram, ResolvesTargetAddresses) {
+  const std::string path = write_file(
+      "spaces",
+      build_elf(false, ByteOrder::little, {{false, "main", 0x1010, 2, 1, 1}, {false, "ns::f", 0x1200, 2, 1, 1}},
+                {{".text", 0x1000, 0x100, 6}, {".rodata", 0x1100, 0x80, 2}, {".data", 0x1200, 0x10, 7}}));
+  const std::vector<std::string> options = {"--space", "bit:0x100000000:1", "--space", "Far_2:9:24"};
+  const auto run = [&](const std::string &command, std::vector<std::string> operands, const std::string &input = {}) {
+    operands.insert(operands.begin(), {command, options[0], options[1], path, options[2], options[3]});
+    return run_inspect(operands, input);
+  };
+  EXPECT_EQ(run("spaces", {}).out,
+            "0 \"\" \"\" 8\n  00000000 ffffffff\n1 \"P\" \"code\" 8\n  00001000 000010ff .text\n"
+            "  00001200 0000120f .data\n2 \"D\" \"data\" 8\n  00001200 0000120f .data\n3 \"R\" \"rodata\" 8\n"
+            "  00001100 0000117f .rodata\n4294967296 \"bit\" \"bit\" 1\n  00000000 7ffffffff\n"
+            "9 \"Far_2\" \"Far_2\" 24\n  00000000 55555555\n");
+  // Of P and D and R only what is in their sections; a section's first bytes may have no symbol of their own.
+  const std::string lines =
+      "00001011 main+0x1\n00001011 main+0x1\n00001000 no symbol\n00001011 no symbol\n00001101 no symbol\n"
+      "00001101 main+0xf1\n00001201 ns::f+0x1\n00001201 ns::f+0x1\n00001180 main+0x170\n00001180 no symbol\n"
+      "00001010.7 main+0x0.7\n00000000.1 no symbol\n00001011 main+0x1\n00001200 ns::f\nP::x no symbol\n";
+  const std::vector<std::string> texts = {"P:1011",   "code:0x1011", "P:1000",    "D:1011", "R:1101",
+                                          ":1101",    "P:1201",      "data:1201", "1180",   "R:1180",
+                                          "bit:8087", "bit:1",       "Far_2:55b", "ns::f",  "P::x"};
+  EXPECT_EQ(run("resolve", texts).out, lines);
+  std::string input;
+  for (const auto &text : texts) input += " \t" + text + (text == "P:1011" ? "\r\n\n" : text == "P::x" ? "" : "\n");
+  EXPECT_EQ(run("resolve", {}, input).out, lines);
+  const struct {
+    std::string text, problem;
+  } kRows[] = {{"Q:1", "\"Q:1\" names no memory space"},
+               {"P:10000000000000000", "\"P:10000000000000000\" lies beyond the 64 bits of a program's addresses"},
+               {"Far_2:" + std::string(32, 'f'), "\"Far_2:" + std::string(32, 'f') + "\" lies beyond"}};
+  for (const auto &row : kRows) {
+    const auto told = run("resolve", {"main", row.text}), piped = run("resolve", {}, "main\n" + row.text + "\nmain\n");
+    EXPECT_EQ(told.out, "");
+    EXPECT_EQ(piped.out, "00001010 main\n");
+    EXPECT_TRUE(told.exit_code == 1 && piped.exit_code == 1);
+    EXPECT_TRUE(values_of("User message (English)", told.err).back().starts_with(row.problem)) << told.err;
+    EXPECT_EQ(values_of("User message (English)", piped.err)[1], "line 2 of standard input cannot be resolved");
+  }
+  std::remove(path.c_str());
+}
+
 TEST(KivInspectProgram, ShowsTheConstantsOfARealProgram) {
   const std::string lines =
       "E fixture::Wide::least = 0\nE fixture::Wide::middle = 9223372036854775808\n"
@@ -451,7 +494,15 @@ TEST(KivInspectProgram, ExplainsItsUsage) {
                                                       {"ranges", "a", "0", "main"},
                                                       {"resolve", "a", ""},
                                                       {"resolve", "a", "1", "0x"},
-                                                      {"resolve", "a", "10000000000000000"},
+                                                      {"resolve", "a", "1", "P:", "2"},
+                                                      {"resolve", "a", "1", "--space"},
+                                                      {"resolve", "a", "1", "--space", "b:9"},
+                                                      {"resolve", "a", "1", "--space", "b:9:0"},
+                                                      {"resolve", "a", "1", "--space", "b:1:8"},
+                                                      {"resolve", "a", "1", "--space", "code:9:8"},
+                                                      {"resolve", "a", "1", "--space", "9b:9:8"},
+                                                      {"spaces", "a", "--space", "b:9:8", "--space", "b:10:8"},
+                                                      {"spaces", "a", "b"},
                                                       {"constants"},
                                                       {"constants", "a", "b", "c"},
                                                       {"tree"},
