@@ -38,6 +38,15 @@ const char *Arguments::take_value(int place) {
   return value;
 }
 
+bool Arguments::take_number(std::string_view name, uint32_t most, uint32_t *number) {
+  const int place = take_option(name);
+  if (place < 0) return true;
+  const uint64_t taken = take_count(place).value_or(0);
+  if (taken < 1 || taken > most) return false;
+  *number = static_cast<uint32_t>(taken);
+  return true;
+}
+
 bool Arguments::take_path() {
   if (path != nullptr) return true;
   if (count < 1) return false;

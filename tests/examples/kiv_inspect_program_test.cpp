@@ -18,6 +18,10 @@ using kiv::inspect::ByteOrder;
 
 using Lines = std::vector<std::string>;
 
+ProcessResult run_inspect_once(const std::vector<std::string> &arguments) {
+  return run_program(program_beside("kiv_inspect"), arguments);
+}
+
 /// Runs the program as it is and on the debug heap, which has to make no difference and nothing to tell.
 ProcessResult run_inspect(std::vector<std::string> arguments, const std::string &input = {}) {
   const auto result = run_program(program_beside("kiv_inspect"), arguments, input);
@@ -52,6 +56,24 @@ std::string library_file() {
   if (path[0] == '/') return "Z:" + path;
 #endif
   return path;
+}
+
+TEST(KivInspectProgram, TellsItsTime) {
+  const std::string path = write_file("timed", build_elf(true, ByteOrder::little, {{false, "main", 0x1000, 2, 1, 1}}));
+  // On the debug heap, too.
+  const auto result = run_inspect_once({"--time", "--debug-heap", "symbols", path});
+  EXPECT_EQ(result.exit_code, 0);
+  EXPECT_EQ(result.out, "0000000000001000 F main\n");
+  double times[3] = {-1, -1, -1};
+  char rest[64] = "";
+  EXPECT_EQ(std::sscanf(result.err.c_str(), "read %lf s rest %lf s all %lf s %63[^\n]", &times[0], &times[1], &times[2],
+                        rest),
+            4)
+      << result.err;
+  EXPECT_NEAR(times[0] + times[1], times[2], 2e-6);
+  EXPECT_TRUE(std::string(rest).starts_with("kiv_inspect thread time ")) << rest;
+  EXPECT_EQ(run_inspect_once({"--debug-heap", "--time"}).exit_code, 2);
+  std::remove(path.c_str());
 }
 
 TEST(KivInspectProgram, FindsItsOwnMain) {
@@ -213,6 +235,26 @@ TEST(KivInspectProgram, ListsWhatOverlapsARange) {
                    "a name lies outside the string table"}));
   std::remove(object.c_str());
   std::remove(damaged.c_str());
+}
+
+TEST(KivInspectProgram, ListsSections) {
+  const std::string elf = write_file("elf", build_elf_sections(true, ByteOrder::big,
+                                                               {{"late", {1, 2}, 0x20, 0x6FFFFFFF, 2},
+                                                                {"text", {1}, 0x10, 1, 6},
+                                                                {"tbss", {}, 0x30, 8, 0x402},
+                                                                {"odd", {1, 2, 3}, 0, 0x70000001}}));
+  const std::string pe = write_file("pe", build_pe(false, {}, {}));
+  EXPECT_EQ(run_inspect({"sections", elf}).out,
+            "0000000000000010 0000000000000010        1 PROGBITS    text\n"
+            "0000000000000020 0000000000000021        2 GNU_versym  late\n"
+            "---------------- ----------------        0 NOBITS      tbss\n"
+            "---------------- ----------------        3 0x70000001  odd\n"
+            "---------------- ----------------       30 PROGBITS    .shstrtab\n");
+  EXPECT_EQ(run_inspect({"sections", pe}).out,
+            "00401000 004017ff     2048 CODE        .text\n"
+            "00402000 004027ff     2048 DATA        .data\n");
+  for (const auto &path : {elf, pe}) std::remove(path.c_str());
+  EXPECT_EQ(run_inspect({"--version"}).out, "kiv_inspect 1.0\nprotocol 1.0\n");
 }
 
 TEST(KivInspectProgram, ResolvesNames) {
@@ -503,6 +545,8 @@ TEST(KivInspectProgram, ExplainsItsUsage) {
                                                       {"resolve", "a", "1", "--space", "9b:9:8"},
                                                       {"spaces", "a", "--space", "b:9:8", "--space", "b:10:8"},
                                                       {"spaces", "a", "b"},
+                                                      {"sections"},
+                                                      {"--version", "a"},
                                                       {"constants"},
                                                       {"constants", "a", "b", "c"},
                                                       {"tree"},
@@ -525,8 +569,7 @@ TEST(KivInspectProgram, ExplainsItsUsage) {
     const auto result = run_inspect(arguments);
     EXPECT_EQ(result.exit_code, 2);
     EXPECT_EQ(result.out, "");
-    EXPECT_TRUE(result.err.starts_with("usage: kiv_inspect [--debug-heap] COMMAND\n  symbols [--regex] "))
-        << result.err;
+    EXPECT_TRUE(result.err.starts_with("usage: kiv_inspect [--debug-heap] [--time] COMMAND\n  symbols ")) << result.err;
   }
 }
 
