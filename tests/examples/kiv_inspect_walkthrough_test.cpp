@@ -11,7 +11,9 @@
 //
 // Standard output stands before standard error. Servers get a port from the system, for which the page has kPort.
 
+#include <algorithm>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -73,6 +75,12 @@ Command::Command(const std::string &line) {
   }
 }
 
+/// Up to a minute.
+template <typename Condition>
+void wait_until(Condition condition) {
+  for (int i = 0; i < 6000 && !condition(); ++i) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+}
+
 /// A server, until the end of its block.
 class Server {
  public:
@@ -82,10 +90,7 @@ class Server {
     for (size_t i = 1; i < command.words.size(); ++i) argv.push_back(command.words[i].c_str());
     argv.push_back(nullptr);
     EXPECT_EQ(kiv_process_start(argv.data(), &process_, output_.c_str(), nullptr, KIV_PROCESS_HIDDEN), 0);
-    for (int i = 0; i < 6000 && !announcement_.ends_with('\n'); ++i) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-      announcement_ = read_file(output_);
-    }
+    wait_until([this] { return (announcement_ = read_file(output_)).ends_with('\n'); });
     const size_t place = announcement_.find(kPortWords);
     if (place == std::string::npos) return;
     port = std::to_string(std::atoi(announcement_.c_str() + place + kPortWords.size()));
@@ -93,7 +98,7 @@ class Server {
   }
   ~Server() {
     (void)kiv_process_kill_and_wait(&process_);
-    std::filesystem::remove(output_);
+    wait_until([this] { return std::remove(output_.c_str()) == 0; });  // Windows keeps it for a moment
   }
   Server(const Server &) = delete;
   Server &operator=(const Server &) = delete;
