@@ -41,6 +41,7 @@
 #include "kiv_string_number.h"
 #include "kiv_string_pattern.h"
 #include "kiv_stubs.h"
+#include "kiv_target_memspace.h"
 #include "kiv_target_word.h"
 #include "kiv_thread.h"
 #include "kiv_time.h"

@@ -31,6 +31,13 @@ std::optional<uint64_t> Arguments::take_count(int place) {
   return number;
 }
 
+const char *Arguments::take_value(int place) {
+  if (place >= count) return nullptr;
+  const char *value = values[place];
+  take_out(this, place);
+  return value;
+}
+
 bool Arguments::take_path() {
   if (path != nullptr) return true;
   if (count < 1) return false;

@@ -33,6 +33,9 @@ struct Arguments {
   /// Takes out what now stands at that place, behind an option that was there, when it is a number.
   std::optional<uint64_t> take_count(int place);
 
+  /// Takes out what now stands at that place, behind an option that was there; null when nothing does.
+  const char *take_value(int place);
+
   /// Takes out the path of the program, which now comes first, unless it is known already. False when it is missing.
   bool take_path();
 };
@@ -54,6 +57,7 @@ Outcome finish(const Arguments &arguments, Status status, const Message &message
 
 Outcome run_symbols(Arguments arguments);
 Outcome run_resolve(Arguments arguments);
+Outcome run_spaces(Arguments arguments);
 Outcome run_ranges(Arguments arguments);
 Outcome run_constants(Arguments arguments);
 Outcome run_tree(Arguments arguments);

@@ -22,13 +22,24 @@ constexpr Command kCommands[] = {
       "size, kind, name"},
      run_symbols},
     {"resolve",
-     "",
-     "HEX|NAME...",
+     "[--space NAME:NUMBER:BITS] ",
+     "[[SPACE:]HEX|NAME]...",
      true,
-     2,
+     1,
      INT_MAX,
-     {"the nearest symbol at or below each address, and the distance from it; the addresses that have each name"},
+     {"the nearest symbol at or below each address, and the distance from it; the addresses that have each name;",
+      "when none is given, those that standard input has, one a line; a SPACE is one of those that the next command",
+      "lists"},
      run_resolve},
+    {"spaces",
+     "[--space NAME:NUMBER:BITS] ",
+     "",
+     true,
+     1,
+     INT_MAX,
+     {"the memory spaces: number, name, name of the address space, bits that an address counts; and their addresses;",
+      "with --space, which may be there several times, one more of the given bits"},
+     run_spaces},
     {"ranges",
      "",
      "LOW HIGH",
@@ -93,7 +104,10 @@ void print_command(const Command &command, bool is_served, Output &output) {
   if (command.operands == nullptr) {
     (void)output.line("  [0_s] [1_s][|]", command.name, command.options);
   } else {
-    (void)output.line("  [0_s] [1_s][2_s][3_s][|]", command.name, command.options, is_served ? "" : "PROGRAM ",
+    (void)output.line("  [0_s] [1_s][2_s][3_s][|]", command.name, command.options,
+                      is_served                   ? ""
+                      : *command.operands != '\0' ? "PROGRAM "
+                                                  : "PROGRAM",
                       command.operands);
   }
   for (const char *line : command.help) {

@@ -43,7 +43,7 @@ struct Level {
 
 class Visitor {
  public:
-  Visitor(ByteView file, ConstantTable &table)
+  Visitor(FileView file, ConstantTable &table)
       : table_(table),
         walk_(file, table.errors(), table.pool()),
         name_bytes_left_(uint64_t{file.size()} * kNameBytesPerByte) {}
@@ -170,6 +170,6 @@ class Visitor {
 
 }  // namespace
 
-Status read_constants(ByteView file, ConstantTable &table) { return Visitor(file, table).run(); }
+Status read_constants(FileView file, ConstantTable &table) { return Visitor(file, table).run(); }
 
 }  // namespace kiv::inspect

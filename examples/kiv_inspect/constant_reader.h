@@ -5,7 +5,7 @@
 #ifndef KIV_INSPECT_CONSTANT_READER_H
 #define KIV_INSPECT_CONSTANT_READER_H
 
-#include "examples/kiv_inspect/byte_view.h"
+#include "examples/kiv_inspect/file_view.h"
 #include "examples/kiv_inspect/constant_table.h"
 #include "examples/kiv_inspect/status.h"
 
@@ -14,7 +14,7 @@ namespace kiv::inspect {
 /// Enumerators, constants, and variables and members with a constant value, of DWARF versions 2 to 5 in an ELF or PE
 /// file. Names have those of the namespaces, types and enumerations around them, or around the declarations that they
 /// complete: "namespace::type::name". Text and bytes of values stay in the file. The table is open.
-Status read_constants(ByteView file, ConstantTable &table);
+Status read_constants(FileView file, ConstantTable &table);
 
 }  // namespace kiv::inspect
 

@@ -48,7 +48,7 @@ Choice choose(ByteView table, DebugSections *sections) {
 /// Of several sections with one name the first counts.
 bool is_wanted(const Choice &choice) { return choice.bytes != nullptr && choice.bytes->size() == 0; }
 
-Status find_in_elf(const Errors &errors, ByteView file, DebugSections *sections, bool *split) {
+Status find_in_elf(const Errors &errors, FileView file, DebugSections *sections, bool *split) {
   ElfImage image(errors);
   Status status = image.open(file);
   sections->x87 = image.is_x86();
@@ -68,7 +68,7 @@ Status find_in_elf(const Errors &errors, ByteView file, DebugSections *sections,
   return status;
 }
 
-Status find_in_pe(const Errors &errors, ByteView file, KIV_ALLOCATOR *scratch, DebugSections *sections, bool *split) {
+Status find_in_pe(const Errors &errors, FileView file, KIV_ALLOCATOR *scratch, DebugSections *sections, bool *split) {
   PeImage image(errors);
   Status status = image.open(file, scratch);
   sections->x87 = image.is_x86();
@@ -87,7 +87,7 @@ Status find_in_pe(const Errors &errors, ByteView file, KIV_ALLOCATOR *scratch, D
 
 }  // namespace
 
-Status find_debug_sections(const Errors &errors, ByteView file, KIV_ALLOCATOR *scratch, DebugSections *sections) {
+Status find_debug_sections(const Errors &errors, FileView file, KIV_ALLOCATOR *scratch, DebugSections *sections) {
   *sections = {};
   ProgramFormat format;
   Status status = recognise(errors, file, &format);

@@ -2,7 +2,7 @@
 #ifndef KIV_INSPECT_DEBUG_SECTIONS_H
 #define KIV_INSPECT_DEBUG_SECTIONS_H
 
-#include "examples/kiv_inspect/byte_view.h"
+#include "examples/kiv_inspect/file_view.h"
 #include "examples/kiv_inspect/status.h"
 #include "kiv_allocator.h"
 
@@ -17,7 +17,7 @@ struct DebugSections {
 
 /// Finds them in a program of any known format. A program without debug information, or with one that is compressed,
 /// split or not linked yet, is refused. Memory comes from scratch and is not given back.
-Status find_debug_sections(const Errors &errors, ByteView file, KIV_ALLOCATOR *scratch, DebugSections *sections);
+Status find_debug_sections(const Errors &errors, FileView file, KIV_ALLOCATOR *scratch, DebugSections *sections);
 
 }  // namespace kiv::inspect
 

@@ -25,7 +25,7 @@ template <class Level>
 class EntryWalk {
  public:
   /// REQUIRES: errors and pool outlive this.
-  EntryWalk(ByteView file, const Errors &errors, KIV_ALLOCATOR *pool)
+  EntryWalk(FileView file, const Errors &errors, KIV_ALLOCATOR *pool)
       : file_(file), errors_(errors), pool_(pool), info_(errors, file.size()) {}
 
   /// Once. For each entry calls
@@ -91,7 +91,7 @@ class EntryWalk {
 
   static constexpr uint32_t kMostLevels = 4096;  // entries nest as deep as the blocks and scopes of a program's text
 
-  ByteView file_;
+  FileView file_;
   const Errors &errors_;
   KIV_ALLOCATOR *pool_;
   DebugInfo info_;

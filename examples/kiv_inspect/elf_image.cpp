@@ -1,7 +1,5 @@
 #include "examples/kiv_inspect/elf_image.h"
 
-#include <cstring>
-
 namespace kiv::inspect {
 namespace {
 
@@ -32,9 +30,12 @@ const Layout &layout(bool has_64_bits) { return has_64_bits ? kLayout64 : kLayou
 
 }  // namespace
 
-bool ElfImage::recognises(ByteView file) { return file.size() >= 4 && std::memcmp(file.data(), "\177ELF", 4) == 0; }
+bool ElfImage::recognises(FileView file) {
+  const auto magic = file.part(0, 4);
+  return magic && magic->text() == "\177ELF";
+}
 
-Status ElfImage::open(ByteView file) {
+Status ElfImage::open(FileView file) {
   const uint64_t elf_class = file.number(kClass);
   if (elf_class != 1 && elf_class != 2) return errors_.failure("its ELF class is unknown[|]");
   const uint64_t byte_order = file.number(kByteOrder);

@@ -3,7 +3,7 @@
 #ifndef KIV_INSPECT_ELF_IMAGE_H
 #define KIV_INSPECT_ELF_IMAGE_H
 
-#include "examples/kiv_inspect/byte_view.h"
+#include "examples/kiv_inspect/file_view.h"
 #include "examples/kiv_inspect/status.h"
 
 namespace kiv::inspect {
@@ -18,8 +18,14 @@ struct ElfSection {
   uint64_t size;
   uint64_t entry_size;
 
-  enum : uint32_t { kNoBits = 8 };                                                // types: without bytes in the file
-  enum : uint64_t { kAllocated = 2, kThreadLocal = 0x400, kCompressed = 0x800 };  // flags
+  enum : uint32_t { kNoBits = 8 };  // types: without bytes in the file
+  enum : uint64_t {
+    kWritable = 1,
+    kAllocated = 2,
+    kExecutable = 4,
+    kThreadLocal = 0x400,
+    kCompressed = 0x800
+  };  // flags
   bool has(uint64_t flag) const { return (flags & flag) != 0; }
 };
 
@@ -38,10 +44,10 @@ class ElfImage {
   /// REQUIRES: the errors outlive this.
   explicit ElfImage(const Errors &errors) : errors_(errors) {}
 
-  static bool recognises(ByteView file);
+  static bool recognises(FileView file);
 
   /// REQUIRES: recognises(file).
-  Status open(ByteView file);
+  Status open(FileView file);
 
   bool has_64_bits() const { return has_64_bits_; }
   int address_digits() const { return has_64_bits_ ? 16 : 8; }  // hexadecimal ones
@@ -70,7 +76,7 @@ class ElfImage {
 
  private:
   const Errors &errors_;
-  ByteView file_;
+  FileView file_;
   ByteView section_table_;
   bool has_64_bits_ = false;
   uint16_t type_ = 0;

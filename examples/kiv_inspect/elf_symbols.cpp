@@ -67,7 +67,7 @@ Status read_table(const ElfImage &image, const ElfSection &section, SymbolNames 
 
 }  // namespace
 
-Status read_elf_symbols(ByteView file, SymbolTable &table) {
+Status read_elf_symbols(FileView file, SymbolTable &table) {
   ElfImage image(table.errors());
   Status status = image.open(file);
   table.address_digits = image.address_digits();

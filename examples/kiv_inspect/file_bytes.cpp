@@ -1,52 +1,85 @@
 #include "examples/kiv_inspect/file_bytes.h"
 
-#include <cstdio>
+#include <algorithm>
 
 namespace kiv::inspect {
 namespace {
 
-/// The file's size with the position back at its start, or -1. The C runtime's own `long` is too short for that.
-int64_t measure(FILE *file) {
+/// The C runtime's own `long` is too short for an offset.
+bool seek(std::FILE *file, int64_t offset, int origin) {
 #ifdef _WIN32
-  if (_fseeki64(file, 0, SEEK_END) != 0) return -1;
-  const int64_t size = _ftelli64(file);
-  return _fseeki64(file, 0, SEEK_SET) == 0 ? size : -1;
+  return _fseeki64(file, offset, origin) == 0;
 #else
-  if (fseeko(file, 0, SEEK_END) != 0) return -1;
-  const int64_t size = ftello(file);
-  return fseeko(file, 0, SEEK_SET) == 0 ? size : -1;
+  return fseeko(file, offset, origin) == 0;
 #endif
 }
 
-Status read_open_file(const Errors &errors, FILE *file, KIV_ALLOCATOR *allocator, ByteView *bytes) {
-  const int64_t size = measure(file);
-  if (size < 0) return errors.system_failure("it cannot be read: [0_S][|]");
-  // A folder can be opened on some systems; its first byte can be read on none.
-  if (std::ungetc(std::getc(file), file) == EOF && std::ferror(file) != 0)
-    return errors.system_failure("it cannot be read: [0_S][|]");
-  if (size > int64_t{UINT32_MAX}) return errors.failure("it has more than 4 GiB - 1 bytes[|]");
-  if (size == 0) {
-    *bytes = ByteView();
-    return {};
-  }
-  auto *block = static_cast<uint8_t *>(allocator->alloc(allocator, static_cast<uint32_t>(size)));
-  if (block == nullptr) return errors.out_of_memory();
-  // A file that shrank meanwhile is as good as one that was shorter from the start.
-  const size_t count = std::fread(block, 1, static_cast<size_t>(size), file);
-  if (std::ferror(file) != 0) return errors.system_failure("it cannot be read: [0_S][|]");
-  *bytes = ByteView(block, static_cast<uint32_t>(count), ByteOrder::little);
-  return {};
+int64_t position(std::FILE *file) {
+#ifdef _WIN32
+  return _ftelli64(file);
+#else
+  return ftello(file);
+#endif
 }
+
+constexpr char kUnreadable[] = "it cannot be read: [0_S][|]";
 
 }  // namespace
 
-Status read_file(const Errors &errors, const char *path, KIV_ALLOCATOR *allocator, ByteView *bytes) {
-  FILE *file = std::fopen(path, "rb");
-  if (file == nullptr)
-    return errors.system_failure({"it cannot be opened: [0_S][|]", U"Does the file exist, and may you read it?"});
-  const Status status = read_open_file(errors, file, allocator, bytes);
-  (void)std::fclose(file);
-  return status;
+Status FileBytes::open(const char *path, KIV_ALLOCATOR *allocator, Reading reading) {
+  file_ = std::fopen(path, "rb");
+  if (file_ == nullptr)
+    return errors_.system_failure({"it cannot be opened: [0_S][|]", U"Does the file exist, and may you read it?"});
+  // What is read goes straight to its place.
+  (void)std::setvbuf(file_, nullptr, _IONBF, 0);
+  Status status = measure();
+  if (!status.ok() || size_ == 0) return status;
+  bytes_ = static_cast<uint8_t *>(allocator->alloc(allocator, size_));
+  pieces_ = static_cast<uint8_t *>(allocator->calloc(allocator, size_ / kPieceSize / 8 + 1, 1));
+  if (bytes_ == nullptr || pieces_ == nullptr) return errors_.out_of_memory();
+  if (reading == Reading::at_once) {
+    (void)load(0, size_);
+    close();
+  }
+  return status_;
+}
+
+Status FileBytes::measure() {
+  const int64_t size = seek(file_, 0, SEEK_END) ? position(file_) : -1;
+  if (size < 0 || !seek(file_, 0, SEEK_SET)) return errors_.system_failure(kUnreadable);
+  // A folder can be opened on some systems; its first byte can be read on none.
+  if (std::getc(file_) == EOF && std::ferror(file_) != 0) return errors_.system_failure(kUnreadable);
+  if (size > int64_t{UINT32_MAX}) return errors_.failure("it has more than 4 GiB - 1 bytes[|]");
+  size_ = static_cast<uint32_t>(size);
+  return {};
+}
+
+void FileBytes::close() {
+  if (file_ != nullptr) (void)std::fclose(file_);
+  file_ = nullptr;
+}
+
+bool FileBytes::load(uint32_t offset, uint32_t size) {
+  if (size == 0) return true;
+  const uint32_t last = (offset + (size - 1)) / kPieceSize;
+  for (uint32_t piece = offset / kPieceSize; piece <= last; ++piece) {
+    if (has(piece)) continue;
+    if (!status_.ok()) return false;
+    uint32_t end = piece + 1;
+    while (end <= last && !has(end)) ++end;
+    const uint32_t start = piece * kPieceSize;
+    status_ = read(start, static_cast<uint32_t>(std::min<uint64_t>(size_, uint64_t{end} * kPieceSize)) - start);
+    if (!status_.ok()) return false;
+    for (; piece < end; ++piece) pieces_[piece / 8] = static_cast<uint8_t>(pieces_[piece / 8] | 1u << piece % 8);
+  }
+  return true;
+}
+
+Status FileBytes::read(uint32_t offset, uint32_t size) {
+  if (!seek(file_, offset, SEEK_SET)) return errors_.system_failure(kUnreadable);
+  if (std::fread(bytes_ + offset, 1, size, file_) == size) return {};
+  if (std::ferror(file_) != 0) return errors_.system_failure(kUnreadable);
+  return errors_.failure("it has become shorter since it was opened[|]");
 }
 
 }  // namespace kiv::inspect

@@ -10,7 +10,7 @@
 
 namespace kiv::inspect {
 
-Status MemoryMap::open(ByteView file, KIV_ALLOCATOR *pool) {
+Status MemoryMap::open(FileView file, KIV_ALLOCATOR *pool) {
   regions_ = kiv_avl_new_using_KIV_ALLOCATOR(pool, by_field<&MemoryRegion::address>, nullptr, nullptr);
   if (regions_ == nullptr) return errors_.out_of_memory();
   ProgramFormat format;
@@ -25,7 +25,7 @@ Status MemoryMap::add(const MemoryRegion &region, KIV_ALLOCATOR *pool) {
   return added != nullptr && kiv_avl_insert(regions_, added) == 0 ? Status{} : errors_.out_of_memory();
 }
 
-Status MemoryMap::read_elf(ByteView file, KIV_ALLOCATOR *pool) {
+Status MemoryMap::read_elf(FileView file, KIV_ALLOCATOR *pool) {
   ElfImage image(errors_);
   Status status = image.open(file);
   order_ = image.order();
@@ -52,7 +52,7 @@ Status MemoryMap::read_elf(ByteView file, KIV_ALLOCATOR *pool) {
   return status;
 }
 
-Status MemoryMap::read_pe(ByteView file, KIV_ALLOCATOR *pool) {
+Status MemoryMap::read_pe(FileView file, KIV_ALLOCATOR *pool) {
   PeImage image(errors_);
   Status status = image.open(file, pool);
   address_digits_ = image.address_digits();

@@ -6,7 +6,7 @@
 #ifndef KIV_INSPECT_MEMORY_MAP_H
 #define KIV_INSPECT_MEMORY_MAP_H
 
-#include "examples/kiv_inspect/byte_view.h"
+#include "examples/kiv_inspect/file_view.h"
 #include "examples/kiv_inspect/status.h"
 #include "kiv_allocator.h"
 #include "kiv_avl.h"
@@ -28,7 +28,7 @@ class MemoryMap {
   /// Reads the regions of a program of any known format: the segments of an ELF file, or its sections when it has no
   /// segments; the headers and sections of a PE file. An object file is refused. The map's memory comes from the pool
   /// and is not given back.
-  Status open(ByteView file, KIV_ALLOCATOR *pool);
+  Status open(FileView file, KIV_ALLOCATOR *pool);
 
   /// Whether all of these addresses are in the program.
   bool contains(uint64_t address, uint64_t count) const;
@@ -42,8 +42,8 @@ class MemoryMap {
 
  private:
   Status add(const MemoryRegion &region, KIV_ALLOCATOR *pool);
-  Status read_elf(ByteView file, KIV_ALLOCATOR *pool);
-  Status read_pe(ByteView file, KIV_ALLOCATOR *pool);
+  Status read_elf(FileView file, KIV_ALLOCATOR *pool);
+  Status read_pe(FileView file, KIV_ALLOCATOR *pool);
   const MemoryRegion *region_at(uint64_t address) const;
   uint64_t size_from(const MemoryRegion &region, uint64_t address) const;
 

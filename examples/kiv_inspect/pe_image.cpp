@@ -14,6 +14,7 @@ constexpr uint32_t kSectionSize = 40;
 constexpr uint32_t kCoffSymbolSize = 18;
 constexpr uint32_t kShortNameSize = 8;
 constexpr uint32_t kExecutable = 0x20000000;
+constexpr uint32_t kWritable = 0x80000000;
 
 /// The optional header of one width.
 struct Layout {
@@ -47,14 +48,14 @@ std::optional<uint64_t> name_offset(ByteView name) {
 
 }  // namespace
 
-bool PeImage::recognises(ByteView file) {
+bool PeImage::recognises(FileView file) {
   const auto dos_header = file.in_order(ByteOrder::little).part(0, kDosHeaderSize);
   if (!dos_header || dos_header->u16(0) != 0x5A4D) return false;  // "MZ"
   const auto signature = file.part(dos_header->u32(kHeaderOffsetAt), 4);
   return signature && signature->in_order(ByteOrder::little).u32(0) == 0x4550;  // "PE", two zeros
 }
 
-Status PeImage::open(ByteView file, KIV_ALLOCATOR *scratch) {
+Status PeImage::open(FileView file, KIV_ALLOCATOR *scratch) {
   file_ = file.in_order(ByteOrder::little);
   const uint64_t header_at = file_.u32(kHeaderOffsetAt);
   const auto header = file_.part(header_at, kCoffHeaderSize);
@@ -98,6 +99,7 @@ Status PeImage::read_sections(ByteView headers, uint32_t count, KIV_ALLOCATOR *s
     section.memory_size = header.u32(8);
     section.size = std::max(section.memory_size, section.file_size);
     section.executable = (header.u32(36) & kExecutable) != 0;
+    section.writable = (header.u32(36) & kWritable) != 0;
     section.name = header.part(0, kShortNameSize).value_or(ByteView());
     // Sections do not overlap. In a damaged file that has some, the earlier of two at one address counts.
     if (section.size != 0 && kiv_avl_insert(by_address_, &section) != 0) return errors_.out_of_memory();

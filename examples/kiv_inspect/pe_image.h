@@ -3,7 +3,7 @@
 #ifndef KIV_INSPECT_PE_IMAGE_H
 #define KIV_INSPECT_PE_IMAGE_H
 
-#include "examples/kiv_inspect/byte_view.h"
+#include "examples/kiv_inspect/file_view.h"
 #include "examples/kiv_inspect/status.h"
 #include "kiv_allocator.h"
 #include "kiv_avl.h"
@@ -17,6 +17,7 @@ struct PeSection {
   uint32_t file_size;
   uint32_t memory_size;  // 0: as in the file, which is padded there
   bool executable;
+  bool writable;
   ByteView name;  // 8 bytes, shorter ones with a zero behind them, or a reference to the string table
 };
 
@@ -25,10 +26,10 @@ class PeImage {
   /// REQUIRES: the errors outlive this.
   explicit PeImage(const Errors &errors) : errors_(errors) {}
 
-  static bool recognises(ByteView file);
+  static bool recognises(FileView file);
 
   /// Memory for the sections comes from scratch and is not given back. REQUIRES: recognises(file).
-  Status open(ByteView file, KIV_ALLOCATOR *scratch);
+  Status open(FileView file, KIV_ALLOCATOR *scratch);
 
   /// Where failures of its readers come from.
   const Errors &errors() const { return errors_; }
@@ -83,7 +84,7 @@ class PeImage {
   Status read_sections(ByteView headers, uint32_t count, KIV_ALLOCATOR *scratch);
 
   const Errors &errors_;
-  ByteView file_;
+  FileView file_;
   bool has_64_bits_ = false;
   bool is_x86_ = false;
   uint64_t base_ = 0;

@@ -41,7 +41,7 @@ Status add_coff_symbol(const PeImage &image, ByteView entry, ByteView strings, S
   return status.ok() && !symbol.name.empty() ? table.add(symbol) : status;
 }
 
-Status read_coff_symbols(ByteView file, const PeImage &image, SymbolNames &names, SymbolTable &table) {
+Status read_coff_symbols(FileView file, const PeImage &image, SymbolNames &names, SymbolTable &table) {
   const auto [offset, count] = image.coff_symbols();
   if (offset == 0 || count == 0) return {};
   const uint64_t size = uint64_t{count} * kSymbolSize;
@@ -114,7 +114,7 @@ Status read_exports(const PeImage &image, SymbolNames &names, SymbolTable &table
 
 }  // namespace
 
-Status read_pe_symbols(ByteView file, SymbolTable &table) {
+Status read_pe_symbols(FileView file, SymbolTable &table) {
   file = file.in_order(ByteOrder::little);
   PeImage image(table.errors());
   Status status = image.open(file, table.pool());

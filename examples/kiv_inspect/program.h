@@ -2,8 +2,8 @@
 #ifndef KIV_INSPECT_PROGRAM_H
 #define KIV_INSPECT_PROGRAM_H
 
-#include "examples/kiv_inspect/byte_view.h"
 #include "examples/kiv_inspect/constant_table.h"
+#include "examples/kiv_inspect/file_bytes.h"
 #include "examples/kiv_inspect/memory_map.h"
 #include "examples/kiv_inspect/memory_pool.h"
 #include "examples/kiv_inspect/section_table.h"
@@ -15,22 +15,23 @@
 namespace kiv::inspect {
 
 /// Reads the symbols of a program of any known format into an open table.
-Status read_symbols(ByteView file, SymbolTable &table);
+Status read_symbols(FileView file, SymbolTable &table);
 
 /// All memory comes from a pool, so that one call gives everything back. The objects among the constants are deleted
 /// one by one, and come from the parent.
 class Program {
  public:
   /// REQUIRES: errors and parent outlive the program.
-  Program(const Errors &errors, KIV_ALLOCATOR *parent);
+  Program(const Errors &errors, KIV_ALLOCATOR *parent, Reading reading = Reading::on_demand);
   Program(const Program &) = delete;
   Program &operator=(const Program &) = delete;
 
-  /// Reads the file, before any of the following. Each part is read once; further calls find it there. After a failure
+  /// Opens the file, before any of the following. Each part is read once; further calls find it there. After a failure
   /// the program is of no further use.
   Status load(const char *path);
 
   Status load_symbols();
+  Status load_sections();
   /// The sections, and sizes of the symbols that have none. After load_symbols.
   Status load_extents();
   Status load_constants();
@@ -47,16 +48,25 @@ class Program {
   const MemoryMap &memory() const { return memory_map_; }
 
  private:
-  enum Part : unsigned { kFile = 1, kSymbols = 2, kExtents = 4, kConstants = 8, kTypes = 16, kMemory = 32 };
+  enum Part : unsigned {
+    kFile = 1,
+    kSymbols = 2,
+    kExtents = 4,
+    kConstants = 8,
+    kTypes = 16,
+    kMemory = 32,
+    kSections = 64
+  };
   bool has(Part part);
-  Status loaded(Status status);
+  Status loaded(Status status, const Message &failure);
 
   const Errors &errors_;
   KIV_ALLOCATOR *parent_;
   MemoryPool pool_;
   unsigned parts_ = 0;
   bool has_failed_ = false;
-  ByteView file_;
+  const Reading reading_;
+  FileBytes file_;
   SymbolTable symbols_;
   SectionTable sections_;
   ConstantTable constants_;

@@ -5,7 +5,7 @@
 
 namespace kiv::inspect {
 
-Status recognise(const Errors &errors, ByteView file, ProgramFormat *format) {
+Status recognise(const Errors &errors, FileView file, ProgramFormat *format) {
   const bool is_elf = ElfImage::recognises(file);
   if (!is_elf && !PeImage::recognises(file)) return errors.failure("it is neither an ELF nor a PE file[|]");
   *format = is_elf ? ProgramFormat::elf : ProgramFormat::pe;

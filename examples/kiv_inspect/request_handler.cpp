@@ -4,10 +4,10 @@
 
 namespace kiv::inspect {
 
-Status RequestHandler::open() { return program_.emplace(errors_, allocator_).load(path_); }
+Status RequestHandler::open() { return program_.emplace(errors_, allocator_, Reading::at_once).load(path_); }
 
 Outcome RequestHandler::answer(int count, char **words, Sink &out, Sink &err) {
-  if (!program_) program_.emplace(errors_, allocator_);
+  if (!program_) program_.emplace(errors_, allocator_, Reading::at_once);
   char none[] = "";
   char *no_words[] = {none};
   if (count < 1) words = no_words;

@@ -24,7 +24,7 @@ bool takes_memory(const ElfSection &section) {
 
 }  // namespace
 
-Status SectionTable::open(ByteView file, KIV_ALLOCATOR *pool) {
+Status SectionTable::open(FileView file, KIV_ALLOCATOR *pool) {
   sections_ = kiv_avl_new_using_KIV_ALLOCATOR(pool, by_address, nullptr, nullptr);
   if (sections_ == nullptr) return errors_.out_of_memory();
   ProgramFormat format;
@@ -38,10 +38,11 @@ Status SectionTable::add(const Section &section, KIV_ALLOCATOR *pool) {
   return added != nullptr && kiv_avl_insert(sections_, added) == 0 ? Status{} : errors_.out_of_memory();
 }
 
-Status SectionTable::read_elf(ByteView file, KIV_ALLOCATOR *pool) {
+Status SectionTable::read_elf(FileView file, KIV_ALLOCATOR *pool) {
   ElfImage image(errors_);
   Status status = image.open(file);
   is_linked_ = image.is_linked();
+  address_digits_ = image.address_digits();
   if (!status.ok() || !is_linked_) return status;
   ByteView strings;
   status = image.section_names(&strings);
@@ -49,23 +50,32 @@ Status SectionTable::read_elf(ByteView file, KIV_ALLOCATOR *pool) {
   for (uint32_t i = 0; status.ok() && i < image.section_count(); ++i) {
     const ElfSection section = image.section(i);
     if (!takes_memory(section)) continue;
-    Section added = {address_range(section.address, section.size, image.address_digits()), i, {}};
+    Section added = {address_range(section.address, section.size, image.address_digits()),
+                     i,
+                     {},
+                     section.has(ElfSection::kExecutable),
+                     section.has(ElfSection::kWritable)};
     if (strings.size() != 0) status = names.read(strings, section.name, &added.name);
     if (status.ok()) status = add(added, pool);
   }
   return status;
 }
 
-Status SectionTable::read_pe(ByteView file, KIV_ALLOCATOR *pool) {
+Status SectionTable::read_pe(FileView file, KIV_ALLOCATOR *pool) {
   PeImage image(errors_);
   Status status = image.open(file, pool);
+  address_digits_ = image.address_digits();
   SymbolNames names(errors_, file.size());
   for (uint32_t i = 1; status.ok() && i <= image.section_count(); ++i) {
     const PeSection &section = *image.section_by_number(i);
     // What the file has beyond the size in memory is padding.
     const uint32_t size = section.memory_size != 0 ? section.memory_size : section.file_size;
     if (size == 0) continue;
-    Section added = {address_range(image.address_of(section.address), size, image.address_digits()), i, {}};
+    Section added = {address_range(image.address_of(section.address), size, image.address_digits()),
+                     i,
+                     {},
+                     section.executable,
+                     section.writable};
     ByteView name;
     status = image.name(section, &name);
     if (status.ok()) status = names.read_field(name, &added.name);

@@ -9,7 +9,7 @@
 #include <string_view>
 
 #include "examples/kiv_inspect/address_range.h"
-#include "examples/kiv_inspect/byte_view.h"
+#include "examples/kiv_inspect/file_view.h"
 #include "examples/kiv_inspect/status.h"
 #include "kiv_allocator.h"
 #include "kiv_avl.h"
@@ -20,6 +20,8 @@ struct Section {
   AddressRange addresses;
   uint32_t number;        // in the file
   std::string_view name;  // in the file's bytes
+  bool is_executable = false;
+  bool is_writable = false;
 };
 
 class SectionTable {
@@ -29,10 +31,13 @@ class SectionTable {
 
   /// Reads the sections of a program of any known format that take memory. Object files have none: their sections have
   /// no addresses yet. Memory comes from the pool and is not given back.
-  Status open(ByteView file, KIV_ALLOCATOR *pool);
+  Status open(FileView file, KIV_ALLOCATOR *pool);
 
   /// Whether addresses are final, unlike those of an object file.
   bool is_linked() const { return is_linked_; }
+
+  /// Hexadecimal digits of the program's addresses: 8 or 16.
+  int address_digits() const { return address_digits_; }
 
   /// A section around an address, of several that one which starts last; or null.
   const Section *around(uint64_t address) const;
@@ -42,12 +47,13 @@ class SectionTable {
 
  private:
   Status add(const Section &section, KIV_ALLOCATOR *pool);
-  Status read_elf(ByteView file, KIV_ALLOCATOR *pool);
-  Status read_pe(ByteView file, KIV_ALLOCATOR *pool);
+  Status read_elf(FileView file, KIV_ALLOCATOR *pool);
+  Status read_pe(FileView file, KIV_ALLOCATOR *pool);
 
   const Errors &errors_;
   KIV_AVL_TREE *sections_ = nullptr;
   bool is_linked_ = true;
+  int address_digits_ = 16;
 };
 
 }  // namespace kiv::inspect

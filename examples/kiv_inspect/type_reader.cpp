@@ -45,7 +45,7 @@ struct Level {
 
 class Visitor {
  public:
-  Visitor(ByteView file, TypeTable &table) : table_(table), walk_(file, table.errors(), table.pool()) {}
+  Visitor(FileView file, TypeTable &table) : table_(table), walk_(file, table.errors(), table.pool()) {}
 
   Status run() { return declared_.open(table_.pool()) ? walk_.run(*this) : table_.errors().out_of_memory(); }
 
@@ -106,6 +106,6 @@ class Visitor {
 
 }  // namespace
 
-Status read_types(ByteView file, TypeTable &table) { return Visitor(file, table).run(); }
+Status read_types(FileView file, TypeTable &table) { return Visitor(file, table).run(); }
 
 }  // namespace kiv::inspect

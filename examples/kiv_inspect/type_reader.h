@@ -5,7 +5,7 @@
 #ifndef KIV_INSPECT_TYPE_READER_H
 #define KIV_INSPECT_TYPE_READER_H
 
-#include "examples/kiv_inspect/byte_view.h"
+#include "examples/kiv_inspect/file_view.h"
 #include "examples/kiv_inspect/status.h"
 #include "examples/kiv_inspect/type_table.h"
 
@@ -15,7 +15,7 @@ namespace kiv::inspect {
 /// Types are in the scopes around them, or around the declarations that they complete; those in a function are in the
 /// scope around it. Enumerations and namespaces without a name are there; what is in other types without one is in the
 /// scope around these. The table is open.
-Status read_types(ByteView file, TypeTable &table);
+Status read_types(FileView file, TypeTable &table);
 
 }  // namespace kiv::inspect
 
