@@ -11,6 +11,6 @@ else
   clang-format -i "${sources[@]}"
 fi
 build linux-x86_64 -DKIV_TESTS=ON
-git ls-files 'base/*.cpp' 'containers/*.cpp' 'examples/*.cpp' 'foundation/*.cpp' 'net/*.cpp' 'numbers/*.cpp' 'objects/*.cpp' 'os/*.cpp' 'text/*.cpp' |
+git ls-files 'base/*.cpp' 'containers/*.cpp' 'debugsupport/*.cpp' 'examples/*.cpp' 'foundation/*.cpp' 'net/*.cpp' 'numbers/*.cpp' 'objects/*.cpp' 'os/*.cpp' 'text/*.cpp' |
   grep -v win32 |
   xargs -P 2 -n 4 clang-tidy -p build/linux-x86_64 --quiet --extra-arg=-Wno-ignored-optimization-argument
