@@ -18,7 +18,7 @@
  *     allocator.
  *  3. A text is given in one of three ways, of which the first that is there counts: a byte string, a string, each of
  *     which may be null, and a code point.
- *  4. Strings are copied. They may be strings of the list's own parts.
+ *  4. Strings are copied. A KIV_STRING may be one of the list's own, a byte string does not lie in their memory.
  *  5. After a failure the list is as it was, and nothing is left allocated.
  *
  * Costs: an operation is linear in the texts that it is given, an append to a literal part also in that part's text.
@@ -39,12 +39,12 @@ typedef struct KIV_DISASM_VALUE {
   uint32_t words[4];
 } KIV_DISASM_VALUE;
 
-/** A part. The two unused words are whoever's who displays parts; they are 0 in a new one. */
+/** A part. Whoever displays parts may keep something in the two unused words. */
 typedef struct KIV_DISASM_PART {
   KIV_STRING text;        /**< what is shown; never null in a list */
-  uintptr_t unused_1;     /**< */
+  uintptr_t unused_1;     /**< 0 in a new part; not read */
   KIV_STRING symbol;      /**< null: the part is literal */
-  uintptr_t unused_2;     /**< */
+  uintptr_t unused_2;     /**< 0 in a new part; not read */
   KIV_DISASM_VALUE value; /**< of a symbolic part; all 0 in a literal one */
   KIV_DBLL_NODE node;     /**< its data is the part */
 } KIV_DISASM_PART;
