@@ -76,9 +76,10 @@ Status print_reply(const Arguments &arguments, KIV_STREAM *stream, Outcome *outc
   kiv_socket_process_piggybacked_value(stream, nullptr, nullptr);
   if (status.ok()) status = output.finish();
   if (!status.ok()) return status;
-  const uint64_t exit_status = parse_count(reader.text()).value_or(3);
-  if (exit_status > 2) return errors.failure("the reply makes no sense[|]");
-  *outcome = static_cast<Outcome>(exit_status);
+  constexpr Outcome kOutcomes[] = {Outcome::done, Outcome::failed, Outcome::refused};
+  const uint64_t end = parse_count(reader.text()).value_or(3);
+  if (end > 2) return errors.failure("the reply makes no sense[|]");
+  *outcome = kOutcomes[end];
   return {};
 }
 

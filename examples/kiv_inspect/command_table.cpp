@@ -80,6 +80,15 @@ constexpr Command kCommands[] = {
      {"the bytes from an address on, as they are loaded; with FIRST:WIDTH a bit field out of them, too: 1 to 128 bits,",
       "from bit FIRST on, of a number in the byte order of the program, or big (be) or little endian (le)"},
      run_bytes},
+    {"disasm",
+     "",
+     "HEX COUNT",
+     true,
+     3,
+     3,
+     {"COUNT instructions from an address on: address, bytes, text; addresses in it with the nearest symbol behind "
+      "them"},
+     run_disasm},
     {"serve",
      "[--once] [--patience N] ",
      "PORT",
@@ -95,7 +104,8 @@ constexpr Command kCommands[] = {
      false,
      3,
      INT_MAX,
-     {"what the server there has to say to a request: symbols, resolve, ranges, constants or bytes, without a program"},
+     {"what the server there has to say to a request: symbols, resolve, ranges, constants, bytes or disasm, without a "
+      "program"},
      run_ask},
 };
 

@@ -47,5 +47,5 @@ int main(int argc, char **argv) {
   (void)std::setlocale(LC_CTYPE, "");
   using namespace kiv::inspect;
   const bool watched = argc > 1 && std::strcmp(argv[1], kDebugHeap) == 0;
-  return static_cast<int>(watched ? run_watched(argc - 2, argv + 2) : run_plainly(argc - 1, argv + 1));
+  return exit_status(watched ? run_watched(argc - 2, argv + 2) : run_plainly(argc - 1, argv + 1));
 }

@@ -65,10 +65,10 @@ bool Server::answer_request(KIV_STREAM *stream) {
   if (count < 0) {
     constexpr char kWords[] = "the request is no line of words, or too long\n";
     reply.err().write(kWords, sizeof kWords - 1);
-    reply.end(static_cast<int>(Outcome::wrong_usage));
+    reply.end(exit_status(Outcome::wrong_usage));
     return false;
   }
-  reply.end(static_cast<int>(handler_.answer(count, words, reply.out(), reply.err())));
+  reply.end(exit_status(handler_.answer(count, words, reply.out(), reply.err())));
   return stream->error == 0;
 }
 
