@@ -6,7 +6,9 @@
 #ifndef KIV_INSPECT_BYTE_VIEW_H
 #define KIV_INSPECT_BYTE_VIEW_H
 
+#include <bit>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <string_view>
 
@@ -44,6 +46,20 @@ class ByteView {
 
   uint64_t number(Field field) const {
     if (!contains(field.offset, field.width)) return 0;
+    if (order_ == kHostOrder) {
+      switch (field.width) {
+        case 1:
+          return data_[field.offset];
+        case 2:
+          return load<uint16_t>(field.offset);
+        case 4:
+          return load<uint32_t>(field.offset);
+        case 8:
+          return load<uint64_t>(field.offset);
+        default:
+          break;
+      }
+    }
     uint64_t value = 0;
     for (uint32_t i = 0; i < field.width; ++i) {
       const uint32_t at = order_ == ByteOrder::big ? i : field.width - 1 - i;
@@ -57,6 +73,15 @@ class ByteView {
   uint32_t u32(uint32_t offset) const { return static_cast<uint32_t>(number({offset, 4})); }
 
  private:
+  static constexpr ByteOrder kHostOrder = std::endian::native == std::endian::big ? ByteOrder::big : ByteOrder::little;
+
+  template <class Number>
+  Number load(uint32_t offset) const {
+    Number number;
+    std::memcpy(&number, data_ + offset, sizeof number);
+    return number;
+  }
+
   bool contains(uint64_t offset, uint64_t size) const { return offset <= size_ && size <= size_ - offset; }
 
   const uint8_t *data_ = nullptr;

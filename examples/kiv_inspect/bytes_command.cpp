@@ -139,11 +139,9 @@ Status print_field(const MemoryMap &memory, const Request &request, Output &outp
 
 Status show(const Arguments &arguments, const Request &request) {
   const Errors &errors = arguments.errors;
-  Program &program = arguments.program;
-  Status status = program.load(arguments.path);
-  if (status.ok()) status = program.load_memory();
+  Status status = arguments.load({&Program::load_memory});
   if (!status.ok()) return status;
-  const MemoryMap &memory = program.memory();
+  const MemoryMap &memory = arguments.program().memory();
   if (!memory.contains(request.address, request.count)) {
     return errors.failure("these addresses are not all in the program[|]");
   }

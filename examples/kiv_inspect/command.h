@@ -5,7 +5,7 @@
 #include <optional>
 #include <string_view>
 
-#include "examples/kiv_inspect/program.h"
+#include "examples/kiv_inspect/shared_program.h"
 #include "examples/kiv_inspect/sink.h"
 #include "examples/kiv_inspect/status.h"
 #include "kiv_allocator.h"
@@ -33,8 +33,8 @@ struct Arguments {
   char **values;
   KIV_ALLOCATOR *allocator;
   const Errors &errors;
-  Program &program;  // for commands that look into one
-  const char *path;  // its; null: it is among the arguments
+  SharedProgram &shared;  // for commands that look into one
+  const char *path;       // its; null: it is among the arguments
   Sink &out;
   Sink &err;
 
@@ -49,6 +49,12 @@ struct Arguments {
 
   /// Takes out the path of the program, which now comes first, unless it is known already. False when it is missing.
   bool take_path();
+
+  /// Reads these parts of the program, in this order, unless they are there. After take_path.
+  Status load(std::initializer_list<SharedProgram::Part> parts) const { return shared.load(path, parts, errors); }
+
+  /// What was loaded of it. Others may be looking into it, too.
+  const Program &program() const { return shared.program(); }
 };
 
 struct Command {

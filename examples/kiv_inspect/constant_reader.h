@@ -5,8 +5,8 @@
 #ifndef KIV_INSPECT_CONSTANT_READER_H
 #define KIV_INSPECT_CONSTANT_READER_H
 
-#include "examples/kiv_inspect/file_view.h"
 #include "examples/kiv_inspect/constant_table.h"
+#include "examples/kiv_inspect/file_view.h"
 #include "examples/kiv_inspect/status.h"
 
 namespace kiv::inspect {

@@ -31,10 +31,9 @@ Status print_constant(const Constant &constant, const NamePattern &pattern, cons
 
 Status list(const Arguments &arguments) {
   const Errors &errors = arguments.errors;
-  Program &program = arguments.program;
-  Status status = program.load(arguments.path);
-  if (status.ok()) status = program.load_constants();
+  Status status = arguments.load({&Program::load_constants});
   if (!status.ok()) return status;
+  const Program &program = arguments.program();
   Texts texts = {NameText(arguments.allocator), NameText(arguments.allocator)};
   NamePattern pattern(arguments.allocator);
   if (!pattern.set(arguments.count > 0 ? arguments.values[0] : nullptr, false)) return errors.out_of_memory();

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "examples/kiv_inspect/ascii_text.h"
 #include "kiv_string_convert.h"
 
 namespace kiv::inspect {
@@ -19,6 +20,11 @@ const KIV_UNICHAR *NameText::decode(std::string_view name) {
   char *again = bytes + units;
   std::copy(name.begin(), name.end(), bytes);
   bytes[name.size()] = '\0';
+  // Of ASCII the two ways to read it are the same.
+  if (is_ascii(name)) {
+    (void)kiv_string_convert_char_to_utf32(bytes, string, size);
+    return string;
+  }
   (void)kiv_string_convert_utf8_to_utf32(bytes, string, size);
   if (kiv_string_convert_utf32_to_utf8(string, again, size) == 0 || std::strcmp(bytes, again) != 0) {
     (void)kiv_string_convert_char_to_utf32(bytes, string, size);

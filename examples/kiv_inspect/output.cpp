@@ -10,8 +10,10 @@
 #include <cwchar>
 #include <iterator>
 
+#include "examples/kiv_inspect/ascii_text.h"
 #include "kiv_i18n.h"
 #include "kiv_string.h"
+#include "kiv_string_convert.h"
 
 namespace kiv::inspect {
 
@@ -93,8 +95,16 @@ void print_visible(const KIV_UNICHAR *text, Sink &sink) {
 }
 
 Status Output::print(const char *message, const void *const *words) {
-  if (kiv_i18n_prn8(nullptr, buffer_, kBufferSize, nullptr, message, words[0], words[1], words[2], words[3], words[4],
+  uint32_t count = 0;
+  if (kiv_i18n_prn8(nullptr, buffer_, kBufferSize, &count, message, words[0], words[1], words[2], words[3], words[4],
                     words[5], words[6], words[7]) == 0) {
+    // Nearly all lines are ASCII without control characters: what is visible then is what the bytes are.
+    if (kiv_string_convert_utf32_to_char_checked(buffer_, line_, kBufferSize) == 0 &&
+        is_printable_ascii({line_, count})) {
+      line_[count] = '\n';
+      sink_.write(line_, count + 1);
+      return {};
+    }
     print_visible(buffer_, sink_);
   } else {
     const KIV_STRING text = kiv_i18n_prna8(nullptr, allocator_, message, words[0], words[1], words[2], words[3],

@@ -47,12 +47,13 @@ class Output {
  private:
   Status print(const char *message, const void *const *words);
 
-  static constexpr uint32_t kBufferSize = 512;  // code points
+  static constexpr uint32_t kBufferSize = 512;
 
   Sink &sink_;
   const Errors &errors_;
   KIV_ALLOCATOR *allocator_;
   KIV_UNICHAR buffer_[kBufferSize];
+  char line_[kBufferSize];  // the buffer as bytes, when it is plain
 };
 
 /// Prints the record of a failure.

@@ -11,7 +11,9 @@ Status read_symbols(FileView file, SymbolTable &table) {
   ProgramFormat format;
   const Status status = recognise(table.errors(), file, &format);
   if (!status.ok()) return status;
-  return format == ProgramFormat::elf ? read_elf_symbols(file, table) : read_pe_symbols(file, table);
+  const Status read = format == ProgramFormat::elf ? read_elf_symbols(file, table) : read_pe_symbols(file, table);
+  table.sort();
+  return read;
 }
 
 Program::Program(const Errors &errors, KIV_ALLOCATOR *parent, Reading reading)
@@ -26,62 +28,60 @@ Program::Program(const Errors &errors, KIV_ALLOCATOR *parent, Reading reading)
       types_(errors),
       memory_map_(errors) {}
 
-/// Whether a part is there; from now on it is, or has failed.
-bool Program::has(Part part) {
-  const bool was_there = (parts_ & part) != 0;
-  parts_ |= part;
-  return was_there;
-}
-
-/// What came of a part. To its reader, bytes that could not be read are bytes that are not there.
-Status Program::loaded(Status status, const Message &failure) {
-  if (!file_.status().ok()) status = file_.status();
-  if (!status.ok()) has_failed_ = true;
-  return errors_.add(status, failure);
+template <class Read>
+Status Program::once(Part part, const Message &failure, Read read) {
+  if (!parts_[part]) {
+    Status status = read();
+    // To a reader, bytes that could not be read are bytes that are not there.
+    if (!file_.status().ok()) status = errors_.copy(file_.status());
+    parts_[part] = errors_.add(status, failure);
+  }
+  return *parts_[part];
 }
 
 Status Program::load(const char *path) {
-  if (has(kFile)) return {};
-  const Status status = pool_.ok() ? file_.open(path, pool_.memory(), reading_) : errors_.out_of_memory();
-  if (!status.ok()) has_failed_ = true;
-  return status;
+  auto &file = parts_[kFile];
+  if (!file) file = pool_.ok() ? file_.open(path, pool_.memory(), reading_) : errors_.out_of_memory();
+  return *file;
 }
 
 Status Program::load_symbols() {
-  if (has(kSymbols)) return {};
-  Status status = symbols_.open(pool_.pool());
-  if (status.ok()) status = read_symbols(file_.view(), symbols_);
-  return loaded(status, "its symbols cannot be read[|]");
+  return once(kSymbols, "its symbols cannot be read[|]", [&] {
+    const Status status = symbols_.open(pool_.pool());
+    return status.ok() ? read_symbols(file_.view(), symbols_) : status;
+  });
 }
 
 Status Program::load_sections() {
-  if (has(kSections)) return {};
-  return loaded(sections_.open(file_.view(), pool_.pool()), "its sections cannot be read[|]");
+  return once(kSections, "its sections cannot be read[|]", [&] { return sections_.open(file_.view(), pool_.pool()); });
 }
 
 Status Program::load_extents() {
   const Status status = load_sections();
-  if (status.ok() && !has(kExtents)) symbols_.estimate_sizes(sections_);
-  return status;
+  if (!status.ok()) return status;
+  return once(kExtents, "the sizes of its symbols cannot be estimated[|]", [&] {
+    symbols_.estimate_sizes(sections_);
+    return Status{};
+  });
 }
 
 Status Program::load_constants() {
-  if (has(kConstants)) return {};
-  Status status = constants_.open(pool_.pool(), parent_);
-  if (status.ok()) status = read_constants(file_.view(), constants_);
-  return loaded(status, "its constants cannot be read[|]");
+  return once(kConstants, "its constants cannot be read[|]", [&] {
+    const Status status = constants_.open(pool_.pool(), parent_);
+    return status.ok() ? read_constants(file_.view(), constants_) : status;
+  });
 }
 
 Status Program::load_types() {
-  if (has(kTypes)) return {};
-  Status status = types_.open(pool_.pool());
-  if (status.ok()) status = read_types(file_.view(), types_);
-  return loaded(status, "its types cannot be read[|]");
+  return once(kTypes, "its types cannot be read[|]", [&] {
+    const Status status = types_.open(pool_.pool());
+    return status.ok() ? read_types(file_.view(), types_) : status;
+  });
 }
 
 Status Program::load_memory() {
-  if (has(kMemory)) return {};
-  return loaded(memory_map_.open(file_.view(), pool_.pool()), "its memory cannot be laid out[|]");
+  return once(kMemory, "its memory cannot be laid out[|]",
+              [&] { return memory_map_.open(file_.view(), pool_.pool()); });
 }
 
 }  // namespace kiv::inspect

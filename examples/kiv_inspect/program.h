@@ -2,6 +2,8 @@
 #ifndef KIV_INSPECT_PROGRAM_H
 #define KIV_INSPECT_PROGRAM_H
 
+#include <optional>
+
 #include "examples/kiv_inspect/constant_table.h"
 #include "examples/kiv_inspect/file_bytes.h"
 #include "examples/kiv_inspect/memory_map.h"
@@ -14,7 +16,7 @@
 
 namespace kiv::inspect {
 
-/// Reads the symbols of a program of any known format into an open table.
+/// Reads the symbols of a program of any known format into an open table. After a failure it has those found so far.
 Status read_symbols(FileView file, SymbolTable &table);
 
 /// All memory comes from a pool, so that one call gives everything back. The objects among the constants are deleted
@@ -26,8 +28,8 @@ class Program {
   Program(const Program &) = delete;
   Program &operator=(const Program &) = delete;
 
-  /// Opens the file, before any of the following. Each part is read once; further calls find it there. After a failure
-  /// the program is of no further use.
+  /// Opens the file, before any of the following. Each part is read once; further calls find it there, or its failure,
+  /// whose record stays the program's: it takes no further entries.
   Status load(const char *path);
 
   Status load_symbols();
@@ -38,33 +40,21 @@ class Program {
   Status load_types();
   Status load_memory();
 
-  /// Whether a part could not be read.
-  bool has_failed() const { return has_failed_; }
-
   const SymbolTable &symbols() const { return symbols_; }
   const SectionTable &sections() const { return sections_; }
   const ConstantTable &constants() const { return constants_; }
-  TypeTable &types() { return types_; }
+  const TypeTable &types() const { return types_; }
   const MemoryMap &memory() const { return memory_map_; }
 
  private:
-  enum Part : unsigned {
-    kFile = 1,
-    kSymbols = 2,
-    kExtents = 4,
-    kConstants = 8,
-    kTypes = 16,
-    kMemory = 32,
-    kSections = 64
-  };
-  bool has(Part part);
-  Status loaded(Status status, const Message &failure);
+  enum Part { kFile, kSymbols, kSections, kExtents, kConstants, kTypes, kMemory, kParts };
+  template <class Read>
+  Status once(Part part, const Message &failure, Read read);
 
   const Errors &errors_;
   KIV_ALLOCATOR *parent_;
   MemoryPool pool_;
-  unsigned parts_ = 0;
-  bool has_failed_ = false;
+  std::optional<Status> parts_[kParts];  // what reading them came to
   const Reading reading_;
   FileBytes file_;
   SymbolTable symbols_;

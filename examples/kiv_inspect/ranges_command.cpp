@@ -16,11 +16,9 @@ constexpr AddressMessage kLine = {"[0_u64x.8] [1_u64x.8] [2_c] [3_S][|]", "[0_u6
 
 Status list(const Arguments &arguments, AddressRange range) {
   const Errors &errors = arguments.errors;
-  Program &program = arguments.program;
-  Status status = program.load(arguments.path);
-  if (status.ok()) status = program.load_symbols();
-  if (status.ok()) status = program.load_extents();
+  Status status = arguments.load({&Program::load_symbols, &Program::load_extents});
   if (!status.ok()) return status;
+  const Program &program = arguments.program();
   if (!program.sections().is_linked()) return errors.failure(kNotLinked);
 
   MemoryPool memory(arguments.allocator);

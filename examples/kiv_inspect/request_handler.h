@@ -1,8 +1,10 @@
-// Answers requests about one program, which is read once.
+// Answers requests about one program, which is read once, of several clients at a time.
+//
+// Representation. The program that new requests get, and in it the number of those that look into it.
+// Invariants. The mutex is held for as long as it takes to count. A program that is no longer handed out, since a part
+// of it could not be read, ends with the last request that has it: each of them sees one program from first to last.
 #ifndef KIV_INSPECT_REQUEST_HANDLER_H
 #define KIV_INSPECT_REQUEST_HANDLER_H
-
-#include <optional>
 
 #include "examples/kiv_inspect/command.h"
 
@@ -12,25 +14,29 @@ namespace kiv::inspect {
 /// All other memory that a request takes ends with it. What could not be read is tried anew by the next request.
 class RequestHandler {
  public:
-  /// REQUIRES: path and allocator outlive this.
-  RequestHandler(const char *path, KIV_ALLOCATOR *allocator) : path_(path), allocator_(allocator), errors_(allocator) {}
+  /// REQUIRES: path and allocator outlive this; any thread that asks may use the allocator.
+  RequestHandler(const char *path, KIV_ALLOCATOR *allocator);
+  /// REQUIRES: all requests are answered.
+  ~RequestHandler();
   RequestHandler(const RequestHandler &) = delete;
   RequestHandler &operator=(const RequestHandler &) = delete;
 
   /// Reads the program's file, so that one that cannot be read is known in front of all requests.
-  Status open();
+  Status open(const Errors &errors);
 
-  /// Runs a request: a command, and its arguments without the program. No words are no request.
+  /// Runs a request: a command, and its arguments without the program. No words are no request. For any thread.
   Outcome answer(int count, char **words, Sink &out, Sink &err);
 
-  /// Whose records a request ends.
-  const Errors &errors() const { return errors_; }
-
  private:
+  class Use;
+  SharedProgram *acquire();
+  void release(SharedProgram *program);
+  void end(SharedProgram *program);
+
   const char *path_;
   KIV_ALLOCATOR *allocator_;
-  Errors errors_;
-  std::optional<Program> program_;
+  kiv_mutex mutex_ = nullptr;         // null: there is none, and so no program
+  SharedProgram *current_ = nullptr;  // null: the next request makes one
 };
 
 }  // namespace kiv::inspect

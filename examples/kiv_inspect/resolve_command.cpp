@@ -64,7 +64,7 @@ class Batch {
 
   /// REQUIRES: the symbols are loaded.
   Status print(Output &output) {
-    const SymbolTable &symbols = arguments_.program.symbols();
+    const SymbolTable &symbols = arguments_.program().symbols();
     Status status = has_names_ ? lookup_.search(symbols) : Status{};
     for (uint32_t i = 0; i < queries_.count() && status.ok() && !output.has_failed(); ++i) {
       output.progress(i, queries_.count());
@@ -83,12 +83,15 @@ class Batch {
   }
 
   /// In a space of sections, the symbols of the section around the address count; without one, none does.
-  Status find(const TargetAddress &address, const Symbol **symbol) const {
-    Program &program = arguments_.program;
+  Status find(const TargetAddress &address, const Symbol **symbol) {
+    const Program &program = arguments_.program();
     *symbol = program.symbols().nearest(address.byte);
     if (*symbol == nullptr || !TargetSpaces::has_sections(*address.space)) return {};
-    const Status status = program.load_sections();
-    if (!status.ok()) return status;
+    if (!has_sections_) {
+      const Status status = arguments_.load({&Program::load_sections});
+      if (!status.ok()) return status;
+      has_sections_ = true;
+    }
     const Section *section = program.sections().around(address.byte);
     const bool is_there = section != nullptr && TargetSpaces::has_section(*address.space, *section) &&
                           (*symbol)->address >= section->addresses.first;
@@ -97,7 +100,7 @@ class Batch {
   }
 
   Status print_nearest(const TargetAddress &address, Output &output) {
-    const int digits = arguments_.program.symbols().address_digits;
+    const int digits = arguments_.program().symbols().address_digits;
     const Symbol *symbol = nullptr;
     const Status status = find(address, &symbol);
     if (!status.ok()) return status;
@@ -116,7 +119,7 @@ class Batch {
   Status print_named(const char *asked, Output &output) {
     const KIV_UNICHAR *name = text_.decode(asked);
     if (name == nullptr) return out_of_memory();
-    const char *line = kStart.of(arguments_.program.symbols().address_digits);
+    const char *line = kStart.of(arguments_.program().symbols().address_digits);
     const NameLookup::Match *match = lookup_.matches(name);
     if (match == nullptr) return output.line("[0_S] no symbol[|]", name);
     Status status;
@@ -133,15 +136,11 @@ class Batch {
   PointerVector<Query> queries_;
   NameText text_;
   bool has_names_ = false;
+  bool has_sections_ = false;
 };
 
-Status load(const Arguments &arguments) {
-  const Status status = arguments.program.load(arguments.path);
-  return status.ok() ? arguments.program.load_symbols() : status;
-}
-
 Status resolve_batch(const Arguments &arguments, Batch &batch) {
-  Status status = load(arguments);
+  Status status = arguments.load({&Program::load_symbols});
   if (!status.ok()) return status;
   Output output(arguments.out, arguments.errors, arguments.allocator);
   status = batch.print(output);
@@ -165,7 +164,7 @@ Status resolve_lines(const Arguments &arguments, const TargetSpaces &spaces, Lin
 
 /// Every answer is written before more of the input is waited for: another program may ask line by line.
 Status resolve_input(const Arguments &arguments, const TargetSpaces &spaces) {
-  Status status = load(arguments);
+  Status status = arguments.load({&Program::load_symbols});
   LineInput input(arguments.errors, arguments.allocator);
   Output output(arguments.out, arguments.errors, arguments.allocator);
   while (status.ok()) {

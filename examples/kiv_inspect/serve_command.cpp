@@ -1,13 +1,15 @@
-// kiv_inspect serve [--once] [--patience N] PROGRAM PORT: answers requests about the program until it is ended, or of
-// one client. A line on standard output tells that clients may come, and to which port: 0 leaves it to the system.
+// kiv_inspect serve [--once | --clients N] [--patience N] PROGRAM PORT: answers requests about the program until it is
+// ended, of several clients at a time; or of one client. A line on standard output tells that clients may come, and to
+// which port: 0 leaves it to the system.
 
 #include <optional>
+#include <string_view>
 
+#include "examples/kiv_inspect/client_threads.h"
 #include "examples/kiv_inspect/command.h"
 #include "examples/kiv_inspect/name_text.h"
 #include "examples/kiv_inspect/number_arguments.h"
 #include "examples/kiv_inspect/output.h"
-#include "examples/kiv_inspect/server.h"
 
 namespace kiv::inspect {
 namespace {
@@ -15,19 +17,28 @@ namespace {
 constexpr uint64_t kMostPatience = 86400;  // seconds
 
 struct Options {
-  bool once = false;
+  uint64_t count = UINT64_MAX;  // of clients: there is no end to them
+  uint32_t at_once = 8;
   uint32_t patience = 10;
   uint16_t port = 0;
 };
 
+/// Takes an option with a number from 1 to the most out; false when what is there makes no sense.
+bool take_number(Arguments *arguments, std::string_view name, uint64_t most, uint32_t *number) {
+  const int place = arguments->take_option(name);
+  if (place < 0) return true;
+  const uint64_t count = arguments->take_count(place).value_or(0);
+  if (count < 1 || count > most) return false;
+  *number = static_cast<uint32_t>(count);
+  return true;
+}
+
 std::optional<Options> parse(Arguments &arguments) {
   Options options;
-  options.once = arguments.take_option("--once") >= 0;
-  const int place = arguments.take_option("--patience");
-  if (place >= 0) {
-    const uint64_t patience = arguments.take_count(place).value_or(0);
-    if (patience < 1 || patience > kMostPatience) return std::nullopt;
-    options.patience = static_cast<uint32_t>(patience);
+  if (arguments.take_option("--once") >= 0) options.count = 1;
+  if (!take_number(&arguments, "--clients", kMostClients, &options.at_once) ||
+      !take_number(&arguments, "--patience", kMostPatience, &options.patience)) {
+    return std::nullopt;
   }
   if (!arguments.take_path() || arguments.count != 1) return std::nullopt;
   const auto port = parse_count(arguments.values[0]);
@@ -46,14 +57,11 @@ Status announce(const Arguments &arguments, uint16_t port) {
 }
 
 Status serve(const Arguments &arguments, const Options &options, RequestHandler &handler) {
-  Server server(handler, options.patience);
-  Status status = handler.open();
+  Server server(handler, arguments.errors, options.patience);
+  Status status = handler.open(arguments.errors);
   if (status.ok()) status = server.open(options.port);
   if (status.ok()) status = announce(arguments, server.port());
-  do {
-    if (status.ok()) status = server.serve_client();
-  } while (status.ok() && !options.once);
-  return status;
+  return status.ok() ? serve_clients(server, options.count, options.at_once, arguments.errors) : status;
 }
 
 }  // namespace
@@ -62,15 +70,13 @@ Outcome run_serve(Arguments arguments) {
   const auto options = parse(arguments);
   if (!options) return Outcome::wrong_usage;
   RequestHandler handler(arguments.path, arguments.allocator);
-  const Errors &errors = handler.errors();
-  const Arguments served = {
-      0, nullptr, arguments.allocator, errors, arguments.program, arguments.path, arguments.out, arguments.err};
-  Status status = kiv_socket_init() == 0 ? Status{} : socket_failure(errors, "there are no sockets: [0_s][|]");
+  Status status =
+      kiv_socket_init() == 0 ? Status{} : socket_failure(arguments.errors, "there are no sockets: [0_s][|]");
   if (status.ok()) {
-    status = serve(served, *options, handler);
+    status = serve(arguments, *options, handler);
     (void)kiv_socket_finalize();
   }
-  return finish(served, status, "\"[0_S]\" cannot be served[|]");
+  return finish(arguments, status, "\"[0_S]\" cannot be served[|]");
 }
 
 }  // namespace kiv::inspect

@@ -37,25 +37,21 @@ Server::~Server() {
 
 Status Server::open(uint16_t port) {
   is_open_ = kiv_start_server(&server_, port) == 0;
-  return is_open_ ? Status{} : socket_failure(handler_.errors(), "nothing can be served there: [0_s][|]");
+  return is_open_ ? Status{} : socket_failure(errors_, "nothing can be served there: [0_s][|]");
 }
 
 uint16_t Server::port() const { return port_of(server_); }
 
-Status Server::serve_client() {
-  KIV_STREAM stream;
-  if (kiv_socket_accept(&server_, &stream, nullptr) != 0)
-    return handler_.errors().failure("no client can be accepted[|]");
-  if (set_up_connection(&stream) && set_time_limit(stream, patience_)) {
-    while (answer_request(&stream)) {
+void Server::serve(KIV_STREAM *stream) const {
+  if (set_up_connection(stream) && set_time_limit(*stream, patience_)) {
+    while (answer_request(stream)) {
     }
   }
-  (void)kiv_close_stream(&stream);
-  return {};
+  (void)kiv_close_stream(stream);
 }
 
 /// False when the client has to say no more, or nothing that makes sense.
-bool Server::answer_request(KIV_STREAM *stream) {
+bool Server::answer_request(KIV_STREAM *stream) const {
   char line[kRequestSize];
   const int size = read_request(stream, line);
   if (size == 0) return false;

@@ -1,7 +1,7 @@
-// Answers requests over connections, one client after another.
+// Answers requests over connections.
 //
 // A client sends requests (request_line.h), one at a time or several, and gets a reply (reply.h) to each. It is dropped
-// when it sends what is no line of words, or nothing for too long: others are waiting.
+// when it sends what is no line of words, or nothing for too long: others may be waiting.
 #ifndef KIV_INSPECT_SERVER_H
 #define KIV_INSPECT_SERVER_H
 
@@ -12,8 +12,9 @@ namespace kiv::inspect {
 
 class Server {
  public:
-  /// A client that is silent for so many seconds is dropped. REQUIRES: the handler outlives this.
-  Server(RequestHandler &handler, uint32_t patience) : handler_(handler), patience_(patience) {}
+  /// A client that is silent for so many seconds is dropped. REQUIRES: handler and errors outlive this.
+  Server(RequestHandler &handler, const Errors &errors, uint32_t patience)
+      : handler_(handler), errors_(errors), patience_(patience) {}
   ~Server();
   Server(const Server &) = delete;
   Server &operator=(const Server &) = delete;
@@ -24,14 +25,18 @@ class Server {
   /// Where it listens. REQUIRES: open.
   uint16_t port() const;
 
-  /// Waits for a client, and answers until it ends or is dropped. What becomes of it is no failure of this.
-  /// REQUIRES: open.
-  Status serve_client();
+  /// Waits for a client; false when none can be had. For one thread at a time. REQUIRES: open.
+  bool accept(KIV_STREAM *stream) const { return kiv_socket_accept(&server_, stream, nullptr) == 0; }
+
+  /// Answers a client that was accepted, until it ends or is dropped. What becomes of it is no failure of this. For any
+  /// thread: streams, requests and replies have nothing in common but the handler.
+  void serve(KIV_STREAM *stream) const;
 
  private:
-  bool answer_request(KIV_STREAM *stream);
+  bool answer_request(KIV_STREAM *stream) const;
 
   RequestHandler &handler_;
+  const Errors &errors_;
   const uint32_t patience_;
   KIV_SERVER server_ = {};
   bool is_open_ = false;

@@ -43,10 +43,8 @@ int print_section(void *value, void *context) {
 }
 
 Status list(const Arguments &arguments, const TargetSpaces &spaces) {
-  Program &program = arguments.program;
-  Status status = program.load(arguments.path);
-  if (status.ok()) status = program.load_sections();
-  const SectionTable &sections = program.sections();
+  Status status = arguments.load({&Program::load_sections});
+  const SectionTable &sections = arguments.program().sections();
   const int digits = sections.address_digits();
   NameText text(arguments.allocator);
   Output output(arguments.out, arguments.errors, arguments.allocator);

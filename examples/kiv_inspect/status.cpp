@@ -19,25 +19,21 @@ const char *file_name(const char *path) {
 }  // namespace
 
 // Records are in an allocator of their own: what is left of them when there is no memory ends with it.
-Errors::Errors(KIV_ALLOCATOR *parent) : parent_(parent) { open(); }
-
-Errors::~Errors() { close(); }
-
-void Errors::forget() {
-  close();
-  open();
-}
-
-void Errors::open() {
-  KIV_ALLOCATOR *records = kiv_allocator_wrap_new(&storage_, parent_, 0);
+Errors::Errors(KIV_ALLOCATOR *parent) {
+  KIV_ALLOCATOR *records = kiv_allocator_wrap_new(&storage_, parent, 0);
   if (records != nullptr) context_ = {records, kiv_i18n_prn_init(records)};
 }
 
-void Errors::close() {
+Errors::~Errors() {
   if (context_.allocator == nullptr) return;
   kiv_i18n_prn_exit(context_.messages);
   kiv_allocator_wrap_delete(context_.allocator);
-  context_ = {};
+}
+
+// Without memory the library gives the other record up, by this allocator: it frees nothing that is not its own.
+Status Errors::copy(Status status) const {
+  if (status.ok()) return {};
+  return context_.allocator != nullptr ? Status{kiv_error_deep_copy(&context_, status.error)} : out_of_memory();
 }
 
 Status Errors::system_failure(const Message &message) const {

@@ -55,16 +55,13 @@ class Errors {
   /// A failure of the system's. Its words for its last error are the argument [0_S]. To be called at once.
   Status system_failure(const Message &message) const;
 
-  /// Ends all records that were made, and gives their memory back.
-  void forget();
+  /// A failure of other Errors as one of these; success stays success. The other record is only read.
+  Status copy(Status status) const;
 
   /// Always the library's static record.
   Status out_of_memory() const;
 
  private:
-  void open();
-  void close();
-
   template <class... Values>
   Status add_entry(Status status, const Message &message, const Values &...values) const {
     if constexpr (sizeof...(values) == 0) return add_words(status, message, nullptr);
@@ -74,7 +71,6 @@ class Errors {
   /// Null words: the message has no arguments.
   Status add_words(Status status, const Message &message, const void *const *words) const;
 
-  KIV_ALLOCATOR *parent_;
   KIV_ALLOCATOR storage_ = {};
   KIV_ERROR_CONTEXT context_ = {};  // no allocator: there is no memory
 };

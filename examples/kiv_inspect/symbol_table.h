@@ -1,10 +1,10 @@
 // A program's symbols by address.
 //
-// Representation. Symbol records and the nodes of two trees come from the pool. The first tree orders symbols by
-// address, rank and name: that is the order in which they are shown and searched. The second orders them by address
-// and name, which tells a symbol that several of a program's tables have.
-// Invariants. Both trees have the same symbols. No two of them agree in address and name.
-// Cost. O(log n) compares for each symbol that is added or searched.
+// Representation. Symbol records from the pool, and an array with an entry for each of them. While symbols are added
+// the array grows in their order; then it is sorted once, which takes a fraction of the time that a tree would take to
+// keep it in order all along. Invariants, once sorted. Entries are in the order of address, rank and name, in which
+// symbols are shown and searched. No two symbols agree in address and name. Cost. O(n log n) compares for n symbols,
+// O(log n) for a search.
 #ifndef KIV_INSPECT_SYMBOL_TABLE_H
 #define KIV_INSPECT_SYMBOL_TABLE_H
 
@@ -15,7 +15,6 @@
 #include "examples/kiv_inspect/section_table.h"
 #include "examples/kiv_inspect/status.h"
 #include "kiv_allocator.h"
-#include "kiv_avl.h"
 
 namespace kiv::inspect {
 
@@ -48,9 +47,12 @@ class SymbolTable {
   /// what the pool releases as a whole.
   Status open(KIV_ALLOCATOR *pool);
 
-  /// Adds a symbol. Of several with one address and name the best kind and binding and the greatest size remain.
-  /// REQUIRES: open.
+  /// Adds a symbol. REQUIRES: open, and not sorted.
   Status add(const Symbol &symbol);
+
+  /// Puts the symbols in order, once all are added. Of several with one address and name one remains, with the best
+  /// kind and binding and the greatest size. REQUIRES: open. All of the following REQUIRE that this was called.
+  void sort();
 
   /// Gives symbols of unknown size that of the gap behind them: up to the next symbol's address, or to the end of the
   /// section around them. In no section the size stays unknown.
@@ -62,7 +64,7 @@ class SymbolTable {
   uint32_t count() const { return count_; }
 
   /// Calls function(symbol, context) in order until it gives 0.
-  void walk(KIV_AVL_WALK function, void *context) const;
+  void walk(int (*function)(void *symbol, void *context), void *context) const;
 
   /// Memory that lasts as long as the table, for readers that fill it.
   KIV_ALLOCATOR *pool() const { return pool_; }
@@ -74,11 +76,22 @@ class SymbolTable {
   int address_digits = 16;
 
  private:
+  struct Entry {
+    uint64_t address;  // the symbol's: searches need not look at it
+    Symbol *symbol;
+  };
+  static constexpr uint32_t kFirstCapacity = 512;
+
+  static int by_name(const void *a, const void *b, void *);
+  static int by_rank(const void *a, const void *b, void *);
+  bool grow();
+  void merge();
+
   const Errors &errors_;
   KIV_ALLOCATOR *pool_ = nullptr;
-  KIV_AVL_TREE *in_order_ = nullptr;
-  KIV_AVL_TREE *by_name_ = nullptr;
+  Entry *entries_ = nullptr;
   uint32_t count_ = 0;
+  uint32_t capacity_ = 0;
 };
 
 }  // namespace kiv::inspect

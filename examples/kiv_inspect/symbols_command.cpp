@@ -78,8 +78,10 @@ class Listing {
   /// Until standard output or memory fails.
   bool goes_on() const { return status_.ok() && !output_.has_failed(); }
 
+  /// The size is no one's to look at before the extents are loaded.
   Status print(const Symbol &symbol, const KIV_UNICHAR *name) {
-    return output_.line(line_, symbol.address, letter_of(symbol.kind), name, symbol.size);
+    const uint64_t size = order_ == Order::size ? symbol.size : 0;
+    return output_.line(line_, symbol.address, letter_of(symbol.kind), name, size);
   }
 
   static int take(void *value, void *context) {
@@ -114,11 +116,9 @@ class Listing {
 };
 
 Status list(const Arguments &arguments, const Options &options) {
-  Program &program = arguments.program;
-  Status status = program.load(arguments.path);
-  if (status.ok()) status = program.load_symbols();
-  if (status.ok() && options.order == Order::size) status = program.load_extents();
-  return status.ok() ? Listing(arguments, options).print(program.symbols()) : status;
+  Status status = arguments.load({&Program::load_symbols});
+  if (status.ok() && options.order == Order::size) status = arguments.load({&Program::load_extents});
+  return status.ok() ? Listing(arguments, options).print(arguments.program().symbols()) : status;
 }
 
 }  // namespace

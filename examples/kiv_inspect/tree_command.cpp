@@ -65,17 +65,17 @@ Status find_top(const TypeTable &types, const Arguments &arguments, const char *
 }
 
 Status show(const Arguments &arguments, const Options &options) {
-  Program &program = arguments.program;
-  Status status = program.load(arguments.path);
-  if (status.ok()) status = program.load_types();
+  Status status = arguments.load({&Program::load_types});
   if (!status.ok()) return status;
-  program.types().program()->name = file_name(arguments.path);
+  const TypeTable &types = arguments.program().types();
+  types.program()->name = file_name(arguments.path);
   const TypeNode *top = nullptr;
-  status = find_top(program.types(), arguments, options.name, &top);
+  status = find_top(types, arguments, options.name, &top);
   TypeTree tree(arguments.errors, arguments.allocator);
-  if (status.ok()) status = tree.build(program.types(), *top);
+  if (status.ok()) status = tree.build(types, *top);
   if (!status.ok()) return status;
-  // The library prints by itself, to standard output: that is why a tree is nothing that a server can be asked for.
+  // The library prints by itself, to standard output, and the types are marked while they are searched: that is why a
+  // tree is nothing that a server can be asked for.
   Output output(arguments.out, arguments.errors, arguments.allocator);
   if (options.navigates) {
     obj_tree_dump(tree.root(), options.cell);

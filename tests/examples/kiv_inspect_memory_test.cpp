@@ -44,7 +44,7 @@ TEST(KivInspectMemory, ShowsWhatIsLoaded) {
   const Errors errors(&heap);
   for (const auto &row : kRows) {
     MemoryMap map(errors);
-    const Status status = map.open({row.image.bytes.data(), row.image.size(), ByteOrder::little}, &wrap);
+    const Status status = map.open(ByteView(row.image.bytes.data(), row.image.size(), ByteOrder::little), &wrap);
     EXPECT_EQ(problem_of(status), "");
     EXPECT_EQ(map.contains(row.address, row.count), !row.bytes.empty()) << row.address << " " << row.count;
     std::string bytes(row.bytes.size(), 'x');
@@ -54,11 +54,11 @@ TEST(KivInspectMemory, ShowsWhatIsLoaded) {
   Image image = kRows[0].image;
   image.put_at(image.marks.at("segments") + 8, image.size() - 3, 8);
   MemoryMap map(errors);
-  EXPECT_EQ(problem_of(map.open({image.bytes.data(), image.size(), ByteOrder::little}, &wrap)),
+  EXPECT_EQ(problem_of(map.open(ByteView(image.bytes.data(), image.size(), ByteOrder::little), &wrap)),
             "a segment lies outside the file");
   image = build_elf_sections(true, ByteOrder::little, sections);
   image.put_at(16, 1, 2);  // an object file
-  EXPECT_EQ(problem_of(map.open({image.bytes.data(), image.size(), ByteOrder::little}, &wrap)),
+  EXPECT_EQ(problem_of(map.open(ByteView(image.bytes.data(), image.size(), ByteOrder::little), &wrap)),
             "it is an object file: its addresses are not final");
   kiv_allocator_wrap_delete(&wrap);
 }

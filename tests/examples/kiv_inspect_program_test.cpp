@@ -402,7 +402,7 @@ TEST(KivInspectProgram, TellsErrorsLayerByLayer) {
             "User message (Local)  : addresses in \"no^[such\" cannot be resolved\n"
             "User help             : \n"
             "+++++++++++++++++++++++++++++++++\n"
-            "Internal error msg    : read_file\n"
+            "Internal error msg    : open\n"
             "Source file           : file_bytes.cpp\n"
             "Source line           : #\n"
             "Binary name           : kiv_inspect\n"

@@ -1,5 +1,6 @@
 #include "tests/support/process.h"
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -44,7 +45,7 @@ std::string read_and_remove(const std::string &path) {
 
 /// A path for one stream's output, beside the program: unique among the programs and children that run.
 std::string output_path(const char *stream) {
-  static int runs = 0;
+  static std::atomic<int> runs = 0;  // tests run programs in threads
 #ifdef _WIN32
   const unsigned long process = GetCurrentProcessId();
 #else
