@@ -56,6 +56,7 @@ class Listing {
       uint32_t size = 0;
       if (status.ok()) status = print_instruction(request.address, available, &size);
       request.address += size;
+      if (request.address < size) break;  // behind the last address of all
     }
     return status.ok() ? output_.finish() : status;
   }

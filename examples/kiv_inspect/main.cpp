@@ -1,5 +1,6 @@
 // kiv_inspect looks into programs, ELF or PE, for the people who write debuggers. The exit status is 0, 1 after an
-// error (its record is on standard error), or 2 for a command line that makes no sense.
+// error (its record is on standard error), or 2 for a command line that makes no sense, or asks for what
+// this build does not have.
 
 #include <clocale>
 #include <cstdio>
