@@ -31,6 +31,15 @@ std::optional<uint64_t> Arguments::take_count(int place) {
   return number;
 }
 
+bool Arguments::take_number(std::string_view name, uint32_t most, uint32_t *number) {
+  const int place = take_option(name);
+  if (place < 0) return true;
+  const uint64_t taken = take_count(place).value_or(0);
+  if (taken < 1 || taken > most) return false;
+  *number = static_cast<uint32_t>(taken);
+  return true;
+}
+
 const char *Arguments::take_value(int place) {
   if (place >= count) return nullptr;
   const char *value = values[place];

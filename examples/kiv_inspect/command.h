@@ -44,6 +44,10 @@ struct Arguments {
   /// Takes out what now stands at that place, behind an option that was there, when it is a number.
   std::optional<uint64_t> take_count(int place);
 
+  /// Takes out an option and the number behind it, which is from 1 to the most. False when that is not so; without the
+  /// option *number stays as it is.
+  bool take_number(std::string_view name, uint32_t most, uint32_t *number);
+
   /// Takes out what now stands at that place, behind an option that was there; null when nothing does.
   const char *take_value(int place);
 
@@ -78,10 +82,12 @@ Outcome run_spaces(Arguments arguments);
 Outcome run_ranges(Arguments arguments);
 Outcome run_constants(Arguments arguments);
 Outcome run_tree(Arguments arguments);
+Outcome run_sections(Arguments arguments);
 Outcome run_bytes(Arguments arguments);
 Outcome run_disasm(Arguments arguments);
 Outcome run_serve(Arguments arguments);
 Outcome run_ask(Arguments arguments);
+Outcome run_version(Arguments arguments);
 
 }  // namespace kiv::inspect
 

@@ -50,6 +50,14 @@ constexpr Command kCommands[] = {
       "section,",
       "others as above), name"},
      run_ranges},
+    {"sections",
+     "",
+     "",
+     true,
+     1,
+     1,
+     {"all sections in the order of their addresses: first and last address, size, kind, name"},
+     run_sections},
     {"constants",
      "",
      "[PATTERN]",
@@ -99,27 +107,24 @@ constexpr Command kCommands[] = {
       "nothing for N seconds (10) is left alone; whoever reaches the port may ask"},
      run_serve},
     {"ask",
-     "HOST PORT REQUEST...",
+     "HOST PORT [REQUEST...]",
      nullptr,
      false,
-     3,
+     2,
      INT_MAX,
-     {"what the server there has to say to a request: symbols, resolve, ranges, constants, bytes or disasm, without a "
-      "program"},
+     {"what the server there has to say to a request: symbols, resolve, spaces, ranges, sections, constants, bytes or",
+      "disasm, without a program; or to those that standard input has, one a line"},
      run_ask},
+    {"--version", "", nullptr, false, 0, 0, {"the versions of this program and of its protocol"}, run_version},
 };
 
 /// What cannot be printed for lack of memory is left out.
 void print_command(const Command &command, bool is_served, Output &output) {
-  if (command.operands == nullptr) {
-    (void)output.line("  [0_s] [1_s][|]", command.name, command.options);
-  } else {
-    (void)output.line("  [0_s] [1_s][2_s][3_s][|]", command.name, command.options,
-                      is_served                   ? ""
-                      : *command.operands != '\0' ? "PROGRAM "
-                                                  : "PROGRAM",
-                      command.operands);
-  }
+  const bool has_program = command.operands != nullptr && !is_served;
+  const char *operands = command.operands != nullptr ? command.operands : "";
+  const bool has_operands = *operands != '\0', is_alone = !has_program && !has_operands && *command.options == '\0';
+  (void)output.line("  [0_s][1_s][2_s][3_s][4_s][5_s][|]", command.name, is_alone ? "" : " ", command.options,
+                    has_program ? "PROGRAM" : "", has_program && has_operands ? " " : "", operands);
   for (const char *line : command.help) {
     if (line != nullptr) (void)output.line("      [0_s][|]", line);
   }
@@ -128,12 +133,14 @@ void print_command(const Command &command, bool is_served, Output &output) {
 void print_usage(const Arguments &arguments, bool is_served) {
   Output output(arguments.err, arguments.errors, arguments.allocator);
   (void)output.line(
-      is_served ? "usage: kiv_inspect ask HOST PORT REQUEST[|]" : "usage: kiv_inspect [[[0_s]] COMMAND[|]", kDebugHeap);
+      is_served ? "usage: kiv_inspect ask HOST PORT REQUEST[|]" : "usage: kiv_inspect [[[0_s]] [[[1_s]] COMMAND[|]",
+      kDebugHeap, kTime);
   for (const Command &command : kCommands) {
     if (!is_served || command.is_request) print_command(command, is_served, output);
   }
   if (!is_served) {
     (void)output.line("with [0_s], all memory is watched, and what happens to it is told[|]", kDebugHeap);
+    (void)output.line("with [0_s], standard error tells how long the command took[|]", kTime);
   }
   (void)output.finish();
 }

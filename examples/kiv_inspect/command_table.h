@@ -6,8 +6,8 @@
 
 namespace kiv::inspect {
 
-/// The option in front of a command that watches its memory.
-inline constexpr char kDebugHeap[] = "--debug-heap";
+/// The options in front of a command: its memory is watched; it is told how long it took.
+inline constexpr char kDebugHeap[] = "--debug-heap", kTime[] = "--time";
 
 /// Runs the command of that name, or tells which there are. With a path in the arguments, only those that a server
 /// answers.

@@ -40,9 +40,9 @@ class Listing {
  public:
   Listing(const Arguments &arguments, Machine machine, InstructionDecoder &decoder)
       : errors_(arguments.errors),
-        memory_(arguments.program.memory()),
+        memory_(arguments.program().memory()),
         decoder_(decoder),
-        text_(arguments.program.symbols(), memory_, machine, arguments.allocator),
+        text_(arguments.program().symbols(), memory_, machine, arguments.allocator),
         name_(arguments.allocator),
         output_(arguments.out, errors_, arguments.allocator) {}
 
@@ -100,12 +100,9 @@ class Listing {
 
 Status disassemble(const Arguments &arguments, Request request) {
   const Errors &errors = arguments.errors;
-  Program &program = arguments.program;
-  Status status = program.load(arguments.path);
-  if (status.ok()) status = program.load_symbols();
-  if (status.ok()) status = program.load_memory();
+  Status status = arguments.load({&Program::load_symbols, &Program::load_memory});
   if (!status.ok()) return status;
-  const MemoryMap &memory = program.memory();
+  const MemoryMap &memory = arguments.program().memory();
   Machine machine = memory.machine();
   // An odd address is that of Thumb code, as in symbols and pointers; all code of ARM on Windows is.
   if (machine == Machine::arm && request.address % 2 != 0) machine = Machine::thumb;

@@ -19,7 +19,7 @@ struct ElfSection {
   uint64_t size;
   uint64_t entry_size;
 
-  enum : uint32_t { kNoBits = 8 };  // types: without bytes in the file
+  enum : uint32_t { kUnused = 0, kNoBits = 8 };  // types: no section, no bytes in the file
   enum : uint64_t {
     kWritable = 1,
     kAllocated = 2,

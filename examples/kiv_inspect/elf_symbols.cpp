@@ -1,14 +1,15 @@
 #include "examples/kiv_inspect/elf_image.h"
 #include "examples/kiv_inspect/symbol_names.h"
 #include "examples/kiv_inspect/symbol_readers.h"
+#include "kiv_enum_translate.h"
 
 namespace kiv::inspect {
 namespace {
 
 enum : uint32_t { kSymtab = 2, kDynsym = 11 };                             // section types
 enum : uint64_t { kUndefined = 0, kAbsolute = 0xFFF1, kCommon = 0xFFF2 };  // section indices
-enum : uint64_t { kNoType = 0, kObject = 1, kFunction = 2, kIfunc = 10 };  // symbol types
-enum : uint64_t { kGlobal = 1, kWeak = 2, kUnique = 10 };                  // symbol bindings
+enum : uint32_t { kNoType = 0, kObject = 1, kFunction = 2, kIfunc = 10 };  // symbol types
+enum : uint32_t { kGlobal = 1, kWeak = 2, kUnique = 10 };                  // symbol bindings
 
 struct Layout {
   uint32_t symbol_size;
@@ -17,34 +18,34 @@ struct Layout {
 constexpr Layout kLayout32 = {16, {0, 4}, {4, 4}, {8, 4}, {12, 1}, {14, 2}};
 constexpr Layout kLayout64 = {24, {0, 4}, {8, 8}, {16, 8}, {4, 1}, {6, 2}};
 
-SymbolBinding binding_of(uint64_t binding) {
-  if (binding == kGlobal || binding == kUnique) return SymbolBinding::global;
-  return binding == kWeak ? SymbolBinding::weak : SymbolBinding::local;
+/// A constant of the program's out of one of the file's.
+template <class Value>
+constexpr KIV_ENUM_PAIR pair(uint32_t code, Value value) {
+  return {code, static_cast<uint32_t>(value)};
 }
 
-/// The kind of a symbol that names an address; none for sections, files, thread-local variables and the like.
-std::optional<SymbolKind> kind_of(uint64_t type) {
-  switch (type) {
-    case kFunction:
-    case kIfunc:
-      return SymbolKind::function;
-    case kObject:
-      return SymbolKind::object;
-    case kNoType:
-      return SymbolKind::other;
-    default:
-      return std::nullopt;
-  }
-}
+// Only symbols that name an address have a kind: sections, files, thread-local variables and the like are none.
+constexpr KIV_ENUM_TABLE_OF(4) kKinds = {{4, 0},
+                                         {pair(kFunction, SymbolKind::function), pair(kObject, SymbolKind::object),
+                                          pair(kNoType, SymbolKind::other), pair(kIfunc, SymbolKind::function)}};
+constexpr KIV_ENUM_TABLE_OF(3) kBindings = {
+    {3, 0},
+    {pair(kGlobal, SymbolBinding::global), pair(kWeak, SymbolBinding::weak), pair(kUnique, SymbolBinding::global)}};
 
 Status add_symbol(ByteView entry, const Layout &in, ByteView strings, SymbolNames &names, SymbolTable &table) {
   const uint64_t section = entry.number(in.section);
   if (section == kUndefined || section == kAbsolute || section == kCommon) return {};
   const uint64_t info = entry.number(in.info);  // type in the lower half, binding in the upper one
-  const auto kind = kind_of(info & 15);
+  uint32_t kind, binding = static_cast<uint32_t>(SymbolBinding::local);
+  if (kiv_enum_translate_to_enum(info & 15, &kKinds.head, &kind, 0) != 0) return {};
+  (void)kiv_enum_translate_to_enum(static_cast<uint32_t>(info >> 4), &kBindings.head, &binding, 0);
   const uint64_t name_offset = entry.number(in.name);
-  if (!kind || name_offset == 0) return {};
-  Symbol symbol = {entry.number(in.value), entry.number(in.size), {}, *kind, binding_of(info >> 4)};
+  if (name_offset == 0) return {};
+  Symbol symbol = {entry.number(in.value),
+                   entry.number(in.size),
+                   {},
+                   static_cast<SymbolKind>(kind),
+                   static_cast<SymbolBinding>(binding)};
   const Status status = names.read(strings, name_offset, &symbol.name);
   return status.ok() && !symbol.name.empty() ? table.add(symbol) : status;
 }

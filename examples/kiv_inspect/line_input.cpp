@@ -6,10 +6,30 @@
 
 #include "kiv_ioterminal.h"
 
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <poll.h>
+#endif
+
 namespace kiv::inspect {
 namespace {
 
 constexpr int kStandardInput = 0;
+
+bool input_waits() {
+#ifdef _WIN32
+  const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
+  const DWORD type = GetFileType(input);
+  if (type != FILE_TYPE_PIPE) return type == FILE_TYPE_DISK;
+  DWORD size = 0;
+  const bool has_ended = PeekNamedPipe(input, nullptr, 0, nullptr, &size, nullptr) == 0;
+  return has_ended || size > 0;
+#else
+  pollfd input = {kStandardInput, POLLIN, 0};
+  return poll(&input, 1, 0) > 0;
+#endif
+}
 
 bool is_blank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
@@ -49,6 +69,8 @@ Status LineInput::fill(bool *any) {
   *any = lines_ != 0;
   return {};
 }
+
+bool LineInput::is_ready() const { return place_ != lines_ || input_waits(); }
 
 char *LineInput::next() {
   if (place_ == lines_) return nullptr;

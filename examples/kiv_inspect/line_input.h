@@ -27,6 +27,10 @@ class LineInput {
   /// called. Valid until then.
   char *next();
 
+  /// Whether next(), or fill() in its place, need not wait for a byte, or the end. Of some kinds of input, as a console
+  /// of Windows, that is not known, and false.
+  bool is_ready() const;
+
   /// The number of the line that next() gave, from 1 on.
   uint64_t number() const { return number_; }
 

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "examples/kiv_inspect/command_table.h"
+#include "examples/kiv_inspect/command_times.h"
 #include "examples/kiv_inspect/progress_bar.h"
 #include "kiv_debug_heap.h"
 
@@ -15,30 +16,57 @@ namespace {
 
 constexpr size_t kOutputBufferSize = 1u << 16;
 
-/// REQUIRES: count strings of the command line, from the command on.
-Outcome run(int count, char **values, KIV_ALLOCATOR *allocator) {
+/// The command line: what stands in front of the command, and count strings from the command on.
+struct CommandLine {
+  bool is_watched = false, is_timed = false;
+  int count;
+  char **values;
+
+  CommandLine(int all, char **strings) : count(all - 1), values(strings + 1) {
+    while (take(kDebugHeap, &is_watched) || take(kTime, &is_timed)) {
+    }
+  }
+
+ private:
+  bool take(const char *option, bool *is_there) {
+    if (count < 1 || std::strcmp(values[0], option) != 0) return false;
+    *is_there = true;
+    --count;
+    ++values;
+    return true;
+  }
+};
+
+Outcome run(const CommandLine &line, KIV_ALLOCATOR *allocator) {
+  const CommandTimes times;
   const Errors errors(allocator);
   SharedProgram program(allocator, Reading::on_demand);
   FileSink out(stdout), err(stderr);
-  const bool is_there = count > 0;
-  return run_command(is_there ? values[0] : "", {is_there ? count - 1 : 0, values + (is_there ? 1 : 0), allocator,
-                                                 errors, program, nullptr, out, err});
+  const int is_there = line.count > 0 ? 1 : 0;
+  const Outcome outcome = run_command(is_there ? line.values[0] : "", {line.count - is_there, line.values + is_there,
+                                                                       allocator, errors, program, nullptr, out, err});
+  if (line.is_timed) {
+    (void)out.flush();
+    Output output(err, errors, allocator);
+    times.print(program, output);
+  }
+  return outcome;
 }
 
 /// On the C runtime's heap, whose failures are the callers' to notice.
-Outcome run_plainly(int count, char **values) {
+Outcome run_plainly(const CommandLine &line) {
   KIV_ALLOCATOR heap;
-  const Outcome outcome = run(count, values, kiv_allocator_default_new(&heap));
+  const Outcome outcome = run(line, kiv_allocator_default_new(&heap));
   (void)kiv_allocator_default_delete(&heap);
   return outcome;
 }
 
 /// On the debug heap, which tells of writes outside of blocks, of blocks that are freed twice, and of those that are
 /// left at the end.
-Outcome run_watched(int count, char **values) {
+Outcome run_watched(const CommandLine &line) {
   (void)kiv_debug_heap_set_hook(kiv_debug_heap_print_hook);
   KIV_ALLOCATOR heap;
-  const Outcome outcome = run(count, values, kiv_debug_heap_new(&heap, 1));
+  const Outcome outcome = run(line, kiv_debug_heap_new(&heap, 1));
   kiv_debug_heap_destroy_allocator(&heap);
   return outcome;
 }
@@ -52,6 +80,6 @@ int main(int argc, char **argv) {
   using namespace kiv::inspect;
   // What a person reads comes line by line, all else in large pieces.
   if (!is_terminal(stdout)) (void)std::setvbuf(stdout, nullptr, _IOFBF, kOutputBufferSize);
-  const bool watched = argc > 1 && std::strcmp(argv[1], kDebugHeap) == 0;
-  return exit_status(watched ? run_watched(argc - 2, argv + 2) : run_plainly(argc - 1, argv + 1));
+  const CommandLine line(argc, argv);
+  return exit_status(line.is_watched ? run_watched(line) : run_plainly(line));
 }

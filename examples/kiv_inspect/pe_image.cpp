@@ -98,8 +98,9 @@ Status PeImage::read_sections(ByteView headers, uint32_t count, KIV_ALLOCATOR *s
     section.file_size = section.file_offset != 0 ? header.u32(16) : 0;
     section.memory_size = header.u32(8);
     section.size = std::max(section.memory_size, section.file_size);
-    section.executable = (header.u32(36) & kExecutable) != 0;
-    section.writable = (header.u32(36) & kWritable) != 0;
+    section.characteristics = header.u32(36);
+    section.executable = (section.characteristics & kExecutable) != 0;
+    section.writable = (section.characteristics & kWritable) != 0;
     section.name = header.part(0, kShortNameSize).value_or(ByteView());
     // Sections do not overlap. In a damaged file that has some, the earlier of two at one address counts.
     if (section.size != 0 && kiv_avl_insert(by_address_, &section) != 0) return errors_.out_of_memory();

@@ -17,6 +17,7 @@ struct PeSection {
   uint32_t file_offset;
   uint32_t file_size;
   uint32_t memory_size;  // 0: as in the file, which is padded there
+  uint32_t characteristics;
   bool executable;
   bool writable;
   ByteView name;  // 8 bytes, shorter ones with a zero behind them, or a reference to the string table

@@ -24,6 +24,7 @@ Program::Program(const Errors &errors, KIV_ALLOCATOR *parent, Reading reading)
       file_(errors),
       symbols_(errors),
       sections_(errors),
+      all_sections_(errors, SectionTable::Which::all),
       constants_(errors),
       types_(errors),
       memory_map_(errors) {}
@@ -63,6 +64,11 @@ Status Program::load_extents() {
     symbols_.estimate_sizes(sections_);
     return Status{};
   });
+}
+
+Status Program::load_all_sections() {
+  return once(kAllSections, "its sections cannot be read[|]",
+              [&] { return all_sections_.open(file_.view(), pool_.pool()); });
 }
 
 Status Program::load_constants() {

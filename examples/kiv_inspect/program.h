@@ -36,18 +36,21 @@ class Program {
   Status load_sections();
   /// The sections, and sizes of the symbols that have none. After load_symbols.
   Status load_extents();
+  /// Those that take no memory, too.
+  Status load_all_sections();
   Status load_constants();
   Status load_types();
   Status load_memory();
 
   const SymbolTable &symbols() const { return symbols_; }
   const SectionTable &sections() const { return sections_; }
+  const SectionTable &all_sections() const { return all_sections_; }
   const ConstantTable &constants() const { return constants_; }
   const TypeTable &types() const { return types_; }
   const MemoryMap &memory() const { return memory_map_; }
 
  private:
-  enum Part { kFile, kSymbols, kSections, kExtents, kConstants, kTypes, kMemory, kParts };
+  enum Part { kFile, kSymbols, kSections, kExtents, kAllSections, kConstants, kTypes, kMemory, kParts };
   template <class Read>
   Status once(Part part, const Message &failure, Read read);
 
@@ -58,7 +61,7 @@ class Program {
   const Reading reading_;
   FileBytes file_;
   SymbolTable symbols_;
-  SectionTable sections_;
+  SectionTable sections_, all_sections_;
   ConstantTable constants_;
   TypeTable types_;
   MemoryMap memory_map_;

@@ -1,6 +1,7 @@
 #include "examples/kiv_inspect/reply.h"
 
 #include <algorithm>
+#include <cinttypes>
 #include <cstdio>
 #include <cstring>
 
@@ -16,7 +17,8 @@ bool set_up_connection(KIV_STREAM *stream) {
   return kiv_socket_set_tcp_nodelay(stream) == 0;
 }
 
-Reply::Reply(KIV_STREAM *stream) : stream_(stream) {
+Reply::Reply(KIV_STREAM *stream, uint64_t number) : stream_(stream) {
+  number_size_ = static_cast<size_t>(std::snprintf(number_, sizeof number_, "%" PRIu64 " ", number));
   kiv_socket_set_get_piggyback_value(stream, get_progress, &progress_);
 }
 
@@ -25,9 +27,20 @@ Reply::~Reply() { kiv_socket_set_get_piggyback_value(stream_, nullptr, nullptr);
 void Reply::end(int status) {
   progress_ = kMostProgress;
   char text[16];
-  const int length = std::snprintf(text, sizeof text, "%c%d\n", kReplyEnd, status);
-  send(text, static_cast<size_t>(length));
+  (void)std::snprintf(text, sizeof text, "%d", status);
+  send_line(kReplyEnd, text);
+}
+
+void Reply::send_line(char letter, const char *text) {
+  begin_line(letter);
+  send(text, std::strlen(text));
+  send("\n", 1);
   (void)kiv_socket_flush(stream_);
+}
+
+void Reply::begin_line(char letter) {
+  send(number_, number_size_);
+  send(&letter, 1);
 }
 
 void Reply::send(const char *bytes, size_t size) {
@@ -40,7 +53,7 @@ void Reply::send(const char *bytes, size_t size) {
 
 void Reply::LineSink::write(const char *text, size_t size) {
   while (size > 0) {
-    if (!in_line_) reply_.send(&letter_, 1);
+    if (!in_line_) reply_.begin_line(letter_);
     const auto *feed = static_cast<const char *>(std::memchr(text, '\n', size));
     const size_t length = feed != nullptr ? static_cast<size_t>(feed - text) + 1 : size;
     reply_.send(text, length);

@@ -1,8 +1,9 @@
-// What a server answers: lines, each with a letter in front that tells what it is.
+// What a server answers: lines, each with the number of the request and a letter in front that tells what it is.
 //
-//     oTEXT    a line of standard output
-//     eTEXT    a line of standard error
-//     =N       the end, and the exit status
+//     N oTEXT    a line of standard output
+//     N eTEXT    a line of standard error
+//     N =STATUS  the end, and the exit status
+//     0 vVERSION the first line of a connection: the version of the protocol
 //
 // Beside it goes how far the output has come, on the secondary channel: 1 where it starts, 61 where it ends.
 #ifndef KIV_INSPECT_REPLY_H
@@ -13,7 +14,7 @@
 
 namespace kiv::inspect {
 
-inline constexpr char kOutputLine = 'o', kErrorLine = 'e', kReplyEnd = '=';
+inline constexpr char kOutputLine = 'o', kErrorLine = 'e', kReplyEnd = '=', kVersionLine = 'v';
 inline constexpr int32_t kMostProgress = 61;
 
 /// Both ends of a connection: chunks leave at once, and the secondary channel is on. False when that is not to be had.
@@ -23,7 +24,7 @@ bool set_up_connection(KIV_STREAM *stream);
 class Reply {
  public:
   /// REQUIRES: the stream outlives this.
-  explicit Reply(KIV_STREAM *stream);
+  Reply(KIV_STREAM *stream, uint64_t number);
   ~Reply();
   Reply(const Reply &) = delete;
   Reply &operator=(const Reply &) = delete;
@@ -33,6 +34,9 @@ class Reply {
 
   /// Sends what is left of it, and the exit status.
   void end(int status);
+
+  /// Sends a line that comes at once, and is the only one.
+  void send_line(char letter, const char *text);
 
  private:
   class LineSink final : public Sink {
@@ -50,8 +54,11 @@ class Reply {
   };
 
   void send(const char *bytes, size_t size);
+  void begin_line(char letter);
 
   KIV_STREAM *stream_;
+  char number_[24];  // and a blank
+  size_t number_size_;
   int32_t progress_ = 0;
   LineSink out_{*this, kOutputLine}, err_{*this, kErrorLine};
 };

@@ -1,5 +1,6 @@
 #include "examples/kiv_inspect/reply_reader.h"
 
+#include "examples/kiv_inspect/number_arguments.h"
 #include "examples/kiv_inspect/output.h"
 
 namespace kiv::inspect {
@@ -11,6 +12,18 @@ constexpr uint32_t kLongestLine = 1u << 28;
 }  // namespace
 
 Status ReplyReader::read() {
+  Status status = read_line();
+  if (!status.ok()) return status;
+  const std::string_view line(room_, size_);
+  const size_t blank = line.find(' ');
+  const auto number = parse_decimal(line.substr(0, blank));
+  if (!number || blank + 1 >= size_) return errors_.failure("the reply makes no sense[|]");
+  number_ = *number;
+  text_at_ = blank + 2;
+  return {};
+}
+
+Status ReplyReader::read_line() {
   for (size_ = 0;;) {
     if (size_ == room_size_) {
       if (size_ >= kLongestLine) return errors_.failure("the reply has too long a line[|]");
@@ -26,7 +39,7 @@ Status ReplyReader::read() {
     size_ += static_cast<uint32_t>(count);
     if (room_[size_ - 1] != '\n') continue;
     --size_;
-    return size_ > 0 ? Status{} : errors_.failure("the reply makes no sense[|]");
+    return {};
   }
 }
 

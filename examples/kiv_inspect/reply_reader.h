@@ -22,23 +22,28 @@ class ReplyReader {
   ReplyReader(const ReplyReader &) = delete;
   ReplyReader &operator=(const ReplyReader &) = delete;
 
-  /// A line, whose letter and text are then known.
+  /// A line, which is then known.
   Status read();
 
-  char letter() const { return room_[0]; }
-  std::string_view text() const { return {room_ + 1, size_ - 1}; }
+  uint64_t number() const { return number_; }
+  char letter() const { return room_[text_at_ - 1]; }
+  std::string_view text() const { return {room_ + text_at_, size_ - text_at_}; }
 
   /// Writes the text as a line.
   Status print(Sink &sink);
 
  private:
+  Status read_line();
+
   KIV_STREAM *stream_;
   const Errors &errors_;
   KIV_ALLOCATOR *allocator_;
   NameText text_;
   char *room_ = nullptr;
   uint32_t room_size_ = 0;
-  uint32_t size_ = 0;  // of the line, its letter included
+  uint32_t size_ = 0;  // of the line
+  uint64_t number_ = 0;
+  size_t text_at_ = 1;
 };
 
 }  // namespace kiv::inspect

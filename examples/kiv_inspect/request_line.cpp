@@ -1,6 +1,10 @@
 #include "examples/kiv_inspect/request_line.h"
 
+#include <cinttypes>
+#include <cstdio>
 #include <cstring>
+
+#include "examples/kiv_inspect/number_arguments.h"
 
 namespace kiv::inspect {
 namespace {
@@ -14,6 +18,12 @@ struct LineEnd {
   void add(char c) {
     ok = ok && size < kRequestSize;
     if (ok) line[size++] = c;
+  }
+
+  void add_number(uint64_t number) {
+    char digits[24];
+    (void)std::snprintf(digits, sizeof digits, "%" PRIu64, number);
+    for (const char *digit = digits; *digit != '\0'; ++digit) add(*digit);
   }
 };
 
@@ -49,14 +59,36 @@ char *end_of_quoted(char *at, const char *line_end) {
 
 }  // namespace
 
-int join_request(int count, const char *const *words, char (&line)[kRequestSize]) {
+int join_request(uint64_t number, int count, const char *const *words, char (&line)[kRequestSize]) {
   LineEnd end = {line};
+  end.add_number(number);
   for (int i = 0; i < count; ++i) {
-    if (i > 0) end.add(' ');
+    end.add(' ');
     add_word(words[i], &end);
   }
   end.add('\n');
   return end.ok ? end.size : 0;
+}
+
+int number_request(uint64_t number, std::string_view words, char (&line)[kRequestSize]) {
+  LineEnd end = {line};
+  end.add_number(number);
+  end.add(' ');
+  for (const char c : words) end.add(c);
+  end.add('\n');
+  return end.ok ? end.size : 0;
+}
+
+std::optional<uint64_t> take_request_number(char *line, int *size) {
+  const std::string_view text(line, static_cast<size_t>(*size));
+  const size_t length = text.find_first_not_of("0123456789");
+  if (length == std::string_view::npos || (text[length] != ' ' && text[length] != '\n')) return std::nullopt;
+  const auto number = parse_decimal(text.substr(0, length));
+  if (number) {
+    *size -= static_cast<int>(length);
+    std::memmove(line, line + length, static_cast<size_t>(*size));
+  }
+  return number;
 }
 
 int split_request(char *line, int size, char *(&words)[kMostWords]) {

@@ -5,6 +5,7 @@
 #include "examples/kiv_inspect/pe_image.h"
 #include "examples/kiv_inspect/pool.h"
 #include "examples/kiv_inspect/program_format.h"
+#include "examples/kiv_inspect/section_kind.h"
 #include "examples/kiv_inspect/symbol_names.h"
 
 namespace kiv::inspect {
@@ -12,7 +13,8 @@ namespace {
 
 int by_address(const void *key, const void *value) {
   const auto &a = *static_cast<const Section *>(key), &b = *static_cast<const Section *>(value);
-  const int address = compare(a.addresses.first, b.addresses.first);
+  if (a.takes_memory != b.takes_memory) return a.takes_memory ? -1 : 1;
+  const int address = a.takes_memory ? compare(a.addresses.first, b.addresses.first) : 0;
   return address != 0 ? address : compare(a.number, b.number);
 }
 
@@ -43,18 +45,20 @@ Status SectionTable::read_elf(FileView file, KIV_ALLOCATOR *pool) {
   Status status = image.open(file);
   is_linked_ = image.is_linked();
   address_digits_ = image.address_digits();
-  if (!status.ok() || !is_linked_) return status;
+  if (!status.ok() || (!is_linked_ && which_ != Which::all)) return status;
   ByteView strings;
   status = image.section_names(&strings);
   SymbolNames names(errors_, file.size());
   for (uint32_t i = 0; status.ok() && i < image.section_count(); ++i) {
     const ElfSection section = image.section(i);
-    if (!takes_memory(section)) continue;
-    Section added = {address_range(section.address, section.size, image.address_digits()),
-                     i,
-                     {},
-                     section.has(ElfSection::kExecutable),
-                     section.has(ElfSection::kWritable)};
+    Section added = {address_range(section.address, section.size, address_digits_), i, {}};
+    added.takes_memory = is_linked_ && takes_memory(section);
+    if (!is_wanted(added) || section.type == ElfSection::kUnused) continue;
+    added.is_executable = section.has(ElfSection::kExecutable);
+    added.is_writable = section.has(ElfSection::kWritable);
+    added.size = section.size;
+    added.type = section.type;
+    added.kind = elf_section_kind(section.type);
     if (strings.size() != 0) status = names.read(strings, section.name, &added.name);
     if (status.ok()) status = add(added, pool);
   }
@@ -70,12 +74,14 @@ Status SectionTable::read_pe(FileView file, KIV_ALLOCATOR *pool) {
     const PeSection &section = *image.section_by_number(i);
     // What the file has beyond the size in memory is padding.
     const uint32_t size = section.memory_size != 0 ? section.memory_size : section.file_size;
-    if (size == 0) continue;
-    Section added = {address_range(image.address_of(section.address), size, image.address_digits()),
-                     i,
-                     {},
-                     section.executable,
-                     section.writable};
+    Section added = {address_range(image.address_of(section.address), size, address_digits_), i, {}};
+    added.takes_memory = size != 0;
+    if (!is_wanted(added)) continue;
+    added.is_executable = section.executable;
+    added.is_writable = section.writable;
+    added.size = size;
+    added.type = section.characteristics;
+    added.kind = pe_section_kind(section.characteristics);
     ByteView name;
     status = image.name(section, &name);
     if (status.ok()) status = names.read_field(name, &added.name);

@@ -17,20 +17,26 @@
 namespace kiv::inspect {
 
 struct Section {
-  AddressRange addresses;
-  uint32_t number;        // in the file
-  std::string_view name;  // in the file's bytes
+  AddressRange addresses;  // when it takes memory in the running program
+  uint32_t number;         // in the file
+  std::string_view name;   // in the file's bytes
+  bool takes_memory = true;
   bool is_executable = false;
   bool is_writable = false;
+  uint64_t size = 0;           // bytes in memory, or in the file
+  uint32_t type = 0;           // what the format says of it
+  const char *kind = nullptr;  // the name of that, if it has one
 };
 
 class SectionTable {
  public:
-  /// REQUIRES: the errors outlive this.
-  explicit SectionTable(const Errors &errors) : errors_(errors) {}
+  enum class Which { in_memory, all };
 
-  /// Reads the sections of a program of any known format that take memory. Object files have none: their sections have
-  /// no addresses yet. Memory comes from the pool and is not given back.
+  /// REQUIRES: the errors outlive this.
+  explicit SectionTable(const Errors &errors, Which which = Which::in_memory) : errors_(errors), which_(which) {}
+
+  /// Reads the sections of a program of any known format that take memory, or all. Those of object files do not: they
+  /// have no addresses yet. Memory comes from the pool and is not given back.
   Status open(FileView file, KIV_ALLOCATOR *pool);
 
   /// Whether addresses are final, unlike those of an object file.
@@ -42,7 +48,8 @@ class SectionTable {
   /// A section around an address, of several that one which starts last; or null.
   const Section *around(uint64_t address) const;
 
-  /// Calls function(section, context) in the order of addresses until it gives 0.
+  /// Calls function(section, context) in the order of addresses until it gives 0. Sections that take no memory come
+  /// last, as the file has them.
   void walk(KIV_AVL_WALK function, void *context) const;
 
  private:
@@ -50,7 +57,10 @@ class SectionTable {
   Status read_elf(FileView file, KIV_ALLOCATOR *pool);
   Status read_pe(FileView file, KIV_ALLOCATOR *pool);
 
+  bool is_wanted(const Section &section) const { return which_ == Which::all || section.takes_memory; }
+
   const Errors &errors_;
+  const Which which_;
   KIV_AVL_TREE *sections_ = nullptr;
   bool is_linked_ = true;
   int address_digits_ = 16;

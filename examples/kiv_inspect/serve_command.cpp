@@ -3,7 +3,6 @@
 // which port: 0 leaves it to the system.
 
 #include <optional>
-#include <string_view>
 
 #include "examples/kiv_inspect/client_threads.h"
 #include "examples/kiv_inspect/command.h"
@@ -14,7 +13,7 @@
 namespace kiv::inspect {
 namespace {
 
-constexpr uint64_t kMostPatience = 86400;  // seconds
+constexpr uint32_t kMostPatience = 86400;  // seconds
 
 struct Options {
   uint64_t count = UINT64_MAX;  // of clients: there is no end to them
@@ -23,23 +22,16 @@ struct Options {
   uint16_t port = 0;
 };
 
-/// Takes an option with a number from 1 to the most out; false when what is there makes no sense.
-bool take_number(Arguments *arguments, std::string_view name, uint64_t most, uint32_t *number) {
-  const int place = arguments->take_option(name);
-  if (place < 0) return true;
-  const uint64_t count = arguments->take_count(place).value_or(0);
-  if (count < 1 || count > most) return false;
-  *number = static_cast<uint32_t>(count);
-  return true;
-}
-
 std::optional<Options> parse(Arguments &arguments) {
   Options options;
-  if (arguments.take_option("--once") >= 0) options.count = 1;
-  if (!take_number(&arguments, "--clients", kMostClients, &options.at_once) ||
-      !take_number(&arguments, "--patience", kMostPatience, &options.patience)) {
+  const bool once = arguments.take_option("--once") >= 0;
+  uint32_t at_once = 0;
+  if (!arguments.take_number("--clients", kMostClients, &at_once) || (once && at_once != 0) ||
+      !arguments.take_number("--patience", kMostPatience, &options.patience)) {
     return std::nullopt;
   }
+  if (once) options.count = 1;
+  if (at_once != 0) options.at_once = at_once;
   if (!arguments.take_path() || arguments.count != 1) return std::nullopt;
   const auto port = parse_count(arguments.values[0]);
   if (!port || *port > UINT16_MAX) return std::nullopt;

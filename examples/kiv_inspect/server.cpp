@@ -1,11 +1,14 @@
 #include "examples/kiv_inspect/server.h"
 
 #include <cstdlib>
+#include <cstring>
+#include <optional>
 
 #include "examples/kiv_inspect/output.h"
 #include "examples/kiv_inspect/reply.h"
 #include "examples/kiv_inspect/request_line.h"
 #include "examples/kiv_inspect/socket_system.h"
+#include "examples/kiv_inspect/version_id.h"
 
 namespace kiv::inspect {
 namespace {
@@ -20,6 +23,38 @@ int read_request(KIV_STREAM *stream, char (&line)[kRequestSize]) {
     if (size > 0 && line[size - 1] == '\n') return size;
   }
   return size;
+}
+
+bool refuse(KIV_STREAM *stream, uint64_t number, const char *words) {
+  Reply reply(stream, number);
+  reply.err().write(words, std::strlen(words));
+  reply.end(exit_status(Outcome::wrong_usage));
+  return stream->error == 0;
+}
+
+/// Reads a request, and its number. False when there is none that makes sense, about which the client is then told.
+bool read_numbered(KIV_STREAM *stream, char (&line)[kRequestSize], int *size, uint64_t *number) {
+  *size = read_request(stream, line);
+  if (*size == 0) return false;
+  const auto found = line[*size - 1] == '\n' ? take_request_number(line, size) : std::nullopt;
+  if (!found) return (void)refuse(stream, 0, "the request has no number, or is too long\n"), false;
+  *number = *found;
+  return true;
+}
+
+/// The beginning of a conversation. False when the two ends do not understand each other.
+bool greet(KIV_STREAM *stream) {
+  char line[kRequestSize];
+  char *words[kMostWords];
+  int size;
+  uint64_t number;
+  if (!read_numbered(stream, line, &size, &number)) return false;
+  const bool is_greeting =
+      number == 0 && split_request(line, size, words) == 2 && std::strcmp(words[0], kProtocol) == 0;
+  const auto version = is_greeting ? parse_version(words[1]) : std::nullopt;
+  if (!version) return (void)refuse(stream, 0, "the client does not tell the version of its protocol\n"), false;
+  Reply(stream, 0).send_line(kVersionLine, VersionText(kProtocolVersion).text);
+  return are_compatible(kProtocolVersion, *version) && stream->error == 0;
 }
 
 }  // namespace
@@ -43,7 +78,7 @@ Status Server::open(uint16_t port) {
 uint16_t Server::port() const { return port_of(server_); }
 
 void Server::serve(KIV_STREAM *stream) const {
-  if (set_up_connection(stream) && set_time_limit(*stream, patience_)) {
+  if (set_up_connection(stream) && set_time_limit(*stream, patience_) && greet(stream)) {
     while (answer_request(stream)) {
     }
   }
@@ -53,17 +88,13 @@ void Server::serve(KIV_STREAM *stream) const {
 /// False when the client has to say no more, or nothing that makes sense.
 bool Server::answer_request(KIV_STREAM *stream) const {
   char line[kRequestSize];
-  const int size = read_request(stream, line);
-  if (size == 0) return false;
   char *words[kMostWords];
-  const int count = line[size - 1] == '\n' ? split_request(line, size, words) : -1;
-  Reply reply(stream);
-  if (count < 0) {
-    constexpr char kWords[] = "the request is no line of words, or too long\n";
-    reply.err().write(kWords, sizeof kWords - 1);
-    reply.end(exit_status(Outcome::wrong_usage));
-    return false;
-  }
+  int size;
+  uint64_t number;
+  if (!read_numbered(stream, line, &size, &number)) return false;
+  const int count = split_request(line, size, words);
+  if (count < 0) return refuse(stream, number, "the request is no line of words\n");
+  Reply reply(stream, number);
   reply.end(exit_status(handler_.answer(count, words, reply.out(), reply.err())));
   return stream->error == 0;
 }

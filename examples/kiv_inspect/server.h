@@ -1,7 +1,8 @@
 // Answers requests over connections.
 //
-// A client sends requests (request_line.h), one at a time or several, and gets a reply (reply.h) to each. It is dropped
-// when it sends what is no line of words, or nothing for too long: others may be waiting.
+// A client tells the version of its protocol and is told that of the server; when they do not fit, that was all. It
+// sends requests (request_line.h), one at a time or several, and gets a reply (reply.h) to each, one after the other.
+// It is dropped when it sends what has no number, or nothing for too long: others may be waiting.
 #ifndef KIV_INSPECT_SERVER_H
 #define KIV_INSPECT_SERVER_H
 

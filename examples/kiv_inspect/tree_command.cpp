@@ -15,32 +15,22 @@
 namespace kiv::inspect {
 namespace {
 
-constexpr int32_t kWidest = 1024;    // drawing
-constexpr int32_t kWidestCell = 64;  // of a dialogue, whose drawings have at most so many columns
+constexpr uint32_t kWidest = 1024;    // drawing
+constexpr uint32_t kWidestCell = 64;  // of a dialogue, whose drawings have at most so many columns
 
 struct Options {
   bool navigates = false;
-  int32_t width = 80;
-  int32_t cell = 8;            // columns of the narrowest one that is drawn
+  uint32_t width = 80;
+  uint32_t cell = 8;           // columns of the narrowest one that is drawn
   const char *name = nullptr;  // null: all types
 };
-
-/// Takes an option with a number up to the most; false when what is there makes no sense.
-bool take_columns(Arguments *arguments, std::string_view name, int32_t most, int32_t *columns) {
-  const int place = arguments->take_option(name);
-  if (place < 0) return true;
-  const uint64_t count = arguments->take_count(place).value_or(0);
-  if (count < 1 || count > static_cast<uint64_t>(most)) return false;
-  *columns = static_cast<int32_t>(count);
-  return true;
-}
 
 std::optional<Options> parse(Arguments &arguments) {
   Options options;
   options.navigates = arguments.take_option("--navigate") >= 0;
-  int32_t width = 0;  // of a dialogue's drawings the cell decides
-  if (!take_columns(&arguments, "--width", kWidest, &width) || (options.navigates && width != 0) ||
-      !take_columns(&arguments, "--cell", options.navigates ? kWidestCell : kWidest, &options.cell)) {
+  uint32_t width = 0;  // of a dialogue's drawings the cell decides
+  if (!arguments.take_number("--width", kWidest, &width) || (options.navigates && width != 0) ||
+      !arguments.take_number("--cell", options.navigates ? kWidestCell : kWidest, &options.cell)) {
     return std::nullopt;
   }
   if (width != 0) options.width = width;
@@ -78,13 +68,14 @@ Status show(const Arguments &arguments, const Options &options) {
   // tree is nothing that a server can be asked for.
   Output output(arguments.out, arguments.errors, arguments.allocator);
   if (options.navigates) {
-    obj_tree_dump(tree.root(), options.cell);
+    obj_tree_dump(tree.root(), static_cast<int32_t>(options.cell));
   } else {
     // Deeper levels, whose cells would be too narrow, would be empty lines.
     uint32_t levels = 1;
-    for (int32_t cell = options.width / 2; cell >= options.cell; cell /= 2) ++levels;
+    for (uint32_t cell = options.width / 2; cell >= options.cell; cell /= 2) ++levels;
     levels = std::min<uint32_t>(levels, obj_tree_height(tree.root()));
-    obj_tree_dump_node(tree.root(), options.cell, options.width, static_cast<int32_t>(levels));
+    obj_tree_dump_node(tree.root(), static_cast<int32_t>(options.cell), static_cast<int32_t>(options.width),
+                       static_cast<int32_t>(levels));
   }
   status = output.finish();
   return status.ok() ? tree.labels() : status;

@@ -18,6 +18,10 @@ using kiv::inspect::ByteOrder;
 
 using Lines = std::vector<std::string>;
 
+ProcessResult run_inspect_once(const std::vector<std::string> &arguments) {
+  return run_program(program_beside("kiv_inspect"), arguments);
+}
+
 /// Runs the program as it is and on the debug heap, which has to make no difference and nothing to tell.
 ProcessResult run_inspect(std::vector<std::string> arguments, const std::string &input = {}) {
   const auto result = run_program(program_beside("kiv_inspect"), arguments, input);
@@ -52,6 +56,24 @@ std::string library_file() {
   if (path[0] == '/') return "Z:" + path;
 #endif
   return path;
+}
+
+TEST(KivInspectProgram, TellsItsTime) {
+  const std::string path = write_file("timed", build_elf(true, ByteOrder::little, {{false, "main", 0x1000, 2, 1, 1}}));
+  // On the debug heap, too.
+  const auto result = run_inspect_once({"--time", "--debug-heap", "symbols", path});
+  EXPECT_EQ(result.exit_code, 0);
+  EXPECT_EQ(result.out, "0000000000001000 F main\n");
+  double times[3] = {-1, -1, -1};
+  char rest[64] = "";
+  EXPECT_EQ(std::sscanf(result.err.c_str(), "read %lf s rest %lf s all %lf s %63[^\n]", &times[0], &times[1], &times[2],
+                        rest),
+            4)
+      << result.err;
+  EXPECT_NEAR(times[0] + times[1], times[2], 2e-6);
+  EXPECT_TRUE(std::string(rest).starts_with("kiv_inspect thread time ")) << rest;
+  EXPECT_EQ(run_inspect_once({"--debug-heap", "--time"}).exit_code, 2);
+  std::remove(path.c_str());
 }
 
 TEST(KivInspectProgram, FindsItsOwnMain) {
@@ -215,11 +237,74 @@ TEST(KivInspectProgram, ListsWhatOverlapsARange) {
   std::remove(damaged.c_str());
 }
 
+TEST(KivInspectProgram, ListsSections) {
+  const std::string elf = write_file("elf", build_elf_sections(true, ByteOrder::big,
+                                                               {{"late", {1, 2}, 0x20, 0x6FFFFFFF, 2},
+                                                                {"text", {1}, 0x10, 1, 6},
+                                                                {"tbss", {}, 0x30, 8, 0x402},
+                                                                {"odd", {1, 2, 3}, 0, 0x70000001}}));
+  const std::string pe = write_file("pe", build_pe(false, {}, {}));
+  EXPECT_EQ(run_inspect({"sections", elf}).out,
+            "0000000000000010 0000000000000010        1 PROGBITS    text\n"
+            "0000000000000020 0000000000000021        2 GNU_versym  late\n"
+            "---------------- ----------------        0 NOBITS      tbss\n"
+            "---------------- ----------------        3 0x70000001  odd\n"
+            "---------------- ----------------       30 PROGBITS    .shstrtab\n");
+  EXPECT_EQ(run_inspect({"sections", pe}).out,
+            "00401000 004017ff     2048 CODE        .text\n"
+            "00402000 004027ff     2048 DATA        .data\n");
+  for (const auto &path : {elf, pe}) std::remove(path.c_str());
+  EXPECT_EQ(run_inspect({"--version"}).out, "kiv_inspect 1.0\nprotocol 1.0\n");
+}
+
 TEST(KivInspectProgram, ResolvesNames) {
   const std::string path = write_file("names", image_of_extents(false, ByteOrder::little));
   EXPECT_EQ(run_inspect({"resolve", path, "main", "tail", "1031", "tail", "nothing", "e"}).out,
             "00001000 main\n00002008 main\n00001030 tail\n00001031 tail+0x1\n00001030 tail\nnothing no symbol\n"
             "0000000e no symbol\n");
+  std::remove(path.c_str());
+}
+
+TEST(KivInspectProgram, ResolvesTargetAddresses) {
+  const std::string path = write_file(
+      "spaces",
+      build_elf(false, ByteOrder::little, {{false, "main", 0x1010, 2, 1, 1}, {false, "ns::f", 0x1200, 2, 1, 1}},
+                {{".text", 0x1000, 0x100, 6}, {".rodata", 0x1100, 0x80, 2}, {".data", 0x1200, 0x10, 7}}));
+  const std::vector<std::string> options = {"--space", "bit:0x100000000:1", "--space", "Far_2:9:24"};
+  const auto run = [&](const std::string &command, std::vector<std::string> operands, const std::string &input = {}) {
+    operands.insert(operands.begin(), {command, options[0], options[1], path, options[2], options[3]});
+    return run_inspect(operands, input);
+  };
+  EXPECT_EQ(run("spaces", {}).out,
+            "0 \"\" \"\" 8\n  00000000 ffffffff\n1 \"P\" \"code\" 8\n  00001000 000010ff .text\n"
+            "  00001200 0000120f .data\n2 \"D\" \"data\" 8\n  00001200 0000120f .data\n3 \"R\" \"rodata\" 8\n"
+            "  00001100 0000117f .rodata\n4294967296 \"bit\" \"bit\" 1\n  00000000 7ffffffff\n"
+            "9 \"Far_2\" \"Far_2\" 24\n  00000000 55555555\n");
+  // Of P and D and R only what is in their sections; a section's first bytes may have no symbol of their own.
+  const std::string lines =
+      "00001011 main+0x1\n00001011 main+0x1\n00001000 no symbol\n00001011 no symbol\n00001101 no symbol\n"
+      "00001101 main+0xf1\n00001201 ns::f+0x1\n00001201 ns::f+0x1\n00001180 main+0x170\n00001180 no symbol\n"
+      "00001010.7 main+0x0.7\n00000000.1 no symbol\n00001011 main+0x1\n00001200 ns::f\nP::x no symbol\n";
+  const std::vector<std::string> texts = {"P:1011",   "code:0x1011", "P:1000",    "D:1011", "R:1101",
+                                          ":1101",    "P:1201",      "data:1201", "1180",   "R:1180",
+                                          "bit:8087", "bit:1",       "Far_2:55b", "ns::f",  "P::x"};
+  EXPECT_EQ(run("resolve", texts).out, lines);
+  std::string input;
+  for (const auto &text : texts) input += " \t" + text + (text == "P:1011" ? "\r\n\n" : text == "P::x" ? "" : "\n");
+  EXPECT_EQ(run("resolve", {}, input).out, lines);
+  const struct {
+    std::string text, problem;
+  } kRows[] = {{"Q:1", "\"Q:1\" names no memory space"},
+               {"P:10000000000000000", "\"P:10000000000000000\" lies beyond the 64 bits of a program's addresses"},
+               {"Far_2:" + std::string(32, 'f'), "\"Far_2:" + std::string(32, 'f') + "\" lies beyond"}};
+  for (const auto &row : kRows) {
+    const auto told = run("resolve", {"main", row.text}), piped = run("resolve", {}, "main\n" + row.text + "\nmain\n");
+    EXPECT_EQ(told.out, "");
+    EXPECT_EQ(piped.out, "00001010 main\n");
+    EXPECT_TRUE(told.exit_code == 1 && piped.exit_code == 1);
+    EXPECT_TRUE(values_of("User message (English)", told.err).back().starts_with(row.problem)) << told.err;
+    EXPECT_EQ(values_of("User message (English)", piped.err)[1], "line 2 of standard input cannot be resolved");
+  }
   std::remove(path.c_str());
 }
 
@@ -451,7 +536,17 @@ TEST(KivInspectProgram, ExplainsItsUsage) {
                                                       {"ranges", "a", "0", "main"},
                                                       {"resolve", "a", ""},
                                                       {"resolve", "a", "1", "0x"},
-                                                      {"resolve", "a", "10000000000000000"},
+                                                      {"resolve", "a", "1", "P:", "2"},
+                                                      {"resolve", "a", "1", "--space"},
+                                                      {"resolve", "a", "1", "--space", "b:9"},
+                                                      {"resolve", "a", "1", "--space", "b:9:0"},
+                                                      {"resolve", "a", "1", "--space", "b:1:8"},
+                                                      {"resolve", "a", "1", "--space", "code:9:8"},
+                                                      {"resolve", "a", "1", "--space", "9b:9:8"},
+                                                      {"spaces", "a", "--space", "b:9:8", "--space", "b:10:8"},
+                                                      {"spaces", "a", "b"},
+                                                      {"sections"},
+                                                      {"--version", "a"},
                                                       {"constants"},
                                                       {"constants", "a", "b", "c"},
                                                       {"tree"},
@@ -478,8 +573,7 @@ TEST(KivInspectProgram, ExplainsItsUsage) {
     const auto result = run_inspect(arguments);
     EXPECT_EQ(result.exit_code, 2);
     EXPECT_EQ(result.out, "");
-    EXPECT_TRUE(result.err.starts_with("usage: kiv_inspect [--debug-heap] COMMAND\n  symbols [--regex] "))
-        << result.err;
+    EXPECT_TRUE(result.err.starts_with("usage: kiv_inspect [--debug-heap] [--time] COMMAND\n  symbols ")) << result.err;
   }
 }
 

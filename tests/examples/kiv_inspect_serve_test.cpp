@@ -119,7 +119,10 @@ TEST(KivInspectServe, AnswersAsTheCommandLineDoes) {
                  {"symbols", "--by-size", kProgram},
                  {"symbols", kProgram, "--by-name", "--regex", " "},
                  {"resolve", kProgram, "main", "1012", "none", "0"},
+                 {"resolve", kProgram, "R:1012", "Q:1", "--space", "b:9:1"},
+                 {"spaces", "--space", "b:9:1", kProgram},
                  {"ranges", kProgram, "1000", "ffffffff"},
+                 {"sections", kProgram},
                  {"bytes", kProgram, "1000", "40", "3:12"},
                  {"bytes", kProgram, "0", "40"},
                  {"symbols", "--by-size", "0", kProgram}}},
@@ -152,9 +155,8 @@ TEST(KivInspectServe, AnswersAsTheCommandLineDoes) {
   std::remove(dwarf.c_str());
 }
 
-/// Sends bytes, and gives what comes back until the connection ends. What comes behind a reply to a request that ends
-/// the bytes is not waited for.
-std::string converse(uint16_t port, const std::string &bytes, bool reads = true,
+/// Sends bytes, and gives what comes back until the connection ends, or (one_request) the reply to one request.
+std::string exchange(uint16_t port, const std::string &bytes, bool one_request = false, bool reads = true,
                      std::vector<int32_t> *values = nullptr) {
   KIV_STREAM stream;
   EXPECT_EQ(kiv_open_stream(&stream, "127.0.0.1", port), 0);
@@ -166,37 +168,67 @@ std::string converse(uint16_t port, const std::string &bytes, bool reads = true,
       },
       values);
   (void)kiv_socket_write(&stream, bytes.data(), static_cast<int32_t>(bytes.size()));
-  const bool one_request = bytes.find('\n') + 1 == bytes.size();
   std::string reply;
   char piece[1024];
   for (int32_t n = 1; reads && n > 0;) {
     n = kiv_socket_terminated_read(&stream, piece, sizeof piece, '\n');
     reply.append(piece, static_cast<size_t>(n));
-    if (one_request && reply.size() > 3 && reply.compare(reply.size() - 4, 2, "\n=") == 0) break;
+    if (one_request && n == 5 && std::string(piece, 3) == "7 =") break;
   }
   (void)kiv_close_stream(&stream);
   return reply;
 }
 
+const std::string kGreeting = "0 protocol 1.0\n", kGreeted = "0 v1.0\n";
+
+/// Sends one request, as number 7, and gives the reply without the numbers.
+std::string converse(uint16_t port, const std::string &request, bool reads = true,
+                     std::vector<int32_t> *values = nullptr) {
+  const bool is_whole = request.ends_with('\n');
+  std::string reply = exchange(port, kGreeting + (request.empty() ? "" : "7 ") + request, is_whole, reads, values),
+              text;
+  for (size_t at = 0, end; at < reply.size(); at = end) {
+    end = std::min(reply.find('\n', at), reply.size() - 1) + 1;
+    const std::string line = reply.substr(at, end - at);
+    if (line != kGreeted) text += line.starts_with("7 ") ? line.substr(2) : line;
+  }
+  return text;
+}
+
 TEST(KivInspectServe, OutlivesItsClients) {
   const std::string path = write_file("served", image_to_serve());
-  const std::string malformed = "ethe request is no line of words, or too long\n=2\n", main = "o00001000 main\n=0\n";
+  const std::string malformed = "ethe request is no line of words\n=2\n", main = "o00001000 main\n=0\n";
+  const std::string unnumbered = "0 ethe request has no number, or is too long\n0 =2\n";
+  const std::string unversioned = "0 ethe client does not tell the version of its protocol\n0 =2\n";
   const std::vector<std::pair<std::string, std::string>> rows = {
       {"resolve main\n", main},
       {"resolve  \"main\"  \n", main},
       {"resolve \"a \"\"b\"\" c\"\n", "o00001010 a \"b\" c\n=0\n"},
-      {std::string(5000, 'x'), malformed},
-      {"resolve " + std::string(kRequestSize, '1') + "\n", malformed},
+      {std::string(5000, 'x'), unnumbered},
       {"resolve \"a\n", malformed},
       {"resolve \"a\"b\n", malformed},
       {"resolve a\"b\"\n", malformed},
       {std::string("resolve \0\n", 10), malformed},
   };
-  Serving serving(path, static_cast<int>(rows.size()) + 13, 1);
+  const std::vector<std::pair<std::string, std::string>> conversations = {
+      {"symbols\n", unnumbered},
+      {"0 v\n", unversioned},
+      {"0 protocol 1\n", unversioned},
+      {"1 protocol 1.0\n", unversioned},
+      {"0 protocol 2.0\n", kGreeted},
+      {kGreeting + "-1 resolve main\n", kGreeted + unnumbered},
+      {kGreeting + "1 resolve main\n18446744073709551615 resolve \"\n1 resolve main\n18446744073709551616 resolve\n",
+       kGreeted +
+           "1 o00001000 main\n1 =0\n18446744073709551615 ethe request is no line of words\n"
+           "18446744073709551615 =2\n1 o00001000 main\n1 =0\n" +
+           unnumbered},
+  };
+  Serving serving(path, static_cast<int>(rows.size() + conversations.size()) + 13, 1);
   for (const auto &[request, reply] : rows) EXPECT_EQ(converse(serving.port, request), reply) << request;
+  for (const auto &[bytes, reply] : conversations) EXPECT_EQ(exchange(serving.port, bytes), reply) << bytes;
   // Requests of no sense: the client may try others.
   for (const char *request :
-       {"\n", "tree\n", "serve x 1\n", "--debug-heap symbols\n", "symbols a b\n", "\xff\x80 \x1b\n"}) {
+       {"\n", "tree\n", "resolve\n", "serve x 1\n", "--debug-heap symbols\n", "symbols a b\n", "\xff\x80 \x1b\n"}) {
     const std::string reply = converse(serving.port, request);
     EXPECT_TRUE(reply.starts_with("eusage: kiv_inspect ask ") && reply.ends_with("\n=2\n")) << reply;
   }
@@ -208,7 +240,6 @@ TEST(KivInspectServe, OutlivesItsClients) {
   ASSERT_EQ(kiv_open_stream(&plain, "localhost", serving.port), 0);  // without the secondary channel
   EXPECT_EQ(kiv_socket_write(&plain, "symbols\n", 8), 8);
   (void)kiv_close_stream(&plain);
-  EXPECT_EQ(converse(serving.port, "resolve main\nresolve main\nresolve \"\n"), main + main + malformed);
   std::vector<int32_t> values;
   EXPECT_GT(converse(serving.port, "bytes 10000 65536\n", true, &values).size(), 65536u);
   EXPECT_TRUE(std::is_sorted(values.begin(), values.end()));
@@ -223,10 +254,13 @@ TEST(KivInspectServe, NoClientKeepsOthersWaiting) {
   ASSERT_EQ(kiv_open_stream(&silent, "127.0.0.1", serving.port), 0);
   ASSERT_EQ(kiv_open_stream(&greedy, "127.0.0.1", serving.port), 0);
   ASSERT_TRUE(set_up_connection(&greedy));
-  const std::string request = "bytes 10000 1073741824\n";  // and takes nothing of the reply
+  const std::string request = kGreeting + "7 bytes 10000 1073741824\n";  // and takes no more than a start
   EXPECT_EQ(kiv_socket_write(&greedy, request.data(), static_cast<int32_t>(request.size())), int(request.size()));
-  char first;
-  EXPECT_EQ(kiv_socket_read(&greedy, &first, 1), 1);
+  char line[32] = "";
+  for (const char *start : {"0 v1.0", "7 o00010000 "}) {
+    EXPECT_GE(kiv_socket_read_line(&greedy, line, sizeof line), 6);
+    EXPECT_TRUE(std::string(line).starts_with(start)) << line;
+  }
   for (int i = 0; i < 5; ++i) EXPECT_EQ(converse(serving.port, "resolve main\n"), "o00001000 main\n=0\n");
   (void)kiv_close_stream(&silent);
   (void)kiv_close_stream(&greedy);
@@ -333,7 +367,7 @@ TEST(KivInspectServe, ServesOnceAndTellsWhatItHasLeft) {
                                                {"serve", path, "65536"},
                                                {"serve", "--patience", "0", path, "0"},
                                                {"serve", "--clients", "65", path, "0"},
-                                               {"ask", "localhost", "1"},
+                                               {"ask", "localhost"},
                                                {"ask", "localhost", "0", "symbols"},
                                                {"ask", "localhost", "1", "a\nb"},
                                                {"ask", "localhost", "1", std::string(kRequestSize, 'x')}})
@@ -343,14 +377,22 @@ TEST(KivInspectServe, ServesOnceAndTellsWhatItHasLeft) {
 
 TEST(KivInspectServe, BelievesNoServer) {
   const struct {
-    const char *reply, *out, *words;
+    const char *greeting, *reply, *out, *words;  // no reply: there is no request either
     int exit_code;
-  } kRows[] = {{"oa\x1b[2J\neb\x07\n=1\n", "a^[[2J\n", "b^G\n", 1},
-               {"oa\n", "a\n", "the connection ended before the reply did\n", 1},
-               {"xa\n=0\n", "", "the reply makes no sense\n", 1},
-               {"\n=0\n", "", "the reply makes no sense\n", 1},
-               {"=-1\n", "", "the reply makes no sense\n", 1},
-               {"=0\nrest", "", "", 0}};
+  } kRows[] = {{"0 v1.7", "3 ob\x1b[2J\n1 oa\n3 eb\x07\n3 =1\n1 =0\n", "b^[[2J\na\n", "b^G\n", 1},
+               {"0 v1.0", "3 =2\n1 =0\n3 oa\n", "", "", 2},
+               {"0 v1.0", "1 oa\n1 =0\n", "a\n", "the connection ended before the reply did\n", 1},
+               {"0 v1.0", "1 =0\n1 oa\n", "", "a reply came for request 1, which is not under way\n", 1},
+               {"0 v1.0", "18446744073709551615 =0\n", "", "request 18446744073709551615, which is not under way\n", 1},
+               {"0 v1.0", "0 e*\n0 =2\n", "", "*\n", 1},
+               {"0 v1.0", "1 xa\n1 =0\n", "", "the reply makes no sense\n", 1},
+               {"0 v1.0", "1\n", "", "the reply makes no sense\n", 1},
+               {"0 v1.0", "1 =-1\n", "", "the reply makes no sense\n", 1},
+               {"0 e1.0", "", "", "the server does not tell the version of its protocol\n", 1},
+               {"0 v65536.0", "", "", "the server does not tell the version of its protocol\n", 1},
+               {"0 v2.3", "", "", "its protocol 2.3 is newer than 1.0, which is spoken here\n", 1},
+               {"0 v0.9", "", "", "its protocol 0.9 is older than 1.0, which is spoken here\n", 1},
+               {"0 v0.9.1.1", "", "", "its protocol 0.9.1.1 has gone another way than 1.0, which is spoken here\n", 1}};
   kiv_socket_init();
   KIV_SERVER server = {};
   ASSERT_EQ(kiv_start_server(&server, 0), 0);
@@ -358,15 +400,23 @@ TEST(KivInspectServe, BelievesNoServer) {
     std::thread answering([&] {
       KIV_STREAM stream;
       if (kiv_socket_accept(&server, &stream, nullptr) != 0 || !set_up_connection(&stream)) return;
-      char request[64] = "";
-      EXPECT_EQ(kiv_socket_read_line(&stream, request, sizeof request), 14);
-      EXPECT_STREQ(request, "symbols \"\" a b");
-      (void)kiv_socket_write(&stream, row.reply, static_cast<int32_t>(std::string(row.reply).size()));
+      const std::string greeting = std::string(row.greeting) + "\n", reply = row.reply;
+      char line[64] = "";
+      (void)kiv_socket_read_line(&stream, line, sizeof line);
+      EXPECT_EQ(std::string(line) + "\n", kGreeting);
+      (void)kiv_socket_write(&stream, greeting.data(), static_cast<int32_t>(greeting.size()));
+      for (const char *request : {"1 symbols \"\" a b", "3 x"}) {
+        if (reply.empty()) continue;
+        (void)kiv_socket_read_line(&stream, line, sizeof line);
+        EXPECT_STREQ(line, request);
+      }
+      (void)kiv_socket_write(&stream, reply.data(), static_cast<int32_t>(reply.size()));
       (void)kiv_close_stream(&stream);
     });
-    const auto asked = ask(port_of(server), {"symbols", "", "a", "b"});
+    const auto asked = run_program(program_beside("kiv_inspect"), {"ask", "127.0.0.1", std::to_string(port_of(server))},
+                                   "symbols \"\" a b\n\n x ");
     answering.join();
-    EXPECT_EQ(asked.exit_code, row.exit_code) << row.reply;
+    EXPECT_EQ(asked.exit_code, row.exit_code) << row.reply << asked.err;
     EXPECT_EQ(asked.out, row.out);
     EXPECT_NE(asked.err.find(row.words), std::string::npos) << asked.err;
   }
@@ -385,8 +435,9 @@ TEST(KivInspectServe, CarriesAllWords) {
     }
     char line[kRequestSize];
     char *parts[kMostWords];
-    const int size = join_request(static_cast<int>(words.size()), pointers.data(), line);
+    int size = join_request(UINT64_MAX - 5, static_cast<int>(words.size()), pointers.data(), line);
     ASSERT_GT(size, 0);
+    EXPECT_EQ(take_request_number(line, &size), UINT64_MAX - 5);
     const int count = split_request(line, size, parts);
     ASSERT_EQ(count, static_cast<int>(words.size()));
     for (int i = 0; i < count; ++i) EXPECT_EQ(parts[i], words[static_cast<size_t>(i)]);
