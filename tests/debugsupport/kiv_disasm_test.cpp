@@ -13,25 +13,72 @@ namespace {
 using namespace kiv::test;
 
 struct Part {
-  bool literal;
-  std::u32string text, symbol;
-  uint32_t value;  // its first word
+  std::u32string text, symbol;  // "(null)": literal
+  uint32_t value;               // its last word
   bool operator==(const Part &) const = default;
 };
-using Parts = std::vector<Part>;
 
-Parts parts_of(const KIV_DBLL_NODE &list) {
-  Parts parts;
-  const KIV_DBLL_NODE *previous = nullptr;
-  for (const KIV_DBLL_NODE *node = list.next; node != nullptr; previous = node, node = node->next) {
+std::vector<Part> parts_of(const KIV_DBLL_NODE &list) {
+  std::vector<Part> parts;
+  for (const KIV_DBLL_NODE *node = list.next; node != nullptr; node = node->next) {
     const auto &part = *static_cast<const KIV_DISASM_PART *>(node->data);
-    EXPECT_TRUE(&part.node == node && node->prev == previous && node->owner == &list);
-    EXPECT_EQ(part.value.words[3], ~part.value.words[0] + (part.value.words[0] == 0));
-    const bool literal = part.symbol == nullptr;
-    parts.push_back({literal, text_of(part.text), literal ? U"" : text_of(part.symbol), part.value.words[0]});
+    EXPECT_TRUE(&part.node == node && node->owner == &list);
+    EXPECT_EQ(node->next != nullptr ? node->next->prev : list.prev, node);
+    parts.push_back({text_of(part.text), text_of(part.symbol), part.value.words[3]});
   }
-  EXPECT_EQ(list.prev, previous);
   return parts;
+}
+
+// Random appends, each with every allocation failing in turn before it succeeds.
+TEST(Disasm, AgreesWithAVectorWhateverFails) {
+  auto random = make_random();
+  const std::string kLong(1000000, 'x');
+  const KIV_UNICHAR kText[] = {'r', 0xE9, 0xFFFFFFFF, 0};
+  CountingAllocator memory;
+  KIV_ALLOCATOR *const a = memory.record();
+  KIV_DBLL_NODE list;
+  kiv_dbll_init(&list);
+  std::vector<Part> model;
+  for (uint32_t step = 1; step < 1500; ++step) {
+    const char *const all_bytes[] = {nullptr, nullptr, "", "\x7F\x80\xFF", step % 500 == 0 ? kLong.c_str() : ","};
+    // The text that grows is a text to append, too, whole or its end.
+    const KIV_UNICHAR *own = list.prev != nullptr ? static_cast<KIV_DISASM_PART *>(list.prev->data)->text : kText;
+    const KIV_UNICHAR *const strings[] = {nullptr, kText, own, own + kiv_string_length(own) / 2};
+    const char *const bytes = all_bytes[below(random, 5)];
+    const KIV_UNICHAR *const string = strings[below(random, 4)], *const symbol = strings[below(random, 4)];
+    const KIV_UNICHAR unit = below(random, 3) * 0x55555555;
+    const KIV_DISASM_VALUE value = {{0, 0, 0, step}};
+    const bool literal = below(random, 2) != 0;
+    std::u32string text;
+    for (const char *c = bytes; c != nullptr && *c != '\0'; ++c) {
+      text += literal ? static_cast<char32_t>(static_cast<signed char>(*c)) : static_cast<unsigned char>(*c);
+    }
+    if (bytes == nullptr) text = string != nullptr ? text_of(string) : std::u32string(unit != 0, unit);
+    std::vector<Part> expected = model;
+    if (!literal) {
+      expected.push_back({text, symbol != nullptr ? text_of(symbol) : U"", step});
+    } else if (!model.empty() && model.back().symbol == U"(null)") {
+      expected.back().text += text;
+    } else {
+      expected.push_back({text, U"(null)", 0});
+    }
+    KIV_DBLL_NODE *const element = step % 2 == 0 && list.next != nullptr ? list.next : &list;
+    const size_t blocks = memory.live_blocks();
+    for (uint32_t failing = 1, failed = 1; failed != 0; ++failing) {
+      memory.fail_at(failing);
+      failed = literal ? kiv_disasm_append_literal2(a, element, bytes, string, unit) != 0
+                       : kiv_disasm_append_symbolic_part2(a, element, bytes, string, unit, symbol, &value) != 0;
+      ASSERT_EQ(failed != 0, memory.has_failed());
+      ASSERT_TRUE(parts_of(list) == (failed != 0 ? model : expected)) << step;
+      if (failed != 0) ASSERT_EQ(memory.live_blocks(), blocks);
+    }
+    model = std::move(expected);
+    if (step % 20 != 0) continue;
+    kiv_disasm_parts_dealloc(a, list.next);
+    model.clear();
+    ASSERT_TRUE(list.next == nullptr && list.prev == nullptr && memory.live_blocks() == 0);
+  }
+  kiv_disasm_parts_dealloc(a, &list);
 }
 
 int print(void *out, const char *format, ...) {
@@ -44,119 +91,39 @@ int print(void *out, const char *format, ...) {
   return length;
 }
 
-std::string record_of(const std::string &function, const std::string &line) {
-  return "Internal error msg    : Memory shortage in kiv_disasm_append_" + function +
-         "(...).\nSource file           : kiv_disasm.cpp\nSource line           : " + line +
-         "\nBinary name           : \nBinary version        : \nUser message (English): Internal memory shortage.\n"
-         "User message (Local)  : Internal memory shortage.\nUser help             : \n";
-}
-
-/// An append in one of the four forms, and what its error record prints as; "1" in place of a record.
-struct Append {
-  const char *bytes;
-  const KIV_UNICHAR *string, *symbol;
-  KIV_UNICHAR unit;
-  const KIV_DISASM_VALUE *value;  // null: literal
-  bool recorded;
-
-  std::string run(const KIV_ERROR_CONTEXT &context, KIV_ALLOCATOR *a, KIV_DBLL_NODE *list) const {
-    const bool literal = value == nullptr;
-    if (!recorded) {
-      return (literal ? kiv_disasm_append_literal2(a, list, bytes, string, unit)
-                      : kiv_disasm_append_symbolic_part2(a, list, bytes, string, unit, symbol, value)) != 0
-                 ? "1"
-                 : "";
-    }
-    KIV_ERROR *error = literal ? kiv_disasm_append_literal(&context, a, list, bytes, string, unit)
-                               : kiv_disasm_append_symbolic_part(&context, a, list, bytes, string, symbol, value);
-    std::string text;
-    kiv_error_print(error, &text, print);
-    kiv_error_delete(&context, error);
-    return text;
-  }
-
-  void apply(Parts *parts) const {
-    const bool literal = value == nullptr;
-    std::u32string text;
-    for (const char *c = bytes; c != nullptr && *c != '\0'; ++c) {
-      text += literal ? static_cast<char32_t>(static_cast<signed char>(*c)) : static_cast<unsigned char>(*c);
-    }
-    if (bytes == nullptr && string != nullptr) text = text_of(string);
-    if (bytes == nullptr && string == nullptr && unit != 0 && (literal || !recorded)) text = unit;
-    if (literal && !parts->empty() && parts->back().literal) {
-      parts->back().text += text;
-    } else {
-      parts->push_back(
-          {literal, text, symbol != nullptr && !literal ? text_of(symbol) : U"", literal ? 0 : value->words[0]});
-    }
-  }
-};
-
-// Random appends, each with every allocation failing in turn before it succeeds.
-TEST(Disasm, AgreesWithAVectorWhateverFails) {
-  auto random = make_random();
+// The error records, and the order of allocations.
+TEST(Disasm, TellsOfMemoryShortage) {
   KIV_ALLOCATOR heap;
   const KIV_ERROR_CONTEXT context = {&heap, kiv_i18n_prn_init(kiv_allocator_default_new(&heap))};
-  const std::string kLong(1000000, 'x');
-  const KIV_UNICHAR kText[] = {'r', 0xE9, 0xFFFFFFFF, 0};
   CountingAllocator memory;
+  KIV_ALLOCATOR *const a = memory.record();
   KIV_DBLL_NODE list;
   kiv_dbll_init(&list);
-  Parts model;
-  for (uint32_t step = 1; step < 1500; ++step) {
-    const char *const bytes[] = {nullptr, nullptr, "", "mov ", "\x7F\x80\xFF", step % 500 == 0 ? kLong.c_str() : ","};
-    // The text that grows is a text to append, too, whole or its end.
-    const KIV_UNICHAR *own = list.prev != nullptr ? static_cast<KIV_DISASM_PART *>(list.prev->data)->text : kText;
-    const KIV_UNICHAR *const strings[] = {nullptr, kText, own, own + kiv_string_length(own) / 2};
-    const KIV_DISASM_VALUE value = {{step, 0, 0, ~step}};
-    const Append append = {
-        bytes[below(random, 6)],       strings[below(random, 4)],           strings[below(random, 4)],
-        below(random, 3) * 0x55555555, below(random, 2) ? &value : nullptr, below(random, 2) != 0};
-    Parts expected = model;
-    append.apply(&expected);
-    const size_t blocks = memory.live_blocks();
-    for (uint32_t failing = 1;; ++failing) {
-      memory.fail_at(failing);
-      const std::string failure = append.run(context, memory.record(), step % 2 == 0 && list.next ? list.next : &list);
-      if (!memory.has_failed()) {
-        ASSERT_EQ(failure, "");
-        break;
-      }
-      ASSERT_EQ(failure, !append.recorded          ? "1"
-                         : append.value != nullptr ? record_of("symbolic_part", "341")
-                                                   : record_of("literal", "164"));
-      ASSERT_EQ(memory.live_blocks(), blocks);
-      ASSERT_TRUE(parts_of(list) == model) << step;
-    }
-    ASSERT_TRUE(parts_of(list) == expected) << step;
-    model = std::move(expected);
-    if (below(random, 20) != 0) continue;
-    kiv_disasm_parts_dealloc(memory.record(), list.next != nullptr ? list.next : &list);
-    model.clear();
-    ASSERT_TRUE(parts_of(list).empty() && memory.live_blocks() == 0);
-  }
-  kiv_disasm_parts_dealloc(memory.record(), &list);
-  kiv_i18n_prn_exit(context.messages);
-}
-
-TEST(Disasm, AllocatesInItsOrder) {
-  CountingAllocator memory;
-  KIV_ALLOCATOR *a = memory.record();
-  KIV_DBLL_NODE list;
-  kiv_dbll_init(&list);
-  const KIV_UNICHAR symbol[] = {'s', 0};
-  for (const char *text : {"mov", " ", "r1"}) EXPECT_EQ(kiv_disasm_append_literal2(a, &list, text, nullptr, 'x'), 0);
+  for (const char *text : {"mov", " "})
+    EXPECT_EQ(kiv_disasm_append_literal(&context, a, &list, text, nullptr, 'x'), nullptr);
   memory.fail_at(1);  // the text; the symbol is copied all the same
-  EXPECT_EQ(kiv_disasm_append_symbolic_part2(a, &list, nullptr, nullptr, 'y', symbol, nullptr), 1);
-  EXPECT_EQ(kiv_disasm_append_symbolic_part2(a, &list, nullptr, nullptr, 'y', symbol, nullptr), 0);
+  KIV_ERROR *symbolic = kiv_disasm_append_symbolic_part(&context, a, &list, "y", nullptr, nullptr, nullptr);
+  memory.fail_at(0);
+  EXPECT_EQ(kiv_disasm_append_symbolic_part(&context, a, &list, nullptr, nullptr, nullptr, nullptr), nullptr);
   memory.fail_at(2);
-  EXPECT_EQ(kiv_disasm_append_literal2(a, &list, nullptr, nullptr, 'z'), 1);
+  KIV_ERROR *literal = kiv_disasm_append_literal(&context, a, &list, nullptr, nullptr, 'z');
+  for (const bool is_literal : {true, false}) {
+    std::string text, name = is_literal ? "literal" : "symbolic_part", line = is_literal ? "164" : "341";
+    kiv_error_print(is_literal ? literal : symbolic, &text, print);
+    kiv_error_delete(&context, is_literal ? literal : symbolic);
+    EXPECT_EQ(text, "Internal error msg    : Memory shortage in kiv_disasm_append_" + name +
+                        "(...).\nSource file           : kiv_disasm.cpp\nSource line           : " + line +
+                        "\nBinary name           : \nBinary version        : \n"
+                        "User message (English): Internal memory shortage.\n"
+                        "User message (Local)  : Internal memory shortage.\nUser help             : \n");
+  }
   kiv_disasm_parts_dealloc(a, &list);
+  kiv_i18n_prn_exit(context.messages);
   const std::string part = "alloc " + std::to_string(sizeof(KIV_DISASM_PART)) + " -> ";
-  EXPECT_EQ(memory.log, (std::vector<std::string>{
-                            part + "1", "realloc 0 16 -> 2", "realloc 2 20 -> 3", "realloc 3 28 -> 4", "alloc 8 -> 0",
-                            "alloc 8 -> 5", "free 5", "alloc 8 -> 6", "alloc 8 -> 7", part + "8", part + "9",
-                            "realloc 0 8 -> 0", "free 9", "free 4", "free 1", "free 6", "free 7", "free 8"}));
+  EXPECT_EQ(memory.log,
+            (std::vector<std::string>{part + "1", "realloc 0 16 -> 2", "realloc 2 20 -> 3", "alloc 8 -> 0",
+                                      "alloc 4 -> 4", "free 4", "alloc 4 -> 5", "alloc 4 -> 6", part + "7", part + "8",
+                                      "realloc 0 8 -> 0", "free 8", "free 3", "free 1", "free 5", "free 6", "free 7"}));
 }
 
 }  // namespace
