@@ -133,13 +133,16 @@ std::optional<std::string> run(Command command, std::unique_ptr<Server> &server)
   return said;
 }
 
-/// Without what changes whenever the tool's source does.
-std::string without_source_lines(const std::string &text) {
-  const std::string label = "Source line           : ";
+/// Without the numbers in lines that differ from one run, or version of the tool, to another.
+std::string without_changing_numbers(const std::string &text) {
   std::string result;
   std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) {
-    result += (line.starts_with(label) ? label : line) + '\n';
+    for (const char *start : {"Source line  ", "read  ", "rest  ", "all   ", "kiv_inspect thread time "}) {
+      if (line.starts_with(start))
+        std::erase_if(line, [](char c) { return c == ' ' || c == '.' || (c >= '0' && c <= '9'); });
+    }
+    result += line + '\n';
   }
   return result;
 }
@@ -181,13 +184,11 @@ TEST(KivInspectWalkthrough, IsTrue) {
     const std::string place = kPage + ":" + std::to_string(number) + ": " + line;
     SCOPED_TRACE(place);
     const auto said = run(Command(line.substr(kPrompt.size())), server);
-    updated += said.value_or(told);
     ++commands;
-    if (said) {
-      EXPECT_EQ(without_source_lines(told), without_source_lines(*said)) << "The page should say:\n" << *said;
-    } else {
-      std::printf("[  SKIPPED ] not in this build: %s\n", place.c_str());
-    }
+    if (!said) std::printf("[  SKIPPED ] not in this build: %s\n", place.c_str());
+    const bool is_true = !said || without_changing_numbers(told) == without_changing_numbers(*said);
+    EXPECT_TRUE(is_true) << "The page says:\n" << told << "It should say:\n" << said.value_or("");
+    updated += is_true ? told : *said;
   }
   EXPECT_GT(commands, 20);
   if (std::getenv("KIV_WALKTHROUGH_UPDATE") != nullptr) std::ofstream(kPage, std::ios::binary) << updated;
