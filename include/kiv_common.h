@@ -14,6 +14,7 @@
 #include "kiv_cookie.h"
 #include "kiv_dbll.h"
 #include "kiv_debug_heap.h"
+#include "kiv_disasm.h"
 #include "kiv_enum_translate.h"
 #include "kiv_error.h"
 #include "kiv_hash.h"

@@ -37,8 +37,8 @@ install() {
     die "could not install: ${missing[*]}"
 }
 
-# MPFR is an oracle of the tests.
-install_build_tools() { install g++ cmake ninja-build googletest pkg-config libmpfr-dev; }
+# MPFR is an oracle of the tests; kiv_inspect disassembles with Capstone.
+install_build_tools() { install g++ cmake ninja-build googletest pkg-config libmpfr-dev libcapstone-dev; }
 
 install_windows_tools() {
   if ! dpkg --print-foreign-architectures | grep -qx i386; then

@@ -24,6 +24,8 @@ show $program tree --width 120 $program kiv::inspect::ConstantValue
 show $program tree --navigate --cell 16 $program kiv::inspect::Outcome <<< $'r\np\nq'
 # What main starts with, and its first instruction's bits.
 show $program bytes $program "$main" 32 0:16
+# The same as instructions.
+show $program disasm $program "$main" 8
 # The same from a server, at a port that the system chooses and its first line tells.
 coproc server { exec $program serve --once $program 0; }
 server_pid=$server_PID

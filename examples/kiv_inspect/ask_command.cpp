@@ -68,7 +68,7 @@ class InputRequests {
     if (*words == '\0') return {};
     size_ = number_request(lines_.number(), words, line_);
     if (size_ != 0) return {};
-    worst_ = Outcome::wrong_usage;
+    worst_ = Outcome::refused;
     return Output(arguments_.err, arguments_.errors, arguments_.allocator)
         .line("line [0_u64] is too long for a request[|]", lines_.number());
   }

@@ -12,8 +12,19 @@
 
 namespace kiv::inspect {
 
-/// What a command comes to, and the exit status of the program.
-enum class Outcome { done = 0, failed = 1, wrong_usage = 2 };
+/// What a command comes to.
+enum class Outcome {
+  done,
+  failed,
+  wrong_usage,  // the usage is told
+  refused,      // why it cannot be run is told
+};
+
+/// The exit status of the program.
+inline int exit_status(Outcome outcome) {
+  constexpr int kStatuses[] = {0, 1, 2, 2};
+  return kStatuses[static_cast<int>(outcome)];
+}
 
 /// What follows the command's name on the command line or in a request, where its memory and its failures come from,
 /// and where its text goes.
@@ -73,6 +84,7 @@ Outcome run_constants(Arguments arguments);
 Outcome run_tree(Arguments arguments);
 Outcome run_sections(Arguments arguments);
 Outcome run_bytes(Arguments arguments);
+Outcome run_disasm(Arguments arguments);
 Outcome run_serve(Arguments arguments);
 Outcome run_ask(Arguments arguments);
 Outcome run_version(Arguments arguments);

@@ -141,7 +141,8 @@ void Conversation::take_reply(void *line, void *conversation, void *size) {
     }
     its.bar_.hide();
     its.bytes_ahead_ -= static_cast<int>(reinterpret_cast<uintptr_t>(size));
-    its.worst_ = std::max(its.worst_, static_cast<Outcome>(exit_status));
+    constexpr Outcome kOutcomes[] = {Outcome::done, Outcome::failed, Outcome::refused};
+    its.worst_ = std::max(its.worst_, kOutcomes[exit_status]);
   }
 }
 

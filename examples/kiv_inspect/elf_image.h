@@ -4,6 +4,7 @@
 #define KIV_INSPECT_ELF_IMAGE_H
 
 #include "examples/kiv_inspect/file_view.h"
+#include "examples/kiv_inspect/machine.h"
 #include "examples/kiv_inspect/status.h"
 
 namespace kiv::inspect {
@@ -67,6 +68,9 @@ class ElfImage {
 
   /// Whether addresses and references are final: that of an object file are not.
   bool is_linked() const { return type_ != 1; }
+
+  /// What the program is for.
+  Machine machine() const { return elf_machine(machine_, has_64_bits_); }
 
   /// Whether the program is for x86 of either width.
   bool is_x86() const { return machine_ == 3 || machine_ == 62; }

@@ -1,5 +1,6 @@
 // kiv_inspect looks into programs, ELF or PE, for the people who write debuggers. The exit status is 0, 1 after an
-// error (its record is on standard error), or 2 for a command line that makes no sense.
+// error (its record is on standard error), or 2 for a command line that makes no sense, or asks for what
+// this build does not have.
 
 #include <clocale>
 #include <cstdio>
@@ -80,5 +81,5 @@ int main(int argc, char **argv) {
   // What a person reads comes line by line, all else in large pieces.
   if (!is_terminal(stdout)) (void)std::setvbuf(stdout, nullptr, _IOFBF, kOutputBufferSize);
   const CommandLine line(argc, argv);
-  return static_cast<int>(line.is_watched ? run_watched(line) : run_plainly(line));
+  return exit_status(line.is_watched ? run_watched(line) : run_plainly(line));
 }

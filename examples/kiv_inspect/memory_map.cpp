@@ -30,6 +30,7 @@ Status MemoryMap::read_elf(FileView file, KIV_ALLOCATOR *pool) {
   Status status = image.open(file);
   order_ = image.order();
   address_digits_ = image.address_digits();
+  machine_ = image.machine();
   ByteView table;
   uint32_t count = 0;
   if (status.ok()) status = image.segments(&table, &count);
@@ -56,6 +57,7 @@ Status MemoryMap::read_pe(FileView file, KIV_ALLOCATOR *pool) {
   PeImage image(errors_);
   Status status = image.open(file, pool);
   address_digits_ = image.address_digits();
+  machine_ = image.machine();
   if (!status.ok()) return status;
   const auto headers = file.part(0, image.headers_size());
   if (!headers) return errors_.failure("its PE header is cut off[|]");

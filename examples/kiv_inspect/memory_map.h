@@ -7,6 +7,7 @@
 #define KIV_INSPECT_MEMORY_MAP_H
 
 #include "examples/kiv_inspect/file_view.h"
+#include "examples/kiv_inspect/machine.h"
 #include "examples/kiv_inspect/status.h"
 #include "kiv_allocator.h"
 #include "kiv_avl.h"
@@ -39,6 +40,7 @@ class MemoryMap {
   /// Of the program.
   ByteOrder order() const { return order_; }
   int address_digits() const { return address_digits_; }
+  Machine machine() const { return machine_; }
 
  private:
   Status add(const MemoryRegion &region, KIV_ALLOCATOR *pool);
@@ -51,6 +53,7 @@ class MemoryMap {
   KIV_AVL_TREE *regions_ = nullptr;
   ByteOrder order_ = ByteOrder::little;
   int address_digits_ = 16;
+  Machine machine_ = Machine::unknown;
 };
 
 }  // namespace kiv::inspect

@@ -61,7 +61,7 @@ Status PeImage::open(FileView file, KIV_ALLOCATOR *scratch) {
   const auto header = file_.part(header_at, kCoffHeaderSize);
   if (!header) return errors_.failure("its PE header is cut off[|]");
   const uint32_t section_count = header->u16(6);
-  is_x86_ = header->u16(4) == 0x14C || header->u16(4) == 0x8664;
+  machine_ = pe_machine(header->u16(4));
   coff_symbols_ = {header->u32(12), header->u32(16)};
   const uint32_t optional_size = header->u16(20);
   const auto optional = file_.part(header_at + kCoffHeaderSize, optional_size);

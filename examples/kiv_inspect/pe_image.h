@@ -4,6 +4,7 @@
 #define KIV_INSPECT_PE_IMAGE_H
 
 #include "examples/kiv_inspect/file_view.h"
+#include "examples/kiv_inspect/machine.h"
 #include "examples/kiv_inspect/status.h"
 #include "kiv_allocator.h"
 #include "kiv_avl.h"
@@ -76,8 +77,11 @@ class PeImage {
   /// How many bytes from the file's start on are loaded to the base.
   uint32_t headers_size() const { return headers_size_; }
 
+  /// What the program is for.
+  Machine machine() const { return machine_; }
+
   /// Whether the program is for x86 of either width.
-  bool is_x86() const { return is_x86_; }
+  bool is_x86() const { return machine_ == Machine::x86 || machine_ == Machine::x86_64; }
 
  private:
   void read_optional_header(ByteView header);
@@ -87,7 +91,7 @@ class PeImage {
   const Errors &errors_;
   FileView file_;
   bool has_64_bits_ = false;
-  bool is_x86_ = false;
+  Machine machine_ = Machine::unknown;
   uint64_t base_ = 0;
   uint32_t headers_size_ = 0;
   PeSection *sections_ = nullptr;

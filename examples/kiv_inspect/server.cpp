@@ -28,7 +28,7 @@ int read_request(KIV_STREAM *stream, char (&line)[kRequestSize]) {
 bool refuse(KIV_STREAM *stream, uint64_t number, const char *words) {
   Reply reply(stream, number);
   reply.err().write(words, std::strlen(words));
-  reply.end(static_cast<int>(Outcome::wrong_usage));
+  reply.end(exit_status(Outcome::wrong_usage));
   return stream->error == 0;
 }
 
@@ -95,7 +95,7 @@ bool Server::answer_request(KIV_STREAM *stream) const {
   const int count = split_request(line, size, words);
   if (count < 0) return refuse(stream, number, "the request is no line of words\n");
   Reply reply(stream, number);
-  reply.end(static_cast<int>(handler_.answer(count, words, reply.out(), reply.err())));
+  reply.end(exit_status(handler_.answer(count, words, reply.out(), reply.err())));
   return stream->error == 0;
 }
 
