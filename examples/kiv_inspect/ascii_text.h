@@ -16,7 +16,7 @@ bool all_words(std::string_view text, auto holds) {
     if (!holds(word)) return false;
   }
   word = 0x2020202020202020;
-  std::memcpy(&word, text.data(), text.size());
+  if (!text.empty()) std::memcpy(&word, text.data(), text.size());
   return holds(word);
 }
 

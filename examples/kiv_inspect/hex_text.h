@@ -2,6 +2,7 @@
 #ifndef KIV_INSPECT_HEX_TEXT_H
 #define KIV_INSPECT_HEX_TEXT_H
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 

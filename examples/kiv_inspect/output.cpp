@@ -98,7 +98,7 @@ bool Output::plain_line(std::initializer_list<std::string_view> pieces) {
   size_t size = 0;
   for (const std::string_view piece : pieces) {
     if (piece.size() >= kBufferSize - size) return false;
-    std::memcpy(line_ + size, piece.data(), piece.size());
+    std::copy(piece.begin(), piece.end(), line_ + size);
     size += piece.size();
   }
   if (!is_ascii({line_, size}) || !is_printable_ascii({line_, size})) return false;
