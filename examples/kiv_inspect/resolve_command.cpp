@@ -48,15 +48,16 @@ class Batch {
 
   /// Adds what a text asks for. REQUIRES: the text stays.
   Status add(const char *text, TargetSpaces::Reading *reading) {
-    Query query = {spaces_.is_name(text) ? text : nullptr, {}};
+    Query query = {nullptr, {}};
     *reading = TargetSpaces::Reading::done;
-    if (query.name == nullptr) {
+    if (!spaces_.is_name(text)) {
       *reading = spaces_.read(text, &query.address);
       if (*reading != TargetSpaces::Reading::done) return fail(*reading, text);
     } else {
       const KIV_UNICHAR *name = text_.decode(text);
       const Status status = name != nullptr ? lookup_.want(name) : out_of_memory();
       if (!status.ok()) return status;
+      query.name = text;
       has_names_ = true;
     }
     const Query *placed = place(memory_.pool(), query);

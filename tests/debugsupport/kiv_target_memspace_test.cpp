@@ -32,21 +32,18 @@ int add(KIV_TARGET_MEMSPACE_LIST *list, const Space &space) {
 /// The list has these spaces in this order, and finds each in its three trees.
 void expect_spaces(const KIV_TARGET_MEMSPACE_LIST *list, const Spaces &spaces) {
   ASSERT_EQ(list->count, spaces.size());
-  const KIV_TARGET_MEMSPACE *default_name = nullptr, *default_as_name = nullptr;
   for (size_t i = 0; i < spaces.size(); ++i) {
     const KIV_TARGET_MEMSPACE *record = list->memspaces[i];
     EXPECT_EQ(uint64_t{record->number_high} << 32 | record->number_low, spaces[i].number);
     EXPECT_TRUE(text_of(record->name) == spaces[i].name && text_of(record->as_name) == spaces[i].as_name);
     EXPECT_TRUE(record->bits_per_unit == spaces[i].bits_per_unit && record->caller_data[0] == record->bits_per_unit);
-    EXPECT_EQ(record->caller_data[3], 3U);
     EXPECT_EQ(kiv_target_memspace_find_by_number(list, record->number_low, record->number_high), record);
     EXPECT_EQ(kiv_target_memspace_find_by_name(list, record->name), record);
     EXPECT_EQ(kiv_target_memspace_find_by_as_name(list, record->as_name), record);
-    if (spaces[i].name.empty()) default_name = record;
-    if (spaces[i].as_name.empty()) default_as_name = record;
   }
-  EXPECT_TRUE(list->default_name == default_name && list->default_as_name == default_as_name);
-  for (KIV_AVL_TREE *tree : {list->by_number, list->by_name, list->by_as_name}) {
+  EXPECT_EQ(list->default_name, kiv_target_memspace_find_by_name(list, nullptr));
+  EXPECT_EQ(list->default_as_name, kiv_target_memspace_find_by_as_name(list, nullptr));
+  for (auto *tree : {list->by_number, list->by_name, list->by_as_name}) {
     EXPECT_EQ(kiv_avl_count_nodes(tree), spaces.size());
   }
 }
