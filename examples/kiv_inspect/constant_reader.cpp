@@ -16,10 +16,9 @@ constexpr uint32_t kLongestName = 1u << 16;
 // The names in front of a name are repeated with each; real ones are a small part of the file.
 constexpr uint32_t kNameBytesPerByte = 64;
 
-/// The kind of constant that an entry is, if it is one.
-std::optional<ConstantKind> kind_of(const Entry &entry) {
-  if (!entry.const_value) return std::nullopt;
-  switch (entry.tag) {
+/// The kind of constant that an entry with a value is, if it is one.
+std::optional<ConstantKind> kind_of(uint64_t tag) {
+  switch (tag) {
     case dwarf::kEnumerator:
       return ConstantKind::enumerator;
     case dwarf::kConstant:
@@ -33,9 +32,17 @@ std::optional<ConstantKind> kind_of(const Entry &entry) {
   }
 }
 
-/// An entry whose children are being read.
+bool wants(const Abbreviation &abbreviation) {
+  return (abbreviation.has(AttributeField::const_value) && kind_of(abbreviation.tag)) ||
+         (abbreviation.has_children && is_scope(abbreviation.tag)) ||
+         (abbreviation.is_declaration && can_be_completed(abbreviation.tag));
+}
+
+/// A scope whose children are being read. Most have no constants in them, and are read when the first one turns up.
 struct Level {
-  std::string_view name;                   // of a scope
+  uint32_t start;  // of its entry
+  bool is_read;    // whether the following are known
+  std::string_view name;
   std::optional<std::string_view> around;  // what is in front of it, when that is not in the levels below
   std::optional<std::string_view> inside;  // what is in front of its children, once it is spelled
   ValueType enumerators;                   // of an enumeration
@@ -45,7 +52,7 @@ class Visitor {
  public:
   Visitor(FileView file, ConstantTable &table)
       : table_(table),
-        walk_(file, table.errors(), table.pool()),
+        walk_(file, table.errors(), table.pool(), wants),
         name_bytes_left_(uint64_t{file.size()} * kNameBytesPerByte) {}
 
   Status run() {
@@ -54,35 +61,60 @@ class Visitor {
     return name_ != nullptr && declared_.open(pool) ? walk_.run(*this) : table_.errors().out_of_memory();
   }
 
-  Status visit(const Unit &unit, const Entry &entry) {
+  Status visit(const Unit &unit, const EntryHead &head, ByteReader &reader) {
+    const Abbreviation &abbreviation = *head.abbreviation;
+    const auto kind = abbreviation.has(AttributeField::const_value) ? kind_of(abbreviation.tag) : std::nullopt;
+    const bool is_referred = is_referred_to(unit, head);
     Status status;
-    if (is_referred_to(unit, entry)) status = declare(unit, entry);
-    if (const auto kind = kind_of(entry); status.ok() && kind) status = add(unit, entry, *kind);
-    return status.ok() && entry.has_children ? enter(unit, entry) : status;
+    if (kind || is_referred) {
+      Entry entry;
+      status = walk_.info().read_attributes(unit, head, reader, &entry);
+      if (status.ok() && is_referred) status = declare(unit, entry);
+      if (status.ok() && kind) status = add(unit, entry, *kind);
+    } else {
+      status = walk_.info().skip_attributes(unit, head, reader);
+    }
+    if (!status.ok() || !abbreviation.has_children || !is_scope(abbreviation.tag)) return status;
+    return walk_.enter({head.start, false, {}, {}, {}, {}});
   }
 
  private:
-  Status enter(const Unit &unit, const Entry &entry) {
-    Level inside;
-    if (!is_scope(entry.tag)) return walk_.enter(inside);
+  /// What a scope's entry says.
+  Status read_level(const Unit &unit, Level *level) {
+    if (level->is_read) return {};
+    level->is_read = true;
+    Entry entry;
+    Status status = walk_.info().read_entry(unit, level->start, &entry);
+    if (!status.ok()) return status;
     Declaration declaration;
-    Status status = read_declaration(walk_.info(), unit, entry, &declaration);
-    inside.name = declaration.name;
-    if (status.ok()) status = find_scopes(unit, entry, &inside.around);
+    status = read_declaration(walk_.info(), unit, entry, &declaration);
+    level->name = declaration.name;
+    if (status.ok()) status = find_scopes(unit, entry, &level->around);
     if (status.ok() && entry.tag == dwarf::kEnumerationType) {
-      status = read_enumeration_type(walk_.info(), unit, entry, &inside.enumerators);
+      status = read_enumeration_type(walk_.info(), unit, entry, &level->enumerators);
     }
-    return status.ok() ? walk_.enter(inside) : status;
+    return status;
+  }
+
+  /// Those around a level that is read are read, too.
+  Status read_levels(const Unit &unit) {
+    Status status;
+    for (uint32_t i = walk_.depth(); status.ok() && i > 0 && !walk_.level(i - 1).is_read; --i) {
+      status = read_level(unit, &walk_.level(i - 1));
+    }
+    return status;
   }
 
   Status add(const Unit &unit, const Entry &entry, ConstantKind kind) {
     Declaration declaration;
     Status status = read_declaration(walk_.info(), unit, entry, &declaration);
     if (!status.ok() || declaration.name.empty()) return status;
+    status = read_levels(unit);
+    if (!status.ok()) return status;
     ValueType type;
     if (kind != ConstantKind::enumerator) {
       status = read_value_type(walk_.info(), *declaration.type_unit, declaration.type, &type);
-    } else if (const Level *around = walk_.innermost(); around != nullptr) {
+    } else if (const Level *around = walk_.parent(); around != nullptr) {
       type = around->enumerators;
     }
     ConstantValue value;
@@ -103,9 +135,9 @@ class Visitor {
   Status declare(const Unit &unit, const Entry &entry) {
     std::optional<std::string_view> around;
     Status status = find_scopes(unit, entry, &around);
-    if (status.ok() && !around) status = spell_scopes(&around);
+    if (status.ok() && !around) status = spell_scopes(unit, &around);
     if (!status.ok()) return status;
-    return declared_.add(unit, entry, *around) ? Status{} : table_.errors().out_of_memory();
+    return declared_.add(unit, entry.start, *around) ? Status{} : table_.errors().out_of_memory();
   }
 
   /// What is in front of the name of the declaration that an entry completes, or of the type that completes it; none
@@ -118,13 +150,14 @@ class Visitor {
   }
 
   /// The names of the scopes around the current place, in memory that lasts; spelled once for all children of an entry.
-  Status spell_scopes(std::optional<std::string_view> *names) {
+  Status spell_scopes(const Unit &unit, std::optional<std::string_view> *names) {
     *names = std::string_view();
     Level *level = walk_.innermost();
     if (level == nullptr) return {};
     if (!level->inside) {
       std::string_view spelled;
-      const Status status = spell({}, {}, &spelled);
+      Status status = read_levels(unit);
+      if (status.ok()) status = spell({}, {}, &spelled);
       if (!status.ok()) return status;
       level->inside = place_text(table_.pool(), spelled);
       if (level->inside->data() == nullptr) return table_.errors().out_of_memory();
@@ -133,7 +166,7 @@ class Visitor {
     return {};
   }
 
-  /// The name with those of the scopes around it, or with the given ones in front.
+  /// The name with those of the scopes around it, or with the given ones in front. REQUIRES: the levels are read.
   Status spell(const std::optional<std::string_view> &around, std::string_view name, std::string_view *whole) {
     uint32_t size = 0;
     const auto append = [&](std::string_view part) {

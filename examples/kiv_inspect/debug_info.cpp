@@ -11,31 +11,9 @@ namespace {
 constexpr char kUnreadableUnit[] = "the unit at offset 0x[0_u64x] of its debug information cannot be read[|]";
 constexpr char kCutOff[] = "an entry of its debug information is cut off[|]";
 
-/// The field of an entry that an attribute belongs to, or null.
-FormValue *field_of(Entry *entry, uint64_t attribute) {
-  switch (attribute) {
-    case dwarf::kName:
-      return &entry->name;
-    case dwarf::kType:
-      return &entry->type;
-    case dwarf::kConstValue:
-      return &entry->const_value;
-    case dwarf::kByteSize:
-      return &entry->byte_size;
-    case dwarf::kEncoding:
-      return &entry->encoding;
-    case dwarf::kAbstractOrigin:
-      return &entry->origin;
-    case dwarf::kSpecification:
-      return &entry->completed;
-    case dwarf::kSignature:
-      return &entry->signature;
-    case dwarf::kStringOffsetsBase:
-      return &entry->text_offsets;
-    default:
-      return nullptr;
-  }
-}
+constexpr FormValue Entry::*kFields[] = {nullptr,           &Entry::name,        &Entry::type,   &Entry::const_value,
+                                         &Entry::byte_size, &Entry::encoding,    &Entry::origin, &Entry::completed,
+                                         &Entry::signature, &Entry::text_offsets};  // by AttributeField
 
 }  // namespace
 
@@ -65,7 +43,7 @@ Status DebugInfo::read_units(ByteView section, bool is_in_types, KIV_ALLOCATOR *
     unit->format = header.format;
     unit->signature = header.signature;
     unit->type_offset = header.type_offset;
-    status = abbreviations_.table_at(header.abbreviations, &unit->abbreviations);
+    status = abbreviations_.table_at(header.abbreviations, unit->format, &unit->abbreviations);
     if (status.ok()) status = read_unit_entry(unit);
     if (!status.ok()) return errors_.add(status, kUnreadableUnit, at);
     if (!is_in_types && kiv_avl_insert(by_start_, unit) != 0) return errors_.out_of_memory();
@@ -91,34 +69,54 @@ Status DebugInfo::read_unit_entry(Unit *unit) {
   return {};
 }
 
+Status DebugInfo::read_head(const Unit &unit, ByteReader &reader, EntryHead *head) const {
+  *head = {reader.at(), nullptr};
+  const uint64_t code = reader.short_leb128();
+  if (!reader.ok()) return errors_.failure(kCutOff);
+  if (code == 0) return {};
+  head->abbreviation = abbreviations_.find(*unit.abbreviations, code);
+  if (head->abbreviation != nullptr) return {};
+  return errors_.failure("an entry of its debug information has an unknown abbreviation[|]");
+}
+
+Status DebugInfo::read_attributes(const Unit &unit, const EntryHead &head, ByteReader &reader, Entry *entry) {
+  const Abbreviation &abbreviation = *head.abbreviation;
+  *entry = {};
+  entry->start = head.start;
+  entry->tag = abbreviation.tag;
+  entry->has_children = abbreviation.has_children;
+  entry->is_skeleton = abbreviation.is_skeleton;
+  if (abbreviation.count >= attributes_left_)
+    return errors_.failure("its debug information refers too often to the same entries[|]");
+  attributes_left_ -= abbreviation.count + 1u;
+  for (const AttributeStep *step = abbreviation.reading;; ++step) {
+    reader.skip(step->skipped);
+    if (step->is_last) break;
+    const bool is_wanted = step->field != AttributeField::none;
+    const Status status = is_wanted ? read_form(errors_, reader, step->form, step->implicit, unit.format,
+                                                &(entry->*kFields[static_cast<int>(step->field)]))
+                                    : skip_form(errors_, reader, step->form.shape, unit.format);
+    if (!status.ok()) return status;
+  }
+  return reader.ok() ? Status{} : errors_.failure(kCutOff);
+}
+
+Status DebugInfo::skip_attributes(const Unit &unit, const EntryHead &head, ByteReader &reader) const {
+  for (const AttributeStep *step = head.abbreviation->skipping;; ++step) {
+    reader.skip(step->skipped);
+    if (step->is_last) break;
+    const Status status = skip_form(errors_, reader, step->form.shape, unit.format);
+    if (!status.ok()) return status;
+  }
+  return reader.ok() ? Status{} : errors_.failure(kCutOff);
+}
+
 Status DebugInfo::read_entry(const Unit &unit, uint64_t offset, Entry *entry) {
   *entry = {};
   ByteReader reader(unit.bytes, offset);
-  entry->start = reader.at();
-  const uint64_t code = reader.short_leb128();
-  entry->next = reader.at();
-  if (!reader.ok()) return errors_.failure(kCutOff);
-  if (code == 0) return {};
-  const Abbreviation *abbreviation = abbreviations_.find(*unit.abbreviations, code);
-  if (abbreviation == nullptr)
-    return errors_.failure("an entry of its debug information has an unknown abbreviation[|]");
-  if (abbreviation->count >= attributes_left_)
-    return errors_.failure("its debug information refers too often to the same entries[|]");
-  attributes_left_ -= abbreviation->count + 1u;
-  entry->tag = abbreviation->tag;
-  entry->has_children = abbreviation->has_children;
-  for (uint32_t i = 0; i < abbreviation->count; ++i) {
-    const AttributeRow &row = abbreviation->attributes[i];
-    FormValue ignored;
-    FormValue *value = field_of(entry, row.name);
-    const Status status =
-        read_form(errors_, reader, row.form, row.implicit, unit.format, value != nullptr ? value : &ignored);
-    if (!status.ok()) return status;
-    entry->is_skeleton = entry->is_skeleton || row.name == dwarf::kDwoName || row.name == dwarf::kGnuDwoName;
-    entry->is_declaration = entry->is_declaration || row.name == dwarf::kDeclaration;
-  }
-  entry->next = reader.at();
-  return reader.ok() ? Status{} : errors_.failure(kCutOff);
+  EntryHead head;
+  const Status status = read_head(unit, reader, &head);
+  return status.ok() && head.abbreviation != nullptr ? read_attributes(unit, head, reader, entry) : status;
 }
 
 Status DebugInfo::find(const Unit &unit, const FormValue &value, EntryPlace *place) const {

@@ -2,10 +2,11 @@
 //
 // Representation. Units are records in a list, in the order of the sections, and in two trees: by the place of their
 // header, and type units by signature. Entries are read where they stand, each time anew.
-// Cost. Entries may refer to each other, and an entry of one byte may have any number of attributes that take none. So
-// the attributes that are read are counted: 64 for each byte of the sections, far more than a walk of a real program
-// takes, and the time for any file is linear.
-// Source: DWARF 5, sections 7.5.1 and 7.5.2; for versions 2 to 4 their own section 7.5.1.
+// Cost. An entry that is skipped takes a step for each of its attributes that tells its size by itself, which has a
+// byte or more. Entries may refer to each other, and an entry of one byte may have any number of attributes that take
+// none. So the attributes of those that are read are counted: 64 for each byte of the sections, far more than a walk of
+// a real program takes, and the time for any file is linear. Source: DWARF 5, sections 7.5.1 and 7.5.2; for versions 2
+// to 4 their own section 7.5.1.
 #ifndef KIV_INSPECT_DEBUG_INFO_H
 #define KIV_INSPECT_DEBUG_INFO_H
 
@@ -34,8 +35,7 @@ struct Unit {
 /// An entry with the attributes that lead to constants.
 struct Entry {
   uint32_t start;
-  uint32_t next;  // behind its attributes
-  uint64_t tag;   // 0: no entry, but the end of a list of children
+  uint64_t tag;  // 0: no entry, but the end of a list of children
   bool has_children;
   FormValue name, type, const_value, byte_size, encoding;
   FormValue origin;        // the entry that this one is an instance of
@@ -43,7 +43,12 @@ struct Entry {
   FormValue signature;     // of the type unit that completes this one
   FormValue text_offsets;  // of a unit's first entry
   bool is_skeleton;        // of a unit whose rest is in another file
-  bool is_declaration;     // without what completes it
+};
+
+/// What is at some place of a unit before it is read.
+struct EntryHead {
+  uint32_t start;
+  const Abbreviation *abbreviation;  // null: the end of a list of children
 };
 
 /// Where an entry stands.
@@ -55,14 +60,20 @@ struct EntryPlace {
 class DebugInfo {
  public:
   /// REQUIRES: the errors outlive this.
-  DebugInfo(const Errors &errors, uint32_t file_size)
-      : errors_(errors), abbreviations_(errors), names_(errors, file_size) {}
+  DebugInfo(const Errors &errors, uint32_t file_size, bool (*wants)(const Abbreviation &))
+      : errors_(errors), abbreviations_(errors, wants), names_(errors, file_size) {}
 
   /// Finds the units. REQUIRES: the sections and the pool outlive this.
   Status open(const DebugSections &sections, KIV_ALLOCATOR *pool);
 
   const Unit *first_unit() const { return first_unit_; }
   const DebugSections &sections() const { return sections_; }
+
+  /// Reads what an entry is. The reader is one of the unit's bytes, and behind the entry afterwards when then either
+  /// its attributes are read or skipped.
+  Status read_head(const Unit &unit, ByteReader &reader, EntryHead *head) const;
+  Status read_attributes(const Unit &unit, const EntryHead &head, ByteReader &reader, Entry *entry);
+  Status skip_attributes(const Unit &unit, const EntryHead &head, ByteReader &reader) const;
 
   /// Reads the entry at an offset of the unit's section.
   Status read_entry(const Unit &unit, uint64_t offset, Entry *entry);

@@ -32,10 +32,13 @@ bool is_scope(uint64_t tag) {
   }
 }
 
-bool is_referred_to(const Unit &unit, const Entry &entry) {
-  const bool can_be_completed = is_scope(entry.tag) || entry.tag == dwarf::kConstant || entry.tag == dwarf::kVariable ||
-                                entry.tag == dwarf::kMember;
-  return (entry.is_declaration && can_be_completed) || entry.start == unit.start + unit.type_offset;
+bool can_be_completed(uint64_t tag) {
+  return is_scope(tag) || tag == dwarf::kConstant || tag == dwarf::kVariable || tag == dwarf::kMember;
+}
+
+bool is_referred_to(const Unit &unit, const EntryHead &head) {
+  const Abbreviation &abbreviation = *head.abbreviation;
+  return (abbreviation.is_declaration && can_be_completed(abbreviation.tag)) || is_type_of_unit(unit, head.start);
 }
 
 bool ReferredEntries::open(KIV_ALLOCATOR *pool) {

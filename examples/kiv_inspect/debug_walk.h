@@ -14,23 +14,30 @@ namespace kiv::inspect {
 /// Namespaces and the types that have names in them.
 bool is_scope(uint64_t tag);
 
-/// Whether other entries of the program refer to an entry as the one that has its scopes: a declaration of a scope or a
-/// constant that they complete, or the type of a type unit, which they declare, not always in its scopes.
-bool is_referred_to(const Unit &unit, const Entry &entry);
+/// Whether an entry with declarations of this tag may be completed by another.
+bool can_be_completed(uint64_t tag);
 
-/// A walk through all entries of a file, in the order of the sections, those of type units of version 4 first. It has a
-/// level, which the visitor fills, for each entry whose children are being read, and goes down and up by a stack of its
-/// own.
+/// Whether the entry at an offset is the type of a type unit.
+inline bool is_type_of_unit(const Unit &unit, uint32_t start) { return start == unit.start + unit.type_offset; }
+
+/// Whether other entries of the program may refer to one as that that has its scopes: a declaration of a scope or a
+/// constant that they complete, or the type of a type unit, which they declare, not always in its scopes.
+bool is_referred_to(const Unit &unit, const EntryHead &head);
+
+/// A walk through the entries of a file, in the order of the sections, those of type units of version 4 first. It goes
+/// down and up without a stack but for the levels that the visitor has: one for each entry that it calls a scope. All
+/// other entries whose children are being read are only counted.
 template <class Level>
 class EntryWalk {
  public:
+  /// wants tells by their abbreviations which entries are visited; those of types of type units are in any case.
   /// REQUIRES: errors and pool outlive this.
-  EntryWalk(FileView file, const Errors &errors, KIV_ALLOCATOR *pool)
-      : file_(file), errors_(errors), pool_(pool), info_(errors, file.size()) {}
+  EntryWalk(FileView file, const Errors &errors, KIV_ALLOCATOR *pool, bool (*wants)(const Abbreviation &))
+      : file_(file), errors_(errors), pool_(pool), info_(errors, file.size(), wants) {}
 
-  /// Once. For each entry calls
-  ///   Status visit(unit, entry)
-  /// which calls enter() if the entry has children; they follow.
+  /// Once. For each entry that is wanted calls
+  ///   Status visit(unit, head, reader)
+  /// which reads or skips its attributes, and may call enter() if it has children; they follow.
   template <class Visitor>
   Status run(Visitor &visitor) {
     Status status = open();
@@ -50,53 +57,77 @@ class EntryWalk {
   uint32_t depth() const { return depth_; }
 
   /// From the outermost. REQUIRES: index < depth().
-  Level &level(uint32_t index) const { return levels_[index]; }
+  Level &level(uint32_t index) const { return frames_[index].level; }
 
-  /// That of the entry around the current one, or null.
-  Level *innermost() const { return depth_ > 0 ? &levels_[depth_ - 1] : nullptr; }
+  /// That of the innermost scope around the current entry, or null.
+  Level *innermost() const { return depth_ > 0 ? &frames_[depth_ - 1].level : nullptr; }
+
+  /// The same when the current entry is a child of the scope, or null.
+  Level *parent() const { return counted_ == 0 ? innermost() : nullptr; }
 
   /// Puts a level inside the others, for the children of the current entry.
   Status enter(const Level &level) {
-    if (depth_ == kMostLevels) return errors_.failure("the entries of its debug information are nested too deeply[|]");
-    new (&levels_[depth_++]) Level(level);
+    if (depth_ == kMostLevels) return errors_.failure("the scopes of its debug information are nested too deeply[|]");
+    new (&frames_[depth_++]) Frame{level, counted_};
+    counted_ = 0;
     return {};
   }
 
  private:
+  struct Frame {
+    Level level;
+    uint32_t counted;  // entries between this scope and that around it
+  };
+
   Status open() {
     DebugSections sections;
     const Status status = find_debug_sections(errors_, file_, pool_, &sections);
     if (!status.ok()) return status;
-    levels_ = static_cast<Level *>(pool_->alloc(pool_, kMostLevels * sizeof(Level)));
-    return levels_ != nullptr ? info_.open(sections, pool_) : errors_.out_of_memory();
+    frames_ = static_cast<Frame *>(pool_->alloc(pool_, kMostLevels * sizeof(Frame)));
+    return frames_ != nullptr ? info_.open(sections, pool_) : errors_.out_of_memory();
   }
 
   template <class Visitor>
   Status visit_unit(const Unit &unit, Visitor &visitor) {
     Status status;
-    depth_ = 0;
-    for (uint32_t at = unit.first; status.ok() && at < unit.bytes.size();) {
-      Entry entry;
-      status = info_.read_entry(unit, at, &entry);
+    depth_ = counted_ = 0;
+    for (ByteReader reader(unit.bytes, unit.first); status.ok() && !reader.at_end();) {
+      EntryHead head;
+      status = info_.read_head(unit, reader, &head);
       if (!status.ok()) break;
-      at = entry.next;
-      if (entry.tag != 0) {
-        status = visitor.visit(unit, entry);
-      } else if (depth_ > 0) {  // ends a list of children; some end lists that nothing began
-        --depth_;
+      if (head.abbreviation == nullptr) {
+        leave();
+        continue;
       }
+      const uint32_t depth = depth_;
+      if (head.abbreviation->is_wanted || is_type_of_unit(unit, head.start)) {
+        status = visitor.visit(unit, head, reader);
+      } else {
+        status = info_.skip_attributes(unit, head, reader);
+      }
+      if (head.abbreviation->has_children && depth_ == depth) ++counted_;
     }
     return errors_.add(status, "the unit at offset 0x[0_u32x] of its debug information is damaged[|]", unit.start);
   }
 
-  static constexpr uint32_t kMostLevels = 4096;  // entries nest as deep as the blocks and scopes of a program's text
+  /// Ends a list of children. Some end lists that nothing began.
+  void leave() {
+    if (counted_ > 0) {
+      --counted_;
+    } else if (depth_ > 0) {
+      counted_ = frames_[--depth_].counted;
+    }
+  }
+
+  static constexpr uint32_t kMostLevels = 4096;
 
   FileView file_;
   const Errors &errors_;
   KIV_ALLOCATOR *pool_;
   DebugInfo info_;
-  Level *levels_ = nullptr;
+  Frame *frames_ = nullptr;
   uint32_t depth_ = 0;
+  uint32_t counted_ = 0;  // entries inside the innermost scope, or in none, that are around the current one
 };
 
 /// Where entries stand that others refer to.
@@ -123,9 +154,9 @@ class ReferredEntries {
 template <class Known>
 class KnownEntries : public ReferredEntries {
  public:
-  /// False without memory.
-  [[nodiscard]] bool add(const Unit &unit, const Entry &entry, const Known &known) {
-    Row *row = place(pool_, Row{{&unit, entry.start}, known});
+  /// For the entry at an offset. False without memory.
+  [[nodiscard]] bool add(const Unit &unit, uint32_t start, const Known &known) {
+    Row *row = place(pool_, Row{{&unit, start}, known});
     return row != nullptr && kiv_avl_insert(entries_, row) == 0;
   }
 

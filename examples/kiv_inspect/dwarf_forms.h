@@ -3,6 +3,8 @@
 #ifndef KIV_INSPECT_DWARF_FORMS_H
 #define KIV_INSPECT_DWARF_FORMS_H
 
+#include <optional>
+
 #include "examples/kiv_inspect/byte_reader.h"
 #include "examples/kiv_inspect/status.h"
 
@@ -13,6 +15,25 @@ struct UnitFormat {
   uint16_t version;      // 2 to 5
   uint8_t address_size;  // 1 to 8
   uint8_t offset_size;   // 4 or 8: the two formats of DWARF
+};
+
+/// How a value is stored. 1 to 16 are numbers of so many bytes.
+enum class Shape : uint8_t {
+  unknown = 0,
+  number16 = 16,
+  nothing = 32,
+  address,
+  offset,
+  info_offset,  // an offset, but in version 2 as wide as an address
+  unsigned_leb,
+  signed_leb,
+  text,
+  block1,
+  block2,
+  block4,
+  block,
+  implicit,  // in the abbreviation
+  indirect,  // behind its form
 };
 
 /// What a value is, and which field has it.
@@ -43,10 +64,24 @@ struct FormValue {
   explicit operator bool() const { return value_class != ValueClass::absent; }
 };
 
-/// Reads one value. An implicit constant, whose value is in the abbreviation, is that. The reader's ok() tells whether
-/// the bytes were there; the status is for forms that are unknown.
-Status read_form(const Errors &errors, ByteReader &reader, uint64_t form, const KIV_U128 &implicit, UnitFormat format,
+struct Form {
+  Shape shape;
+  ValueClass value_class;
+};
+
+/// A form by its code; an unknown shape for an unknown one.
+Form form_of(uint64_t code);
+
+/// How many bytes the values of a shape take; none when they tell by themselves.
+std::optional<uint32_t> size_of(Shape shape, UnitFormat format);
+
+/// Reads one value. An implicit constant, whose value is in the abbreviation, is that; null for all others. The
+/// reader's ok() tells whether the bytes were there; the status is for forms that are unknown.
+Status read_form(const Errors &errors, ByteReader &reader, Form form, const KIV_U128 *implicit, UnitFormat format,
                  FormValue *value);
+
+/// Leaves one value out, as read_form() would.
+Status skip_form(const Errors &errors, ByteReader &reader, Shape shape, UnitFormat format);
 
 }  // namespace kiv::inspect
 

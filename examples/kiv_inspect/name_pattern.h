@@ -16,6 +16,9 @@ class NamePattern {
 
   bool chooses(const KIV_UNICHAR *name) const;
 
+  /// Whether no name has to be asked for.
+  bool chooses_all() const { return pattern_ == nullptr; }
+
  private:
   NameText text_;
   const KIV_UNICHAR *pattern_ = nullptr;

@@ -94,6 +94,19 @@ void print_visible(const KIV_UNICHAR *text, Sink &sink) {
   }
 }
 
+bool Output::plain_line(std::initializer_list<std::string_view> pieces) {
+  size_t size = 0;
+  for (const std::string_view piece : pieces) {
+    if (piece.size() >= kBufferSize - size) return false;
+    std::memcpy(line_ + size, piece.data(), piece.size());
+    size += piece.size();
+  }
+  if (!is_ascii({line_, size}) || !is_printable_ascii({line_, size})) return false;
+  line_[size] = '\n';
+  sink_.write(line_, size + 1);
+  return true;
+}
+
 Status Output::print(const char *message, const void *const *words) {
   uint32_t count = 0;
   if (kiv_i18n_prn8(nullptr, buffer_, kBufferSize, &count, message, words[0], words[1], words[2], words[3], words[4],

@@ -1,6 +1,10 @@
-// How the program prints: every line is a message of kiv_i18n.h.
+// How the program prints: lines are messages of kiv_i18n.h. Those of which there may be millions are put together from
+// their pieces as long as these are plain, which takes a quarter of the time.
 #ifndef KIV_INSPECT_OUTPUT_H
 #define KIV_INSPECT_OUTPUT_H
+
+#include <initializer_list>
+#include <string_view>
 
 #include "examples/kiv_inspect/message_words.h"
 #include "examples/kiv_inspect/sink.h"
@@ -35,6 +39,10 @@ class Output {
     return print(message, MessageWords(values...).words());
   }
 
+  /// Prints a line that is made of pieces, when all of them are printable ASCII and it is not very long. False: nothing
+  /// is printed, and the line has to be a message.
+  [[nodiscard]] bool plain_line(std::initializer_list<std::string_view> pieces);
+
   /// Whether the sink has failed, so that further lines are of no use.
   bool has_failed() const { return sink_.has_failed(); }
 
@@ -53,7 +61,7 @@ class Output {
   const Errors &errors_;
   KIV_ALLOCATOR *allocator_;
   KIV_UNICHAR buffer_[kBufferSize];
-  char line_[kBufferSize];  // the buffer as bytes, when it is plain
+  char line_[kBufferSize];  // of printable ASCII
 };
 
 /// Prints the record of a failure.

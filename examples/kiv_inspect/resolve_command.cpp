@@ -6,6 +6,7 @@
 // input are these.
 
 #include "examples/kiv_inspect/command.h"
+#include "examples/kiv_inspect/hex_text.h"
 #include "examples/kiv_inspect/line_input.h"
 #include "examples/kiv_inspect/memory_pool.h"
 #include "examples/kiv_inspect/name_lookup.h"
@@ -99,6 +100,13 @@ class Batch {
     return {};
   }
 
+  /// What kStart and kInside print.
+  static bool print_plain(uint64_t byte, int digits, std::string_view name, uint64_t offset, Output &output) {
+    const HexText address(byte, digits);
+    if (offset == 0) return output.plain_line({address.text(), " ", name});
+    return output.plain_line({address.text(), " ", name, "+0x", HexText(offset).text()});
+  }
+
   Status print_nearest(const TargetAddress &address, Output &output) {
     const int digits = arguments_.program().symbols().address_digits;
     const Symbol *symbol = nullptr;
@@ -108,9 +116,10 @@ class Batch {
     if (symbol == nullptr) {
       return bit == 0 ? output.line(kNone.of(digits), byte) : output.line(kNoneAtBit.of(digits), byte, bit);
     }
+    const uint64_t offset = byte - symbol->address;
+    if (bit == 0 && print_plain(byte, digits, symbol->name, offset, output)) return {};
     const KIV_UNICHAR *name = text_.decode(symbol->name);
     if (name == nullptr) return out_of_memory();
-    const uint64_t offset = byte - symbol->address;
     if (bit != 0) return output.line(kInsideAtBit.of(digits), byte, name, offset, bit);
     if (offset != 0) return output.line(kInside.of(digits), byte, name, offset);
     return output.line(kStart.of(digits), byte, name);

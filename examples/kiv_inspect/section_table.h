@@ -42,9 +42,6 @@ class SectionTable {
   /// Whether addresses are final, unlike those of an object file.
   bool is_linked() const { return is_linked_; }
 
-  /// Hexadecimal digits of the program's addresses: 8 or 16.
-  int address_digits() const { return address_digits_; }
-
   /// A section around an address, of several that one which starts last; or null.
   const Section *around(uint64_t address) const;
 
@@ -63,7 +60,6 @@ class SectionTable {
   const Which which_;
   KIV_AVL_TREE *sections_ = nullptr;
   bool is_linked_ = true;
-  int address_digits_ = 16;
 };
 
 }  // namespace kiv::inspect

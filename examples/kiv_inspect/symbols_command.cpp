@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "examples/kiv_inspect/command.h"
+#include "examples/kiv_inspect/hex_text.h"
 #include "examples/kiv_inspect/name_pattern.h"
 #include "examples/kiv_inspect/output.h"
 #include "examples/kiv_inspect/symbol_order.h"
@@ -59,6 +60,7 @@ class Listing {
   }
 
   Status print(const SymbolTable &symbols) {
+    digits_ = symbols.address_digits;
     line_ = (order_ == Order::size ? kSizeLine : kLine).of(symbols.address_digits);
     all_ = symbols.count();
     if (status_.ok()) symbols.walk(take, this);
@@ -84,10 +86,19 @@ class Listing {
     return output_.line(line_, symbol.address, letter_of(symbol.kind), name, size);
   }
 
+  /// What kLine prints.
+  bool print_plain(const Symbol &symbol) {
+    const char kind[] = {' ', letter_of(symbol.kind), ' '};
+    return output_.plain_line({HexText(symbol.address, digits_).text(), {kind, sizeof kind}, symbol.name});
+  }
+
   static int take(void *value, void *context) {
     const auto &symbol = *static_cast<const Symbol *>(value);
     auto &listing = *static_cast<Listing *>(context);
-    if (listing.order_ == Order::address) listing.output_.progress(listing.seen_++, listing.all_);
+    if (listing.order_ == Order::address) {
+      listing.output_.progress(listing.seen_++, listing.all_);
+      if (listing.pattern_.chooses_all() && listing.print_plain(symbol)) return listing.goes_on();
+    }
     const KIV_UNICHAR *name = listing.name_.decode(symbol.name);
     if (name == nullptr) {
       listing.status_ = listing.errors_.out_of_memory();
@@ -111,6 +122,7 @@ class Listing {
   LargestSymbols largest_;
   Output output_;
   const char *line_ = nullptr;
+  int digits_ = 0;
   uint32_t seen_ = 0, all_ = 0;  // symbols
   Status status_;
 };

@@ -36,7 +36,11 @@ std::optional<TypeKind> kind_of(uint64_t tag) {
 
 bool can_be_unnamed(TypeKind kind) { return kind == TypeKind::name_space || kind == TypeKind::enumeration; }
 
-/// An entry whose children are being read.
+bool wants(const Abbreviation &abbreviation) {
+  return kind_of(abbreviation.tag) || abbreviation.tag == dwarf::kEnumerator;
+}
+
+/// A type or another scope whose children are being read.
 struct Level {
   TypeNode *scope;        // what they are in
   bool is_enumeration;    // whose enumerators they may be
@@ -45,16 +49,18 @@ struct Level {
 
 class Visitor {
  public:
-  Visitor(FileView file, TypeTable &table) : table_(table), walk_(file, table.errors(), table.pool()) {}
+  Visitor(FileView file, TypeTable &table) : table_(table), walk_(file, table.errors(), table.pool(), wants) {}
 
   Status run() { return declared_.open(table_.pool()) ? walk_.run(*this) : table_.errors().out_of_memory(); }
 
-  Status visit(const Unit &unit, const Entry &entry) {
+  Status visit(const Unit &unit, const EntryHead &head, ByteReader &reader) {
     Level inside = {scope(), false, {}};
-    Status status;
+    Entry entry;
+    Status status = walk_.info().read_attributes(unit, head, reader, &entry);
+    if (!status.ok()) return status;
     if (const auto kind = kind_of(entry.tag)) {
-      status = add_type(unit, entry, *kind, &inside);
-    } else if (const Level *around = walk_.innermost();
+      status = add_type(unit, entry, *kind, is_referred_to(unit, head), &inside);
+    } else if (const Level *around = walk_.parent();
                entry.tag == dwarf::kEnumerator && around != nullptr && around->is_enumeration) {
       status = add_enumerator(unit, entry, *around);
     }
@@ -67,7 +73,7 @@ class Visitor {
     return around != nullptr ? around->scope : table_.program();
   }
 
-  Status add_type(const Unit &unit, const Entry &entry, TypeKind kind, Level *inside) {
+  Status add_type(const Unit &unit, const Entry &entry, TypeKind kind, bool is_referred, Level *inside) {
     TypeNode *const *known = nullptr;
     Status status = declared_.find(walk_.info(), unit, entry, &known);
     if (!status.ok()) return status;
@@ -82,8 +88,7 @@ class Visitor {
     inside->scope = node;
     inside->is_enumeration = kind == TypeKind::enumeration;
     if (inside->is_enumeration) status = read_enumeration_type(walk_.info(), unit, entry, &inside->enumerators);
-    if (status.ok() && is_referred_to(unit, entry) && !declared_.add(unit, entry, node))
-      return table_.errors().out_of_memory();
+    if (status.ok() && is_referred && !declared_.add(unit, entry.start, node)) return table_.errors().out_of_memory();
     return status;
   }
 

@@ -56,7 +56,8 @@ void DwarfBuilder::begin_unit(uint32_t type, uint64_t signature) {
 
 uint64_t DwarfBuilder::entry(uint32_t tag, bool has_children, const std::vector<DwarfAttribute> &attributes) {
   const uint64_t offset = current().size() - unit_start_;
-  put_uleb(current(), ++code_);
+  code_ += shape_.long_offsets ? 3 : 1;  // producers leave no gaps, but may
+  put_uleb(current(), code_);
   put_uleb(abbreviations_, code_);
   put_uleb(abbreviations_, tag);
   abbreviations_.put(has_children, 1);
@@ -103,6 +104,8 @@ void DwarfBuilder::put_value(const DwarfAttribute &attribute) {
     case 0x1F01:
     case 0x1F02:
       return contents.empty() ? put_uleb(unit, value) : put_contents(unit, contents);
+    case 0x10:
+      return unit.put(value, shape_.version > 2 ? offset_size() : shape_.wide ? 8 : 4);
     case 0x16:
     case 0x1E:
       return put_contents(unit, contents);

@@ -15,7 +15,7 @@ struct DwarfAttribute {
 };
 
 struct DwarfShape {
-  int version;        // 4 or 5
+  int version;        // 2 to 5
   bool long_offsets;  // the 64-bit format
   bool wide;          // a 64-bit program
   kiv::inspect::ByteOrder order;

@@ -108,7 +108,7 @@ DwarfAttribute name(const std::string &text) { return {kName, kString, 0, text};
 
 const DwarfShape kShapes[] = {
     {4, false, false, ByteOrder::little}, {5, false, false, ByteOrder::big},   {4, true, true, ByteOrder::big},
-    {5, true, true, ByteOrder::little},   {5, false, true, ByteOrder::little},
+    {5, true, true, ByteOrder::little},   {5, false, true, ByteOrder::little}, {2, false, true, ByteOrder::big},
 };
 constexpr DwarfShape kPlain = {5, false, true, ByteOrder::little};
 
@@ -216,23 +216,60 @@ TEST(KivInspectConstants, ShowsNoPairOfDoublesAsOneNumber) {
             (Lines{"C long double = " + bytes, "C __ibm128 = " + bytes, "C __float128 = 1.0"}));
 }
 
-TEST(KivInspectConstants, SkipsEveryForm) {
+/// Random attributes of no interest, the first in the given form.
+std::vector<DwarfAttribute> random_attributes(std::mt19937_64 &random, uint32_t i) {
+  constexpr uint32_t kForms = 0x2F;  // 1 to 0x2C, but 2 is never given out, and those of GNU
+  std::vector<DwarfAttribute> attributes;
+  for (uint32_t left = below(random, 6);; --left, i = below(random, kForms)) {
+    i %= kForms;
+    const uint32_t form = i == 1 ? 0x1F01u : i < 0x2C ? i + 1 : std::array{0x1F02u, 0x1F20u, 0x1F21u}[i - 0x2C];
+    std::string contents(below(random, 200), 'x');
+    if (form == kData16) contents = std::string(16, 'x');
+    if (form == kIndirect) contents = "\x16\x16\x0A\2ab";  // twice indirect, then a block of two bytes
+    if (form == kSdata || form == kUdata || form == kRefUdata || (form >= kStrx && form != kData16)) contents.clear();
+    attributes.push_back({kUnknownAttribute, form, random() >> below(random, 64), contents});
+    if (left == 0) return attributes;
+  }
+}
+
+/// Entries of all kinds, of which few are read: what stands where, and in which scopes, is only known when everything
+/// between is skipped as it should be.
+TEST(KivInspectConstants, FindsItsWayThroughWhatNobodyAsksFor) {
+  auto random = make_random();
   for (const DwarfShape &shape : kShapes) {
     DwarfBuilder builder(shape);
     builder.begin_unit();
     Lines expected;
-    for (uint32_t i = 1; i <= 0x30; ++i) {
-      if (i == 2) continue;  // never given out
-      const uint32_t form = i <= 0x2C ? i : std::array{0x1F01u, 0x1F02u, 0x1F20u, 0x1F21u}[i - 0x2D];
-      std::string contents = "some contents";
-      if (form == kData16) contents = std::string(16, 'x');
-      if (form == kIndirect) contents = "\x16\x16\x0A\2ab";  // twice indirect, then a block of two bytes
-      if (form == kSdata || form == kUdata || form == kRefUdata || (form >= kStrx && form != kData16)) contents.clear();
-      builder.entry(kConstant, false,
-                    {{kUnknownAttribute, form, 0x1234567890ABCDEF, contents},
-                     {kConstValue, kData1, 42},
-                     name(std::to_string(form))});
-      expected.push_back("C " + std::to_string(form) + " = 42");
+    std::vector<std::string> around = {""};  // of the lists of children that are open
+    for (uint32_t i = 0; i < 400; ++i) {
+      const std::string label = std::to_string(i);
+      auto attributes = random_attributes(random, i);
+      const auto insert = [&](const DwarfAttribute &attribute) {
+        attributes.insert(attributes.begin() + below(random, static_cast<uint32_t>(attributes.size()) + 1), attribute);
+      };
+      switch (below(random, 5)) {
+        case 0:
+          builder.entry(kSubprogram, false, attributes);
+          break;
+        case 1:
+          builder.entry(kSubprogram, true, attributes);
+          around.push_back(around.back());
+          break;
+        case 2:
+          insert(name(label));
+          builder.entry(kNamespace, true, attributes);
+          around.push_back(around.back() + label + "::");
+          break;
+        case 3:
+          builder.end_children();  // also where there is nothing to end
+          if (around.size() > 1) around.pop_back();
+          break;
+        default:
+          insert(name(label));
+          insert({kConstValue, kUdata, i});
+          builder.entry(kConstant, false, attributes);
+          expected.push_back("C " + around.back() + label + " = " + label);
+      }
     }
     const Reading reading = read(builder.elf().bytes);
     EXPECT_EQ(reading.problem, "") << shape_text(shape);
@@ -466,7 +503,7 @@ TEST(KivInspectConstants, IsNotKeptBusyByHostileFiles) {
   deep.begin_unit();
   for (int i = 0; i < 5000; ++i) deep.entry(kNamespace, true, {});
   const Reading levels = read(deep.elf().bytes);
-  EXPECT_EQ(levels.problem, "the entries of its debug information are nested too deeply");
+  EXPECT_EQ(levels.problem, "the scopes of its debug information are nested too deeply");
   EXPECT_EQ(levels.type_problem, levels.problem);
   EXPECT_EQ(levels.types.size(), 1u);
 
