@@ -54,11 +54,11 @@ Status SectionTable::read_elf(FileView file, KIV_ALLOCATOR *pool) {
     Section added = {address_range(section.address, section.size, address_digits_), i, {}};
     added.takes_memory = is_linked_ && takes_memory(section);
     if (!is_wanted(added) || section.type == ElfSection::kUnused) continue;
-    added.is_executable = section.has(ElfSection::kExecutable);
-    added.is_writable = section.has(ElfSection::kWritable);
     added.size = section.size;
     added.type = section.type;
     added.kind = elf_section_kind(section.type);
+    added.is_executable = section.has(ElfSection::kExecutable);
+    added.is_writable = section.has(ElfSection::kWritable);
     if (strings.size() != 0) status = names.read(strings, section.name, &added.name);
     if (status.ok()) status = add(added, pool);
   }
@@ -77,11 +77,11 @@ Status SectionTable::read_pe(FileView file, KIV_ALLOCATOR *pool) {
     Section added = {address_range(image.address_of(section.address), size, address_digits_), i, {}};
     added.takes_memory = size != 0;
     if (!is_wanted(added)) continue;
-    added.is_executable = section.executable;
-    added.is_writable = section.writable;
     added.size = size;
     added.type = section.characteristics;
     added.kind = pe_section_kind(section.characteristics);
+    added.is_executable = section.executable;
+    added.is_writable = section.writable;
     ByteView name;
     status = image.name(section, &name);
     if (status.ok()) status = names.read_field(name, &added.name);

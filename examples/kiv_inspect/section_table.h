@@ -45,6 +45,9 @@ class SectionTable {
   /// A section around an address, of several that one which starts last; or null.
   const Section *around(uint64_t address) const;
 
+  /// Hexadecimal digits of the program's addresses: 8 or 16.
+  int address_digits() const { return address_digits_; }
+
   /// Calls function(section, context) in the order of addresses until it gives 0. Sections that take no memory come
   /// last, as the file has them.
   void walk(KIV_AVL_WALK function, void *context) const;
@@ -58,6 +61,7 @@ class SectionTable {
 
   const Errors &errors_;
   const Which which_;
+  int address_digits_ = 16;
   KIV_AVL_TREE *sections_ = nullptr;
   bool is_linked_ = true;
 };
