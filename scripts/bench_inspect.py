@@ -213,7 +213,8 @@ class Bench:
 
 
 OURS = re.compile(rb"^E (?:.*::)?([^\n]*?) = (-?[0-9]+)$", re.M)
-READELF = re.compile(rb"\(DW_TAG_enumerator\)\n.*DW_AT_name *: (?:\(.*?\): )?(.*)\n.*DW_AT_const_value *: (-?[0-9]+)")
+READELF = re.compile(rb"\(DW_TAG_enumerator\)\n.*DW_AT_name *: (?:\(.*?\): )?(.*)\n"
+                     rb".*DW_AT_const_value *: (-?[0-9a-fx]+)")
 DWARFDUMP = re.compile(rb"DW_TAG_enumerator\n.*DW_AT_name\t\(\"(.*)\"\)\n.*DW_AT_const_value\t\((-?[0-9a-fx]+)\)")
 
 
