@@ -251,17 +251,6 @@ TEST(BigfltText, Reads) {
   EXPECT_TRUE(identical(r, small_bigflt(12)));
 }
 
-TEST(BigfltText, PrintedTextReadsBackTheSame) {
-  auto random = make_random();
-  for (uint64_t i = cases(3000); i-- > 0;) {
-    const bigflt a = random_bigflt(random);
-    const bigflt canonical = read(print(a, "a", 0));
-    EXPECT_TRUE(identical(read(print(a, "A", 0)), canonical)) << a;
-    EXPECT_TRUE(identical(read(print(a, "e", 39)), canonical)) << a;
-    EXPECT_TRUE(a.small != 0 ? identical(a, canonical) : canonical.small != 0 || identical(a, canonical)) << a;
-  }
-}
-
 /// A digest of many texts and of what is read from texts cut short.
 TEST(BigfltText, IsTheSameOnEveryTarget) {
   std::mt19937_64 random(20240607);

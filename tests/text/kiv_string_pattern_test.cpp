@@ -99,10 +99,7 @@ TEST(RegExp, Oddities) {
 }
 
 TEST(RegExp, NullCountsAsEmpty) {
-  KIV_UNICHAR unit = 0;
-  KIV_STRING end = &unit;
-  EXPECT_EQ(kiv_string_matches_with_reg_exp(nullptr, nullptr, &end, 1), 1);
-  EXPECT_EQ(end, nullptr);
+  EXPECT_EQ(kiv_string_matches_with_reg_exp(nullptr, nullptr, nullptr, 1), 1);
   EXPECT_EQ(kiv_string_substr_matches_with_regular_expression(nullptr, nullptr, nullptr, 0), -1);
   EXPECT_EQ(kiv_string_reverse_substr_matches_with_regular_expression(nullptr, widen("^").c_str(), nullptr, 0), 0);
   EXPECT_EQ(kiv_string_substr_matches_using_wildcards(nullptr, nullptr), -1);
@@ -217,14 +214,6 @@ TEST(Wildcards, AllShortPatterns) {
   const std::vector<Text> texts = texts_of("ab", 5), of_sets = texts_of("abc]-^\\", 1);
   visit_strings("ab*?[]^\\", 5, [&](const std::string &pattern) { compare(texts, widen(pattern)); });
   visit_strings("]ac^-\\", 4, [&](const std::string &members) { compare(of_sets, widen("[" + members + "]")); });
-}
-
-TEST(Wildcards, RandomPatterns) {
-  std::mt19937_64 random = kiv::test::make_random();
-  for (int i = 0; i < 20000; ++i) {
-    const Text text = widen(random_string(random, "aaab", 20));
-    ASSERT_EQ(difference_in_wildcards(text, widen(random_string(random, "aab**?", 10))), "");
-  }
 }
 
 TEST(Wildcards, Oddities) {
