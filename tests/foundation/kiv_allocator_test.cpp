@@ -290,15 +290,13 @@ TEST(GroupedBlocks, Layout) {
   CountingAllocator allocator;
   KIV_ALLOCATOR *record = allocator.record();
   uint8_t *const untouched = bytes(&allocator);
-  std::vector<uint8_t *> out;
+  std::vector<void *> out;
   const auto group = [&](bool zero, const std::vector<uint32_t> &n) {
     out.assign(8, untouched);
-    const auto slot = [&out](size_t i) { return reinterpret_cast<void **>(&out[i]); };
-    if (n.size() == 4) {
-      return (zero ? kiv_calloc4 : kiv_alloc4)(record, n[0], n[1], n[2], n[3], slot(0), slot(1), slot(2), slot(3));
-    }
-    return (zero ? kiv_calloc8 : kiv_alloc8)(record, n[0], n[1], n[2], n[3], n[4], n[5], n[6], n[7], slot(0), slot(1),
-                                             slot(2), slot(3), slot(4), slot(5), slot(6), slot(7));
+    void **const o = out.data();
+    return n.size() == 4 ? (zero ? kiv_calloc4 : kiv_alloc4)(record, n[0], n[1], n[2], n[3], o, o + 1, o + 2, o + 3)
+                         : (zero ? kiv_calloc8 : kiv_alloc8)(record, n[0], n[1], n[2], n[3], n[4], n[5], n[6], n[7], o,
+                                                             o + 1, o + 2, o + 3, o + 4, o + 5, o + 6, o + 7);
   };
   for (const bool zero : {false, true}) {
     for (const std::vector<uint32_t> &sizes :
@@ -308,7 +306,7 @@ TEST(GroupedBlocks, Layout) {
       uint32_t total = 0;
       uint8_t *block = nullptr;
       for (size_t i = 0; i < sizes.size(); ++i) {
-        if (total == 0) block = out[i];
+        if (total == 0) block = bytes(out[i]);
         EXPECT_EQ(out[i], sizes[i] != 0 ? block + total : untouched);
         total += (sizes[i] + 7) / 8 * 8;
       }
@@ -319,7 +317,7 @@ TEST(GroupedBlocks, Layout) {
       record->free(record, block);
       allocator.fail_at(1);
       EXPECT_EQ(group(zero, sizes), 1);
-      EXPECT_EQ(out, std::vector<uint8_t *>(8, untouched));
+      EXPECT_EQ(out, std::vector<void *>(8, untouched));
     }
   }
 }

@@ -22,11 +22,7 @@
 
 namespace {
 
-using kiv::test::below;
-using kiv::test::DebugHeapTest;
-using kiv::test::GuardedPage;
-using kiv::test::Lines;
-using kiv::test::reported;
+using namespace kiv::test;
 
 constexpr uint32_t kLargest = 4096;
 

@@ -47,8 +47,7 @@ TEST(Mutex, OwnerTakesAndGivesAsOften) {
   EXPECT_FALSE(taken);  // still held once
   EXPECT_EQ(kiv_mutex_unlock(&mutex), 0);
   other.join();
-  EXPECT_EQ(kiv_mutex_assert_is_locked_by_my_thread(&mutex), 1);
-  EXPECT_EQ(kiv_mutex_assert_is_not_locked_by_my_thread(&mutex), 1);
+  EXPECT_TRUE(kiv_mutex_assert_is_locked_by_my_thread(&mutex) && kiv_mutex_assert_is_not_locked_by_my_thread(&mutex));
   EXPECT_EQ(kiv_mutex_delete(&mutex), 0);
 }
 

@@ -212,18 +212,6 @@ TEST(Convert, EveryShortUtf8Text) {
   for_each_text(edges, 5, [](const char *text) { compare(kFrom8, text, 6); });
 }
 
-TEST(Convert, EveryShortUtf16Text) {
-  const std::vector<uint16_t> edges{0x0001, 0x0041, 0x07FF, 0x0800, 0xD7FF, 0xD800,
-                                    0xDBFF, 0xDC00, 0xDFFF, 0xE000, 0xFFFF};
-  for (size_t length : {1, 2, 3}) {
-    for_each_text(edges, length, [](const uint16_t *text) {
-      for_each_from(text, kAllSizes);
-      compare_counts(text);
-    });
-  }
-  for_each_text(edges, 4, [](const uint16_t *text) { compare(kFrom16, text, 5), compare_counts(text); });
-}
-
 TEST(Convert, EveryOrderOfUtf16) {
   std::vector<uint16_t> edges;
   for (uint32_t unit = 0; unit < 0x10000; unit += 0x400)
