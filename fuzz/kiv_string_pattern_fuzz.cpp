@@ -8,7 +8,6 @@
 
 #include "fuzz/failing_heap.h"
 #include "kiv_string.h"
-#include "kiv_string_pattern.h"
 #include "tests/text/naive_pattern.h"
 
 namespace {
@@ -20,41 +19,16 @@ using namespace kiv::test;
 constexpr size_t kMostUnits = 40;
 constexpr int64_t kMostSteps = 20000;
 
-/// A string in a block without a byte to spare.
-std::vector<KIV_UNICHAR> exactly(const Text &text) { return {text.c_str(), text.c_str() + text.size() + 1}; }
-
 void check_search(const Text &text, const Text &re, const Text &given, int32_t start, bool backwards) {
   NaiveRegExp naive(text, re, kMostSteps);
   const NaiveResult expected = naive.search(start, backwards);
-  const std::vector<KIV_UNICHAR> units = exactly(text), pattern = exactly(given);
-  KIV_STRING end = nullptr;
-  const int32_t place =
-      backwards ? kiv_string_reverse_substr_matches_with_regular_expression(units.data(), pattern.data(), &end, start)
-                : kiv_string_substr_matches_with_regular_expression(units.data(), pattern.data(), &end, start);
-  const NaiveResult found{place, static_cast<size_t>(end - units.data())};
-  require(!naive.finished() || found == expected);
+  require(!naive.finished() || search(text, given, start, backwards) == expected);
 }
 
 void check_match(const Text &text, const Text &re, bool whole) {
   NaiveRegExp naive(text, re, kMostSteps);
   const NaiveResult expected = naive.match_at_start(whole);
-  const std::vector<KIV_UNICHAR> units = exactly(text), pattern = exactly(re);
-  KIV_STRING end = nullptr;
-  NaiveResult found{kiv_string_matches_with_reg_exp(units.data(), pattern.data(), &end, whole ? 1 : 0) - 1, {}};
-  if (end != nullptr) found.end = static_cast<size_t>(end - units.data());
-  require(!naive.finished() || found == expected);
-}
-
-void check_wildcards(const Text &text, const Text &wildcards) {
-  const std::vector<KIV_UNICHAR> units = exactly(text), pattern = exactly(wildcards);
-  int64_t steps = kMostSteps;
-  const bool whole = naive_wildcards(text.c_str(), wildcards.c_str(), true, &steps);
-  const int64_t first = naive_wildcards_search(text, wildcards, false, &steps);
-  const int64_t last = naive_wildcards_search(text, wildcards, true, &steps);
-  const bool right = (kiv_string_matches_using_wildcards(units.data(), pattern.data()) != 0) == whole &&
-                     kiv_string_substr_matches_using_wildcards(units.data(), pattern.data()) == first &&
-                     kiv_string_reverse_substr_matches_using_wildcards(units.data(), pattern.data()) == last;
-  require(steps <= 0 || right);
+  require(!naive.finished() || match(text, re, whole) == expected);
 }
 
 void check_replace(const Text &text, const Text &re, uint32_t failing_at) {
@@ -101,7 +75,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   const bool backwards = (choices & 1) != 0;
   check_search(text, pattern, pattern, start, backwards);
   check_match(text, pattern, (choices & 2) != 0);
-  check_wildcards(text, pattern);
+  require(wildcards_agree(text, pattern, kMostSteps));
   check_replace(text, pattern, choices >> 4);
   check_split(text, pattern, choices >> 4);
   // The same by the machine for long patterns: its additional items match nothing in this text.

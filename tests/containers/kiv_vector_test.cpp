@@ -85,29 +85,15 @@ TEST(Vector, KeepsEverySlotAsTheModelDoes) {
       allocator.fail_at(naive.memory ? 0 : 1, CountingAllocator::Failing::from_then_on);
       void *value = element(below(random, 26));
       const uint32_t index = below(random, naive.count + 3);
-      switch (below(random, operations)) {
-        case 0:
-          naive.remove(index), kiv_vector_remove(vector, index);
-          break;
-        case 1:
-          naive.remove(naive.count - 1), kiv_vector_remove_last(vector);
-          break;
-        case 2:
-          naive.set(index, value), kiv_vector_set(vector, index, value);
-          break;
-        case 3:
-          naive.insert(index, value), kiv_vector_insert(vector, index, value);
-          break;
-        case 4:
-          if (below(random, 10) == 0) naive.lower(index), kiv_vector_truncate(vector, index);
-          break;
-        case 5:
-          if (below(random, 10) != 0) break;
-          std::fill_n(naive.slots.begin(), naive.count, nullptr), kiv_vector_clear(vector);
-          break;
-        default:
-          naive.set(naive.count, value), kiv_vector_append(vector, value);
-      }
+      const uint32_t operation = below(random, operations);
+      const bool rarely = below(random, 10) == 0;
+      if (operation == 0) naive.remove(index), kiv_vector_remove(vector, index);
+      if (operation == 1) naive.remove(naive.count - 1), kiv_vector_remove_last(vector);
+      if (operation == 2) naive.set(index, value), kiv_vector_set(vector, index, value);
+      if (operation == 3) naive.insert(index, value), kiv_vector_insert(vector, index, value);
+      if (operation == 4 && rarely) naive.lower(index), kiv_vector_truncate(vector, index);
+      if (operation == 5 && rarely) std::fill_n(naive.slots.begin(), naive.count, nullptr), kiv_vector_clear(vector);
+      if (operation > 5) naive.set(naive.count, value), kiv_vector_append(vector, value);
       allocator.fail_at(0);
       ASSERT_EQ(vector->count, naive.count);
       ASSERT_EQ(std::vector<void *>(vector->elements, vector->elements + vector->capacity + 1), naive.slots);

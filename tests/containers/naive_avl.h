@@ -13,7 +13,7 @@ namespace kiv::test {
 class NaiveAvl {
  public:
   struct Node {
-    std::unique_ptr<Node> left, right;
+    std::unique_ptr<Node> child[2];  // left and right
     int height = 1;
     int value = 0;
   };
@@ -26,38 +26,30 @@ class NaiveAvl {
 
   void insert(int value) { root = insert(std::move(root), value); }
   void erase(int value, bool release) {
-    if (contains(root.get(), value)) root = erase(std::move(root), value, release);
+    const Node *node = root.get();
+    while (node != nullptr && node->value != value) node = node->child[value > node->value].get();
+    if (node != nullptr) root = erase(std::move(root), value, release);
   }
 
  private:
   static int height(const Link &node) { return node ? node->height : 0; }
-  static void measure(const Link &node) { node->height = std::max(height(node->left), height(node->right)) + 1; }
-  static bool contains(const Node *node, int value) {
-    return node != nullptr &&
-           (node->value == value || contains((value < node->value ? node->left : node->right).get(), value));
+  static void measure(const Link &node) {
+    node->height = std::max(height(node->child[0]), height(node->child[1])) + 1;
   }
 
   void hook(const Link &node) {
-    hooks.push_back({node->value, node->left ? node->left->value : -1, node->right ? node->right->value : -1});
+    const auto value_of = [](const Link &child) { return child ? child->value : -1; };
+    hooks.push_back({node->value, value_of(node->child[0]), value_of(node->child[1])});
   }
 
-  Link rotate_right(Link node) {
-    Link top = std::move(node->left);
-    node->left = std::move(top->right);
-    return finish_rotation(std::move(node), std::move(top), &Node::right);
-  }
-
-  Link rotate_left(Link node) {
-    Link top = std::move(node->right);
-    node->right = std::move(top->left);
-    return finish_rotation(std::move(node), std::move(top), &Node::left);
-  }
-
-  Link finish_rotation(Link node, Link top, Link Node::*side) {
+  /// The node goes down on that side.
+  Link rotate(Link node, int side) {
+    Link top = std::move(node->child[1 - side]);
+    node->child[1 - side] = std::move(top->child[side]);
     measure(node);
-    top.get()->*side = std::move(node);
+    top->child[side] = std::move(node);
     measure(top);
-    hook(top.get()->*side);
+    hook(top->child[side]);
     hook(top);
     return top;
   }
@@ -70,67 +62,43 @@ class NaiveAvl {
       return node;
     }
     if (value == node->value) return node;
-    if (value < node->value) {
-      node->left = insert(std::move(node->left), value);
-      measure(node);
-      hook(node);
-      if (height(node->left) > height(node->right) + 1) {
-        if (height(node->left->left) > height(node->left->right)) return rotate_right(std::move(node));
-        node->left = rotate_left(std::move(node->left));
-        measure(node);
-        return rotate_right(std::move(node));
-      }
-    } else {
-      node->right = insert(std::move(node->right), value);
-      measure(node);
-      hook(node);
-      if (height(node->right) > height(node->left) + 1) {
-        if (height(node->right->right) > height(node->right->left)) return rotate_left(std::move(node));
-        node->right = rotate_right(std::move(node->right));
-        measure(node);
-        return rotate_left(std::move(node));
-      }
-    }
-    return node;
-  }
-
-  Link after_left_delete(Link node) {
+    const int side = value > node->value;
+    Link &child = node->child[side];
+    child = insert(std::move(child), value);
     measure(node);
     hook(node);
-    if (height(node->right) <= height(node->left) + 1) return node;
-    if (height(node->right->right) < height(node->right->left)) node->right = rotate_right(std::move(node->right));
-    return rotate_left(std::move(node));
+    if (height(child) <= height(node->child[1 - side]) + 1) return node;
+    if (height(child->child[side]) <= height(child->child[1 - side])) child = rotate(std::move(child), side);
+    return rotate(std::move(node), 1 - side);
   }
 
-  Link after_right_delete(Link node) {
+  /// The side has become shorter.
+  Link after_erase(Link node, int side) {
     measure(node);
     hook(node);
-    if (height(node->left) <= height(node->right) + 1) return node;
-    if (height(node->left->left) < height(node->left->right)) node->left = rotate_left(std::move(node->left));
-    return rotate_right(std::move(node));
+    Link &other = node->child[1 - side];
+    if (height(other) <= height(node->child[side]) + 1) return node;
+    if (height(other->child[1 - side]) < height(other->child[side])) other = rotate(std::move(other), 1 - side);
+    return rotate(std::move(node), side);
   }
 
   Link erase(Link node, int value, bool release) {
-    if (!node) return node;
-    if (value < node->value) {
-      node->left = erase(std::move(node->left), value, release);
-      return after_left_delete(std::move(node));
-    }
-    if (value > node->value) {
-      node->right = erase(std::move(node->right), value, release);
-      return after_right_delete(std::move(node));
+    if (value != node->value) {
+      const int side = value > node->value;
+      node->child[side] = erase(std::move(node->child[side]), value, release);
+      return after_erase(std::move(node), side);
     }
     if (release) released.push_back(node->value);
-    if (!node->left || !node->right) {
-      Link child = std::move(node->left ? node->left : node->right);
+    if (!node->child[0] || !node->child[1]) {
+      Link child = std::move(node->child[node->child[0] ? 0 : 1]);
       if (child) hook(child);
       return child;
     }
-    const Node *least = node->right.get();
-    while (least->left) least = least->left.get();
+    const Node *least = node->child[1].get();
+    while (least->child[0]) least = least->child[0].get();
     node->value = least->value;
-    node->right = erase(std::move(node->right), node->value, false);
-    return after_right_delete(std::move(node));
+    node->child[1] = erase(std::move(node->child[1]), node->value, false);
+    return after_erase(std::move(node), 1);
   }
 };
 

@@ -19,13 +19,7 @@ using Log = std::vector<std::string>;
 
 class PlatformTest : public testing::Test {
  protected:
-  PlatformTest() {
-    // Where mutexes are the library's own objects, their pool keeps its memory: make it before counting.
-    kiv_mutex mutex;
-    EXPECT_EQ(kiv_mutex_new(&mutex), 0);
-    EXPECT_EQ(kiv_mutex_delete(&mutex), 0);
-    platform = {};
-  }
+  PlatformTest() { kiv::test::reset_platform(); }
   ~PlatformTest() override { EXPECT_EQ(platform.live, 0u) << "heap blocks leaked"; }
 };
 
@@ -119,26 +113,16 @@ TEST_F(PlatformTest, WrapSurvivesAFailingRegistry) {
 
 #ifndef _WIN32  // there the system makes mutexes
 
-TEST(LockedAllocators, WithoutAMutex) {
-  platform = {};
-  platform.failures = UINT32_MAX;
-  std::vector<kiv_mutex> mutexes(1000, nullptr);
-  size_t made = 0;
-  while (made < mutexes.size() && kiv_mutex_new(&mutexes[made]) == 0) ++made;
-  ASSERT_LT(made, mutexes.size());
-  EXPECT_EQ(mutexes[made], nullptr);
-  {
-    CountingAllocator parent;
-    EXPECT_EQ(kiv_allocator_wrap_new(nullptr, parent.record(), 1), nullptr);
-    EXPECT_EQ(parent.live_blocks(), 0u);
-    KIV_ALLOCATOR storage, before;
-    std::memset(&storage, 0x11, sizeof storage);
-    before = storage;
-    EXPECT_EQ(kiv_allocator_fast_new(&storage, parent.record(), 1, nullptr, 0, 64), 1);
-    EXPECT_EQ(std::memcmp(&storage, &before, sizeof storage), 0);
-  }
-  for (size_t i = 0; i < made; ++i) EXPECT_EQ(kiv_mutex_delete(&mutexes[i]), 0);
-  platform = {};
+TEST_F(PlatformTest, LockedAllocatorsWithoutAMutex) {
+  const kiv::test::NoMutexes no_mutexes;
+  CountingAllocator parent;
+  EXPECT_EQ(kiv_allocator_wrap_new(nullptr, parent.record(), 1), nullptr);
+  EXPECT_EQ(parent.live_blocks(), 0u);
+  KIV_ALLOCATOR storage, before;
+  std::memset(&storage, 0x11, sizeof storage);
+  before = storage;
+  EXPECT_EQ(kiv_allocator_fast_new(&storage, parent.record(), 1, nullptr, 0, 64), 1);
+  EXPECT_EQ(std::memcmp(&storage, &before, sizeof storage), 0);
 }
 
 #endif

@@ -18,13 +18,7 @@ using kiv::test::platform;
 
 class DebugHeapPlatformTest : public DebugHeapTest {
  protected:
-  DebugHeapPlatformTest() {
-    // Where mutexes are the library's own objects, their pool keeps its memory: make it before counting.
-    kiv_mutex mutex;
-    EXPECT_EQ(kiv_mutex_new(&mutex), 0);
-    EXPECT_EQ(kiv_mutex_delete(&mutex), 0);
-    platform = {};
-  }
+  DebugHeapPlatformTest() { kiv::test::reset_platform(); }
   ~DebugHeapPlatformTest() override {
     for (void *block : platform.kept) std::free(block);
     EXPECT_EQ(platform.live, 0u);
@@ -108,18 +102,12 @@ TEST_F(DebugHeapPlatformTest, NewWithoutMemory) {
 #ifndef _WIN32  // there the system makes mutexes
 
 TEST_F(DebugHeapPlatformTest, NewWithoutMutex) {
-  std::vector<kiv_mutex> mutexes(1000, nullptr);
   KIV_ALLOCATOR heap;
-  fail(0, UINT32_MAX);
-  size_t made = 0;
-  while (made < mutexes.size() && kiv_mutex_new(&mutexes[made]) == 0) ++made;
-  ASSERT_LT(made, mutexes.size());
+  const kiv::test::NoMutexes no_mutexes;
   fail(1, UINT32_MAX);
   EXPECT_EQ(kiv_debug_heap_new(&heap, 1), nullptr);
   EXPECT_EQ(reports(), Lines{722});
   EXPECT_EQ(heap.state.debug_heap.locked, 0u);
-  platform.failures = 0;
-  for (size_t i = 0; i < made; ++i) EXPECT_EQ(kiv_mutex_delete(&mutexes[i]), 0);
 }
 
 #endif

@@ -22,10 +22,9 @@ std::string random_bytes(std::mt19937_64 *random, size_t size) {
 
 TEST(Stream, WireBytes) {
   // One write, and the headers of what travels.
-  const std::tuple<bool, int32_t, std::string> rows[] = {
-      {false, 10, "*0015"}, {false, 1014, "*1019"},  {false, 1015, "1"},
-      {false, 1020, "6"},   {false, 1023, "9"},      {true, 10, "0*0016"},
-      {true, 1014, "01"},   {false, 1024, "+*0006"}, {true, 1024, "0+0*0008"}};
+  const std::tuple<bool, int32_t, std::string> rows[] = {{false, 10, "*0015"}, {false, 1014, "*1019"},
+                                                         {false, 1015, "1"},   {false, 1023, "9"},
+                                                         {true, 1014, "01"},   {true, 1024, "0+0*0008"}};
   for (const auto &[secondary, size, headers] : rows) {
     const auto stream = scripted_stream({"ACK"}, secondary);
     const std::string bytes(static_cast<size_t>(size), '.');

@@ -11,31 +11,6 @@ using namespace kiv::test;
 
 namespace {
 
-TEST(BigfltArithmetic, AtTheLimits) {
-  const bigflt half_place = power_of_two(32767 - 128);
-  const bigflt below_half_place = extended_bigflt(0, 32767 - 129, UINT64_MAX, UINT64_MAX);
-  const struct {
-    int operation;
-    bigflt a, b, result;
-  } rows[] = {
-      {0, kMax, half_place, kInfinity},  // a tie, and the greatest value is odd
-      {0, kMax, below_half_place, kMax},
-      {3, kClosest, small_bigflt(2), kZero},  // half of it
-      // (1 + 2^-65) (1 - 2^-65) = 1 - 2^-130: less than half of the closest value, but not in 128 bits.
-      {2, extended_bigflt(0, -16384, kTop, uint64_t{1} << 62), extended_bigflt(0, -16385, UINT64_MAX, kTop), kZero},
-      {2, extended_bigflt(0, -16384, kTop, uint64_t{1} << 62), power_of_two(-16384), kClosest},
-      {1, extended_bigflt(1, -32767, kTop | kTop >> 1, 0), extended_bigflt(1, -32767, kTop, 0), kZero},
-      {1, power_of_two(0), power_of_two(-129), small_bigflt(1)},               // a tie
-      {4, power_of_two(32767), small_bigflt(-1000003), small_bigflt(250263)},  // pow(2, 32767, 1000003)
-  };
-  for (const auto &row : rows) {
-    bigflt r;
-    kOperations[row.operation].plain(&r, &row.a, &row.b);
-    EXPECT_TRUE(identical(r, row.result))
-        << kOperations[row.operation].name << " of " << row.a << " and " << row.b << ": " << r;
-  }
-}
-
 TEST(BigfltArithmetic, RecordsOfOtherForms) {
   std::mt19937_64 random = make_random();
   for (int i = 0; i < 2000; ++i) {

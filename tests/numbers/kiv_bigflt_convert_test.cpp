@@ -12,7 +12,7 @@ struct Format {
   uint32_t size, exponent_width, mantissa_width;
 };
 constexpr Format kBinary16 = {16, 5, 10}, kBfloat16 = {16, 8, 7}, kE5m2 = {8, 5, 2}, kBinary32 = {32, 8, 23},
-                 kX87 = {80, 15, 64}, kBinary128 = {128, 15, 112};
+                 kX87 = {80, 15, 64};
 
 bigflt from_bytes(const void *image, const Format &format) {
   bigflt r;
@@ -145,23 +145,10 @@ TEST(BigfltIeee754, EveryShortImage) {
   }
 }
 
-TEST(BigfltIeee754, Limits) {
-  const struct {
-    bigflt a;
-    uint64_t binary32, binary64;
-  } rows[] = {
-      {kZero, 0, 0},
-      {kNegativeZero, 0x80000000, kTop},
-      {extended_bigflt(1, -32767, kTop, 0), 0x80000000, kTop},
-      {extended_bigflt(0, 127, uint64_t{0xFFFFFF80} << 32, 0), 0x7F800000, 0x47EFFFFFF0000000},
-      {extended_bigflt(0, -150, kTop, 0), 0, 0x3690000000000000},  // half of the least
-      {extended_bigflt(1, -1075, kTop, 1), 0x80000000, kTop + 1},
-  };
-  for (const auto &row : rows) {
-    SCOPED_TRACE(testing::Message() << row.a);
-    EXPECT_EQ(to_image(row.a, kBinary32), row.binary32);
-    EXPECT_EQ(std::bit_cast<uint64_t>(kiv_bigflt_to_double(&row.a)), row.binary64);
-    EXPECT_EQ(to_image(row.a, {64, 11, 52}), row.binary64);
+TEST(BigfltIeee754, ZerosAndNan) {
+  for (const bigflt &a : {kNegativeZero, kNegativeClosest}) {
+    EXPECT_EQ(to_image(a, kBinary32), 0x80000000);
+    EXPECT_EQ(std::bit_cast<uint64_t>(kiv_bigflt_to_double(&a)), kTop);
   }
   EXPECT_IDENTICAL(from_double(-0.0), kZero);
   EXPECT_IDENTICAL(from_image(0x80000000, kBinary32), kZero);
@@ -169,14 +156,12 @@ TEST(BigfltIeee754, Limits) {
 }
 
 TEST(BigfltIeee754, LongImages) {
-  struct Row {
+  const struct {
     uint16_t top;
     uint64_t low;
     bigflt value;
     bool same_back;
-  };
-  const Row rows[] = {
-      {0x3FFF, kTop, small_bigflt(1), true},
+  } rows[] = {
       {0xC000, 0xC90FDAA22168C235, extended_bigflt(1, 1, 0xC90FDAA22168C235, 0), true},
       {0x0000, 1, extended_bigflt(0, -16445, kTop, 0), true},
       {0x0000, kTop, extended_bigflt(0, -16382, kTop, 0), false},  // a pseudo-denormal: it comes back with exponent 1
@@ -184,9 +169,8 @@ TEST(BigfltIeee754, LongImages) {
       {0xFFFF, kTop | 1, kNan, false},
       {0x7FFF, 0, kNan, false},  // encodings that the processor refuses
       {0x3FFF, kTop >> 1, kNan, false},
-      {0x0001, 0, kNan, false},
   };
-  for (const Row &row : rows) {
+  for (const auto &row : rows) {
     uint8_t image[12], back[12];
     std::memset(image, 0xA5, sizeof image);
     std::memcpy(image, &row.low, 8);
@@ -196,13 +180,6 @@ TEST(BigfltIeee754, LongImages) {
     to_bytes(row.value, back, kX87);
     EXPECT_EQ(std::memcmp(back, image, sizeof back) == 0, row.same_back) << row.value;
   }
-  uint64_t words[2];
-  to_bytes(extended_bigflt(1, -16494 - 1, kTop, 1), words, kBinary128);  // more than half of the least
-  EXPECT_TRUE(words[0] == 1 && words[1] == kTop);
-  to_bytes(extended_bigflt(0, 16383, UINT64_MAX, uint64_t{0xFFFFFFFFFFFFBFFF}), words, kBinary128);
-  EXPECT_TRUE(words[0] == UINT64_MAX && words[1] == 0x7FFEFFFFFFFFFFFF);
-  to_bytes(extended_bigflt(0, 16383, UINT64_MAX, uint64_t{0xFFFFFFFFFFFFC000}), words, kBinary128);
-  EXPECT_TRUE(words[0] == 0 && words[1] == 0x7FFF000000000000);
 }
 
 TEST(BigfltIeee754, RefusesWhatIsNoFormat) {

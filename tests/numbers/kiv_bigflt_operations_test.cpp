@@ -42,26 +42,14 @@ constexpr size_t kFirstComparison = 4;
 
 TEST(BigfltOperations, LdexpSaturates) {
   const bigflt three = small_bigflt(3), minus_three = small_bigflt(-3);
-  const struct {
-    bigflt a, e, result;
-  } rows[] = {
-      {three, from_double(4.9), small_bigflt(48)},
-      {three, from_double(-1.5), from_double(1.5)},
-      {minus_three, power_of_two(32), kNegativeInfinity},
-      {minus_three, kMax, kNegativeInfinity},
-      {three, kInfinity, kInfinity},
-      {minus_three, power_of_two(32, 1), kZero},
-      {three, extended_bigflt(1, 32767, kTop, 1), kZero},
-      {three, kNegativeInfinity, kZero},
-      {kZero, kInfinity, kNan},
-      {kZero, kNegativeInfinity, kZero},
-      {kInfinity, kNegativeInfinity, kNan},
-      {three, kNan, kNan},
-  };
-  for (const auto &row : rows) {
+  const bigflt rows[][3] = {{three, from_double(4.9), small_bigflt(48)}, {three, from_double(-1.5), from_double(1.5)},
+                            {minus_three, kMax, kNegativeInfinity},      {minus_three, power_of_two(32, 1), kZero},
+                            {three, kNegativeInfinity, kZero},           {kZero, kInfinity, kNan},
+                            {kInfinity, kNegativeInfinity, kNan},        {kZero, kNegativeInfinity, kZero}};
+  for (const auto &[a, e, expected] : rows) {
     bigflt r;
-    kiv_bigflt_ldexp(&r, &row.a, &row.e);
-    EXPECT_TRUE(identical(r, row.result)) << row.a << " by " << row.e << ": " << r;
+    kiv_bigflt_ldexp(&r, &a, &e);
+    EXPECT_TRUE(identical(r, expected)) << a << " by " << e << ": " << r;
   }
 }
 
@@ -74,16 +62,9 @@ TEST(BigfltOperations, Shifts) {
   } rows[] = {
       {from_double(2.5), 0, from_double(2.5), small_bigflt(2)},
       {from_double(-2.5), 1, small_bigflt(-5), small_bigflt(-2)},
-      {kNegativeClosest, 1, power_of_two(-32766, 1), small_bigflt(-1)},
       {small_bigflt(3), INT32_MAX, kInfinity, kZero},
       {small_bigflt(-3), INT32_MAX, kNegativeInfinity, small_bigflt(-1)},
-      {small_bigflt(3), INT32_MIN, kZero, kInfinity},
       {small_bigflt(-3), INT32_MIN, small_bigflt(-1), kNegativeInfinity},
-      {kZero, INT32_MIN, kZero, kZero},
-      {kMax, 32767, kInfinity, small_bigflt(1)},
-      {small_bigflt(INT32_MAX), 30, extended_bigflt(0, 60, uint64_t{0xFFFFFFFE} << 32, 0), small_bigflt(1)},
-      {small_bigflt(INT32_MAX), 31, extended_bigflt(0, 61, uint64_t{0xFFFFFFFE} << 32, 0), kZero},
-      {kNan, -5, kNan, kNan},
   };
   for (const auto &row : rows) {
     SCOPED_TRACE(testing::Message() << row.a << " by " << row.n);
@@ -92,42 +73,6 @@ TEST(BigfltOperations, Shifts) {
     kiv_bigflt_shift_right(&r, &row.a, row.n);
     EXPECT_IDENTICAL(r, row.right);
   }
-}
-
-TEST(BigfltOperations, BitsOfOtherValues) {
-  const bigflt big = power_of_two(200);
-  const struct {
-    bigflt a, b, and_, or_, xor_;
-  } rows[] = {
-      {from_double(6.75), from_double(-4.25), small_bigflt(4), small_bigflt(-2), small_bigflt(-6)},
-      {big, small_bigflt(1), kZero, big, big},  // rounded
-      // Half a unit of the last place more than an odd mantissa, and a bit less than that.
-      {extended_bigflt(0, 200, kTop, 1), power_of_two(72), kZero, extended_bigflt(0, 200, kTop, 2),
-       extended_bigflt(0, 200, kTop, 2)},
-      {extended_bigflt(0, 200, kTop, 1), extended_bigflt(0, 71, UINT64_MAX, UINT64_MAX), kZero,
-       extended_bigflt(0, 200, kTop, 1), extended_bigflt(0, 200, kTop, 1)},
-      // Two negative ones whose common bits begin one place above both.
-      {extended_bigflt(1, 32767, kTop, 2), extended_bigflt(1, 32767, UINT64_MAX, UINT64_MAX), kNegativeInfinity,
-       extended_bigflt(1, 32767, kTop, 1), extended_bigflt(0, 32766, UINT64_MAX, UINT64_MAX - 1)},
-      {kInfinity, kZero, kNan, kNan, kNan},
-      {small_bigflt(1), kNan, kNan, kNan, kNan},
-  };
-  for (const auto &row : rows) {
-    SCOPED_TRACE(testing::Message() << row.a << " and " << row.b);
-    const bigflt *const expected[] = {&row.and_, &row.or_, &row.xor_};
-    for (int k = 0; k < 3; ++k) {
-      bigflt r;
-      kBinary[k].plain(&r, &row.a, &row.b);
-      EXPECT_IDENTICAL(r, *expected[k]);
-      kBinary[k].plain(&r, &row.b, &row.a);
-      EXPECT_IDENTICAL(r, *expected[k]);
-    }
-  }
-  bigflt r;
-  kiv_bigflt_1s_complement(&r, &kInfinity);
-  EXPECT_IDENTICAL(r, kNan);
-  kiv_bigflt_boolean_not(&r, &kNan);
-  EXPECT_IDENTICAL(r, kZero);
 }
 
 TEST(BigfltOperations, Predicates) {

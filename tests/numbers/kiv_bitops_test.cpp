@@ -227,7 +227,7 @@ TEST_F(RangeTest, Integers) {
   }
 }
 
-TEST(KivBitops, AllocatingFunctionsAndTheirCalls) {
+TEST(KivBitops, AllocatingFunctions) {
   CountingAllocator heap;
   KIV_ALLOCATOR *record = heap.record();
   uint8_t *buffer = nullptr, *field = nullptr;
@@ -250,15 +250,14 @@ TEST(KivBitops, AllocatingFunctionsAndTheirCalls) {
   EXPECT_EQ(kiv_bitops_bitwise_extract(record, &field, second, 7, 0), 0);
   EXPECT_EQ(field, nullptr);
   // Sizes of 0 go to the allocator, and counts below 0 are no huge sizes.
+  heap.clear_log();
   EXPECT_EQ(kiv_bitops_convert_from_U32_allocate(record, &buffer, 1, -20), 0);
   EXPECT_EQ(buffer, nullptr);
   EXPECT_EQ(kiv_bitops_bitwise_insert(record, &buffer, -5, INT_MIN, second, INT_MIN), 0);
   EXPECT_EQ(kiv_bitops_bitwise_insert(record, &buffer, 0, 20, second, -5), 3);
   EXPECT_EQ(kiv_bitops_bitwise_cat(record, &buffer, -7, second, -1), 0);
-  EXPECT_EQ(heap.log, std::vector<std::string>({"realloc 0 4 -> 1", "realloc 1 5 -> 2", "realloc 2 10 -> 3",
-                                                "realloc 3 13 -> 4", "realloc 4 13 -> 5", "calloc 3 -> 6", "free 5",
-                                                "alloc 2 -> 7", "free 7", "realloc 6 0 -> 0", "realloc 0 0 -> 8",
-                                                "realloc 8 3 -> 9", "calloc 0 -> 10", "free 9"}));
+  EXPECT_EQ(heap.log, std::vector<std::string>(
+                          {"realloc 6 0 -> 0", "realloc 0 0 -> 8", "realloc 8 3 -> 9", "calloc 0 -> 10", "free 9"}));
   record->free(record, buffer);
 }
 

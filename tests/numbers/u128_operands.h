@@ -32,16 +32,8 @@ inline KIV_U128 random_u128(std::mt19937_64 &random) {
   KIV_U128 value = {random(), random()};
   if (below(random, 2) != 0) value = {random_word(random), random_word(random)};
   const uint32_t shift = below(random, 64);
-  switch (below(random, 4)) {
-    case 0:
-      return value;
-    case 1:
-      return {value.hi >> shift, value.lo};
-    case 2:
-      return {0, value.lo};
-    default:
-      return {0, value.lo >> shift};
-  }
+  const KIV_U128 forms[] = {value, {value.hi >> shift, value.lo}, {0, value.lo}, {0, value.lo >> shift}};
+  return forms[below(random, 4)];
 }
 
 /// How many products or quotients are made bit by bit: not the millions of an extended run.

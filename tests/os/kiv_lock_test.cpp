@@ -15,9 +15,7 @@
 #include "tests/support/process.h"
 
 #ifndef _WIN32
-#include <csignal>
-
-#include <pthread.h>
+#include "tests/support/interrupt.h"
 #endif
 
 namespace {
@@ -49,8 +47,7 @@ TEST(Mutex, OwnerTakesAndGivesAsOften) {
   EXPECT_FALSE(taken);  // still held once
   EXPECT_EQ(kiv_mutex_unlock(&mutex), 0);
   other.join();
-  EXPECT_EQ(kiv_mutex_assert_is_locked_by_my_thread(&mutex), 1);
-  EXPECT_EQ(kiv_mutex_assert_is_not_locked_by_my_thread(&mutex), 1);
+  EXPECT_TRUE(kiv_mutex_assert_is_locked_by_my_thread(&mutex) && kiv_mutex_assert_is_not_locked_by_my_thread(&mutex));
   EXPECT_EQ(kiv_mutex_delete(&mutex), 0);
 }
 
@@ -151,38 +148,26 @@ TEST(Semaphore, WakesAsManyAsItIsSignalled) {
 
 #ifndef _WIN32
 TEST(Locks, InterruptedWaitsGoOn) {
-  struct sigaction action {};
-  action.sa_handler = [](int) {};  // without SA_RESTART: system calls are interrupted
-  sigaction(SIGUSR1, &action, nullptr);
-  kiv_semaphore semaphore;
+  kiv_semaphore semaphore, taken;
   kiv_mutex mutex;
   kiv_semaphore_new(&semaphore, 0);
+  kiv_semaphore_new(&taken, 0);
   kiv_mutex_new(&mutex);
-  kiv_mutex_take(&mutex);
-  std::atomic<int> passed = 0;
-  std::thread waiter([&] {
-    EXPECT_EQ(kiv_semaphore_wait(&semaphore), 0);
-    ++passed;
-    EXPECT_EQ(kiv_mutex_take(&mutex), 0);
-    ++passed;
-    kiv_milli_sleep(30);
-    EXPECT_EQ(kiv_mutex_give(&mutex), 0);
+  const auto wait = [&] { return kiv_semaphore_wait(&semaphore); };
+  const auto take = [&] { return kiv_mutex_take(&mutex); };
+  const auto release = [&] { kiv_semaphore_signal(&semaphore); };
+  EXPECT_EQ(kiv::test::interrupted(wait, release), 0);
+  std::thread holder([&] {
+    kiv_mutex_take(&mutex);
+    kiv_semaphore_signal(&taken);
+    wait();
+    kiv_mutex_give(&mutex);
   });
-  const auto interrupt = [&](int expected) {
-    for (int i = 0; i < 5; ++i) {
-      kiv_milli_sleep(2);
-      pthread_kill(waiter.native_handle(), SIGUSR1);
-    }
-    EXPECT_EQ(passed, expected);
-  };
-  interrupt(0);
-  kiv_semaphore_signal(&semaphore);
-  while (passed == 0) kiv_milli_sleep(0);
-  interrupt(1);
+  kiv_semaphore_wait(&taken);
+  EXPECT_EQ(kiv::test::interrupted(take, release), 0);
+  holder.join();
   kiv_mutex_give(&mutex);
-  waiter.join();
-  kiv_semaphore_delete(&semaphore);
-  kiv_mutex_delete(&mutex);
+  EXPECT_EQ(kiv_semaphore_delete(&semaphore) + kiv_semaphore_delete(&taken) + kiv_mutex_delete(&mutex), 0);
 }
 #endif
 

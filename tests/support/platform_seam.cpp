@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "gtest/gtest.h"
 #include "os/platform.h"
 
 namespace kiv::test {
@@ -26,6 +27,27 @@ void *counted(void *block) {
 }
 
 }  // namespace
+
+void reset_platform() {
+  kiv_mutex mutex;
+  EXPECT_EQ(kiv_mutex_new(&mutex), 0);
+  EXPECT_EQ(kiv_mutex_delete(&mutex), 0);
+  platform = {};
+}
+
+NoMutexes::NoMutexes() {
+  platform.successes = 0;
+  platform.failures = UINT32_MAX;
+  kiv_mutex mutex = nullptr;
+  for (; taken.size() < 1000 && kiv_mutex_new(&mutex) == 0; mutex = nullptr) taken.push_back(mutex);
+  EXPECT_LT(taken.size(), 1000u);
+  EXPECT_EQ(mutex, nullptr);
+}
+
+NoMutexes::~NoMutexes() {
+  platform.failures = 0;
+  for (kiv_mutex &mutex : taken) EXPECT_EQ(kiv_mutex_delete(&mutex), 0);
+}
 
 bool crashes(const std::function<void()> &body) {
   if (setjmp(after_crash) != 0) return true;

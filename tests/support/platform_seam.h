@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "kiv_mutex.h"
+
 namespace kiv::test {
 
 struct PlatformSeam {
@@ -29,6 +31,17 @@ struct PlatformSeam {
 };
 
 extern PlatformSeam platform;
+
+/// As at the start, but for what the pool of mutexes keeps: where they are the library's own, it is made before.
+void reset_platform();
+
+/// While it lives the heap fails and there is no mutex left in the pool. Not for Windows, which makes mutexes itself.
+struct NoMutexes {
+  NoMutexes();
+  ~NoMutexes();
+  NoMutexes(const NoMutexes &) = delete;
+  std::vector<kiv_mutex> taken;
+};
 
 /// Runs body and tells whether it called crash(), which ends it there.
 bool crashes(const std::function<void()> &body);

@@ -167,22 +167,6 @@ TEST(StringKvset, PointsAtOrCopiesWhatItIsGiven) {
   }
 }
 
-TEST(StringKvset, AllocatesInItsOrder) {
-  Set it(1, 1);
-  // Value, pair, key and node; then a value and the old one; then what the tree does not take.
-  const char *const rows[][2] = {{"k", "alloc alloc alloc alloc "},
-                                 {"k", "alloc free "},
-                                 {"\xE9", "alloc alloc alloc alloc "},
-                                 {"\xE9", "alloc alloc alloc alloc free free free "}};
-  for (const auto &[key, expected] : rows) {
-    it.allocator.clear_log();
-    it.add(key, "v");
-    std::string calls;
-    for (const auto &entry : it.allocator.log) calls += entry.substr(0, entry.find(' ')) + ' ';
-    EXPECT_EQ(calls, expected);
-  }
-}
-
 TEST(StringKvset, TakesNullForAnEmptySetWithoutMemory) {
   CountingAllocator allocator;
   KIV_STRING_KVSET_PAIR pair = {}, *found = &pair;

@@ -26,6 +26,7 @@ std::string shown(const std::u32string &text) {
   return result;
 }
 
+/// The text ends with readable memory.
 void compare(const std::u32string &text, int base, bool skip = false, bool trailing = false) {
   kiv::test::parse_every_type(
       text, base, skip, trailing, [&](const char *name, const ParsedNumber &parsed, const ParsedNumber &told) {
@@ -35,6 +36,14 @@ void compare(const std::u32string &text, int base, bool skip = false, bool trail
                       << parsed.start << ", length " << parsed.length << "; told: " << told.result << ", " << told.hi
                       << ':' << told.lo << ", " << told.start << ", " << told.length;
       });
+  if (base != 0 || text.size() > 1000) return;
+  static kiv::test::GuardedPage page;
+  auto *string = page.last<KIV_UNICHAR>(text.size() + 1);
+  std::copy_n(text.c_str(), text.size() + 1, string);
+  KIV_S128 value;
+  (void)kiv_string_convert_to_s128(string, 0, skip, 0, &value, nullptr, nullptr);
+  kiv_string_s32_from_decimal(string, nullptr);
+  kiv_string_u32_from_decimal(string, nullptr);
 }
 
 constexpr int kBases[] = {INT32_MIN, -1, 0, 1, 2, 8, 9, 10, 11, 12, 16, 17, 36, INT32_MAX};
@@ -115,20 +124,6 @@ TEST(Number, Outputs) {
   EXPECT_TRUE(s32 == 7 && start == 2 && length == 10);
   EXPECT_EQ(kiv_string_convert_to_s32m(nullptr, 10, 1, 1, &s32, nullptr, nullptr), 1);
   EXPECT_EQ(kiv_string_char_s_convert_to_s32m(nullptr, 10, 1, 1, &s32, nullptr, nullptr), 1);
-}
-
-TEST(Number, ReadsNoUnitBehindTheText) {
-  kiv::test::GuardedPage page;
-  for (const std::u32string &text : {std::u32string(), std::u32string(U"0"), std::u32string(U"-0"),
-                                     std::u32string(U"0x"), std::u32string(U" 1234567890123456789")}) {
-    auto *string = page.last<KIV_UNICHAR>(text.size() + 1);
-    std::copy_n(text.c_str(), text.size() + 1, string);
-    KIV_S128 value;
-    const int told = kiv::test::naive_parse(text, 0, true, false, 128, true).result;
-    EXPECT_EQ(kiv_string_convert_to_s128(string, 0, 1, 0, &value, nullptr, nullptr), told);
-    kiv_string_s32_from_decimal(string, nullptr);
-    kiv_string_u32_from_decimal(string, nullptr);
-  }
 }
 
 TEST(Number, DecimalText) {

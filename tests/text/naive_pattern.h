@@ -1,4 +1,4 @@
-// The pattern languages by plain recursive backtracking: what tests and fuzzers hold the matchers against.
+// The pattern languages by plain recursive backtracking, and how tests and fuzzers hold the matchers against it.
 #ifndef KIV_TESTS_TEXT_NAIVE_PATTERN_H
 #define KIV_TESTS_TEXT_NAIVE_PATTERN_H
 
@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "kiv_types.h"
+#include "kiv_string_pattern.h"
 
 namespace kiv::test {
 
@@ -173,6 +173,38 @@ inline int64_t naive_wildcards_search(const Text &text, const Text &pattern, boo
     if (naive_wildcards(text.c_str() + place, pattern.c_str(), false, steps_left)) return static_cast<int64_t>(place);
   }
   return -1;
+}
+
+/// The units and the terminator in a block without one to spare, so that sanitizers see a read behind them.
+inline std::vector<KIV_UNICHAR> exactly(const Text &text) { return {text.c_str(), text.c_str() + text.size() + 1}; }
+
+inline NaiveResult match(const Text &text, const Text &re, bool whole) {
+  const std::vector<KIV_UNICHAR> units = exactly(text), pattern = exactly(re);
+  KIV_STRING end = nullptr;
+  NaiveResult found{kiv_string_matches_with_reg_exp(units.data(), pattern.data(), &end, whole ? 1 : 0) - 1, {}};
+  if (end != nullptr) found.end = static_cast<size_t>(end - units.data());
+  return found;
+}
+
+inline NaiveResult search(const Text &text, const Text &re, int32_t start, bool backwards = false) {
+  const std::vector<KIV_UNICHAR> units = exactly(text), pattern = exactly(re);
+  const auto find = backwards ? kiv_string_reverse_substr_matches_with_regular_expression
+                              : kiv_string_substr_matches_with_regular_expression;
+  KIV_STRING end = nullptr;
+  NaiveResult found{find(units.data(), pattern.data(), &end, start), {}};
+  if (end != nullptr) found.end = static_cast<size_t>(end - units.data());
+  return found;
+}
+
+/// Whether all three functions of wildcards do as the naive ones, or these take too many steps.
+inline bool wildcards_agree(const Text &text, const Text &wildcards, int64_t steps) {
+  const std::vector<KIV_UNICHAR> units = exactly(text), pattern = exactly(wildcards);
+  const bool whole = naive_wildcards(text.c_str(), wildcards.c_str(), true, &steps);
+  const int64_t first = naive_wildcards_search(text, wildcards, false, &steps);
+  const int64_t last = naive_wildcards_search(text, wildcards, true, &steps);
+  return steps <= 0 || ((kiv_string_matches_using_wildcards(units.data(), pattern.data()) != 0) == whole &&
+                        kiv_string_substr_matches_using_wildcards(units.data(), pattern.data()) == first &&
+                        kiv_string_reverse_substr_matches_using_wildcards(units.data(), pattern.data()) == last);
 }
 
 }  // namespace kiv::test
