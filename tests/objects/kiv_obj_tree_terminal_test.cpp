@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 #include "kiv_obj_tree.h"
 #include "objects/tree_terminal.h"
@@ -87,6 +88,7 @@ TEST_F(ObjTreeTerminal, ValuesWithoutText) {
                                      obj_tree_new(heap(), obj_int_new_automatic(&storage, 5)));
   memory.fail_at(1, CountingAllocator::Failing::from_then_on);
   EXPECT_EQ(draw(8, 16, 3), "       []\n     /   \\\n  [?]     [?]\n\n\n\n");
+  obj_tree_del(std::exchange(root, nullptr));  // while the storage is there
 }
 
 TEST_F(ObjTreeTerminal, Dialogues) {
