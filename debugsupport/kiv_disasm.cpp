@@ -93,7 +93,6 @@ KIV_ERROR *kiv_disasm_append_literal(const KIV_ERROR_CONTEXT *context, KIV_ALLOC
 int kiv_disasm_append_symbolic_part2(KIV_ALLOCATOR *allocator, KIV_DBLL_NODE *list, const char *bytes,
                                      const KIV_UNICHAR *string, KIV_UNICHAR code_point, const KIV_UNICHAR *symbol,
                                      const KIV_DISASM_VALUE *value) {
-  const KIV_DISASM_VALUE copied_value = value != nullptr ? *value : KIV_DISASM_VALUE{};
   KIV_STRING text = new_text(allocator, bytes, string, code_point);
   KIV_STRING copied_symbol = kiv_string_dup(allocator, symbol);  // never null but without memory
   KIV_DISASM_PART *part = text != nullptr && copied_symbol != nullptr ? append_part(allocator, list) : nullptr;
@@ -104,7 +103,7 @@ int kiv_disasm_append_symbolic_part2(KIV_ALLOCATOR *allocator, KIV_DBLL_NODE *li
   }
   part->text = text;
   part->symbol = copied_symbol;
-  part->value = copied_value;
+  if (value != nullptr) part->value = *value;
   return 0;
 }
 

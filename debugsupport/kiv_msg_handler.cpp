@@ -144,7 +144,7 @@ int kiv_msg_handler_add2(KIV_MSG_HANDLER_LIST *list, const KIV_MSG_HANDLER_TEMPL
     avl::link_value(list->handlers, link, handler);
     path.unwind(list->handlers);
   } else {
-    // A taken key is no failure, as it is none of the tree's. The reserved node waits for the next handler.
+    // A taken key is no failure, as in the tree's own insert. The reserved node waits for the next handler.
     allocator->free(allocator, handler);
   }
   return 0;

@@ -4,7 +4,6 @@
 #include "kiv_target_memspace.h"
 
 #include <cstddef>
-#include <cstring>
 
 #include "base/record_layout.h"
 #include "kiv_string.h"
@@ -184,7 +183,7 @@ int kiv_target_memspace_add(KIV_TARGET_MEMSPACE_LIST *list, uint32_t number_low,
   memspace->number_low = number_low;
   memspace->number_high = number_high;
   memspace->bits_per_unit = bits_per_unit;
-  std::memcpy(memspace->caller_data, caller_data, sizeof memspace->caller_data);
+  for (uint32_t i = 0; i < 4; ++i) memspace->caller_data[i] = caller_data != nullptr ? caller_data[i] : 0;
   if (!insert(list, memspace)) {
     delete_memspace(list->allocator, memspace->name, memspace->as_name, memspace);
     return 1;

@@ -110,14 +110,12 @@ int kiv_string_to_target_address(const KIV_TARGET_MEMSPACE_LIST *list, const cha
   const bool parsed = char_text != nullptr ? parse(list, char_text, syntax, address)
                                            : parse(list, kiv::or_empty(text), syntax, address);
   if (!parsed) return 1;
-  if (bits != nullptr) {
-    KIV_U128 product = address.units;
-    const uint32_t factor = address.memspace != nullptr ? address.memspace->bits_per_unit : kBitsOfByte;
-    if (kiv_u128_mul_ov_u64(&product, factor) != 0) return 1;
-    *bits = product;
-  }
+  KIV_U128 product = address.units;
+  const uint32_t factor = address.memspace != nullptr ? address.memspace->bits_per_unit : kBitsOfByte;
+  if (kiv_u128_mul_ov_u64(&product, factor) != 0 && bits != nullptr) return 1;
   if (memspace != nullptr) *memspace = address.memspace;
   if (units != nullptr) *units = address.units;
+  if (bits != nullptr) *bits = product;
   if (end != nullptr) *end = address.end;
   return 0;
 }

@@ -18,7 +18,7 @@
  *     allocator.
  *  3. A text is given in one of three ways, of which the first that is there counts: a byte string, a string, each of
  *     which may be null, and a code point.
- *  4. Strings are copied. A KIV_STRING may be one of the list's own, a byte string does not lie in their memory.
+ *  4. Strings are copied, and may be the list's own.
  *  5. After a failure the list is as it was, and nothing is left allocated.
  *
  * Costs: an operation is linear in the texts that it is given, an append to a literal part also in that part's text.

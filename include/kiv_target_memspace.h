@@ -9,8 +9,8 @@
  *
  * An empty name, or an empty name of an address space, makes a space the default for texts without a prefix.
  *
- * Conventions: a null string is an empty one. Functions with a status give 0, or 1 for a failure; nothing has then been
- * changed or stored. A search gives a record of the list or null.
+ * Conventions: a null string is an empty one; a list is not null where nothing is said of that. Functions with a status
+ * give 0, or 1 for a failure; nothing has then been changed or stored. A search gives a record of the list or null.
  *
  * Costs: with n spaces, adding one and finding one by number or name take O(log n) compares; the searches by a part of
  * a text look at one space after the other.
@@ -57,9 +57,9 @@ KIV_API KIV_TARGET_MEMSPACE_LIST *kiv_target_memspace_list_new(KIV_ALLOCATOR *al
 /** Frees the list with its records and their names; null is ignored. */
 KIV_API void kiv_target_memspace_list_delete(KIV_TARGET_MEMSPACE_LIST *list);
 
-/** Adds a memory space with copies of its names and of four words of the caller's. 0; 1 when the list has its number,
- * its name or the name of its address space already, or without memory. An array of pointers that has grown by then
- * stays so, which nobody sees: the count is as it was. REQUIRES: caller_data is not null. */
+/** Adds a memory space with copies of its names and of four words of the caller's, zeros for null. 0; 1 when the list
+ * has its number, its name or the name of its address space already, or without memory. An array of pointers that has
+ * grown by then stays so, which nobody sees: the count is as it was. */
 KIV_API int kiv_target_memspace_add(KIV_TARGET_MEMSPACE_LIST *list, uint32_t number_low, uint32_t number_high,
                                     const KIV_UNICHAR *name, const KIV_UNICHAR *as_name, uint32_t bits_per_unit,
                                     const uint32_t *caller_data);

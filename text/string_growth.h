@@ -7,15 +7,12 @@
 namespace kiv {
 
 /// Where the source is once s, of `length` units, has moved to `moved`: the source may be a part of s.
-inline Units after_move(Units source, const KIV_UNICHAR *s, size_t length, const KIV_UNICHAR *moved) {
+template <class Source>
+Source after_move(Source source, const KIV_UNICHAR *s, size_t length, const KIV_UNICHAR *moved) {
   // As numbers: s is dead by now.
   const auto offset = reinterpret_cast<uintptr_t>(source.text) - reinterpret_cast<uintptr_t>(s);
-  return s != nullptr && offset <= length * sizeof(KIV_UNICHAR) ? Units{moved + offset / sizeof(KIV_UNICHAR)} : source;
-}
-
-template <Widening kWidening>
-Chars<kWidening> after_move(Chars<kWidening> source, const KIV_UNICHAR *, size_t, const KIV_UNICHAR *) {
-  return source;
+  if (s == nullptr || offset > length * sizeof(KIV_UNICHAR)) return source;
+  return {reinterpret_cast<decltype(source.text)>(reinterpret_cast<const char *>(moved) + offset)};
 }
 
 /// s, grown, with `count` units of the source behind; null without memory, and s is as it was.

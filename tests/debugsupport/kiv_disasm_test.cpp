@@ -40,11 +40,12 @@ TEST(Disasm, AgreesWithAVectorWhateverFails) {
   kiv_dbll_init(&list);
   std::vector<Part> model;
   for (uint32_t step = 1; step < 1500; ++step) {
-    const char *const all_bytes[] = {nullptr, nullptr, "", "\x7F\x80\xFF", step % 500 == 0 ? kLong.c_str() : ","};
     // The text that grows is a text to append, too, whole or its end.
     const KIV_UNICHAR *own = list.prev != nullptr ? static_cast<KIV_DISASM_PART *>(list.prev->data)->text : kText;
+    const char *const own_bytes = reinterpret_cast<const char *>(own), *comma = step % 500 == 0 ? kLong.c_str() : ",";
+    const char *const all_bytes[] = {nullptr, nullptr, "", "\x7F\x80\xFF", comma, own_bytes};
     const KIV_UNICHAR *const strings[] = {nullptr, kText, own, own + kiv_string_length(own) / 2};
-    const char *const bytes = all_bytes[below(random, 5)];
+    const char *const bytes = all_bytes[below(random, 6)];
     const KIV_UNICHAR *const string = strings[below(random, 4)], *const symbol = strings[below(random, 4)];
     const KIV_UNICHAR unit = below(random, 3) * 0x55555555;
     const KIV_DISASM_VALUE value = {{0, 0, 0, step}};

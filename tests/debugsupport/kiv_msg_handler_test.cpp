@@ -149,7 +149,7 @@ TEST(MsgHandler, DoesWhatTheModelDoesAlsoWithinCallbacks) {
   for (int i = 0; i < 30000 && !HasFatalFailure(); ++i) model.step(), model.check();
 }
 
-/// Passes even keys. Removes the handlers of 3 and 6 before they are visited or changed, has another one at 8, adds 9.
+/// Passes even keys. Removes the handlers of 3 and 6 before they are visited or changed, has another one at 8, adds 10.
 int meddle(uint32_t low, uint32_t high, const KIV_MSG_HANDLER *handler, KIV_MSG_CALLBACK callback, void *context1,
            void *context2, void *argument) {
   EXPECT_TRUE(handler->key == (uint64_t{high} << 32 | low) && handler->callback == callback && low != 3);

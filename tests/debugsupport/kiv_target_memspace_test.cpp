@@ -26,7 +26,8 @@ const KIV_UNICHAR *units(const std::u32string &text) { return reinterpret_cast<c
 int add(KIV_TARGET_MEMSPACE_LIST *list, const Space &space) {
   const uint32_t data[4] = {space.bits_per_unit, 1, 2, 3};
   return kiv_target_memspace_add(list, static_cast<uint32_t>(space.number), static_cast<uint32_t>(space.number >> 32),
-                                 units(space.name), units(space.as_name), space.bits_per_unit, data);
+                                 units(space.name), units(space.as_name), space.bits_per_unit,
+                                 space.bits_per_unit != 0 ? data : nullptr);
 }
 
 /// The list has these spaces in this order, and finds each in its three trees.
