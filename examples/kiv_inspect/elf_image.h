@@ -66,7 +66,7 @@ class ElfImage {
   Status segments(ByteView *table, uint32_t *count) const;
   ElfSegment segment(ByteView table, uint32_t index) const;
 
-  /// Whether addresses and references are final: that of an object file are not.
+  /// Whether addresses and references are final: those of an object file are not.
   bool is_linked() const { return type_ != 1; }
 
   /// What the program is for.
