@@ -73,10 +73,10 @@ class ElfImage {
   Machine machine() const { return elf_machine(machine_, has_64_bits_); }
 
   /// Whether the program is for x86 of either width.
-  bool is_x86() const { return machine_ == 3 || machine_ == 62; }
+  bool is_x86() const { return machine() == Machine::x86 || machine() == Machine::x86_64; }
 
   /// Whether the program is for PowerPC of either width.
-  bool is_powerpc() const { return machine_ == 20 || machine_ == 21; }
+  bool is_powerpc() const { return machine() == Machine::powerpc || machine() == Machine::powerpc64; }
 
  private:
   const Errors &errors_;
