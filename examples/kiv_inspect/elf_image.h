@@ -66,17 +66,17 @@ class ElfImage {
   Status segments(ByteView *table, uint32_t *count) const;
   ElfSegment segment(ByteView table, uint32_t index) const;
 
-  /// Whether addresses and references are final: that of an object file are not.
+  /// Whether addresses and references are final: those of an object file are not.
   bool is_linked() const { return type_ != 1; }
 
   /// What the program is for.
   Machine machine() const { return elf_machine(machine_, has_64_bits_); }
 
   /// Whether the program is for x86 of either width.
-  bool is_x86() const { return machine_ == 3 || machine_ == 62; }
+  bool is_x86() const { return machine() == Machine::x86 || machine() == Machine::x86_64; }
 
   /// Whether the program is for PowerPC of either width.
-  bool is_powerpc() const { return machine_ == 20 || machine_ == 21; }
+  bool is_powerpc() const { return machine() == Machine::powerpc || machine() == Machine::powerpc64; }
 
  private:
   const Errors &errors_;

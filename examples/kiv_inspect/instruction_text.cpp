@@ -39,7 +39,10 @@ InstructionText::~InstructionText() {
 
 SymbolPlace InstructionText::place_of(uint64_t address) const {
   const Symbol *symbol = symbols_.nearest(address | code_bit_);
-  return {symbol, symbol != nullptr ? address - (symbol->address & ~code_bit_) : 0};
+  const auto is_code = [&] { return symbol->kind == SymbolKind::function; };
+  if (symbol != nullptr && symbol->address > address && !is_code()) symbol = symbols_.nearest(address);
+  if (symbol == nullptr) return {};
+  return {symbol, address - (is_code() ? symbol->address & ~code_bit_ : symbol->address)};
 }
 
 bool InstructionText::is_address(const Reference &reference) const {

@@ -24,8 +24,8 @@ class InstructionText {
   InstructionText(const InstructionText &) = delete;
   InstructionText &operator=(const InstructionText &) = delete;
 
-  /// The nearest symbol at or below an address of code. The lowest bit of an address tells Thumb code in symbols, but
-  /// not in branches to it.
+  /// The nearest symbol at or below an address. The lowest bit of an address tells Thumb code in symbols of functions,
+  /// but not in branches to them.
   SymbolPlace place_of(uint64_t address) const;
 
   /// Makes the parts of an instruction in place of those that there were. A symbolic part's text is "name" or
