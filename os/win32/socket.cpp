@@ -51,8 +51,12 @@ bool socket_listen(Socket socket, int backlog) { return listen(handle_of(socket)
 
 Socket socket_accept(Socket socket, Endpoint *peer) {
   sockaddr_in address{};
-  int size = sizeof address;
-  const SOCKET accepted = accept(handle_of(socket), reinterpret_cast<sockaddr *>(&address), &size);
+  SOCKET accepted;
+  // A client that gave up while it waited is nobody's failure.
+  do {
+    int size = sizeof address;
+    accepted = accept(handle_of(socket), reinterpret_cast<sockaddr *>(&address), &size);
+  } while (accepted == INVALID_SOCKET && WSAGetLastError() == WSAECONNRESET);
   if (accepted == INVALID_SOCKET) return kNoSocket;
   if (!from_system(address, peer)) {
     closesocket(accepted);
