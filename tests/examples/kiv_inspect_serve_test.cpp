@@ -424,6 +424,24 @@ TEST(KivInspectServe, BelievesNoServer) {
   kiv_socket_finalize();
 }
 
+#ifndef _WIN32
+// Descriptors of closed streams are free for the connection.
+TEST(KivInspectServe, ConnectionTakesNoStreamsPlace) {
+  const std::string path = write_file("served_closed", image_to_serve());
+  Serving serving(path, 2);
+  const auto ask_without = [&](const std::string &stream) {
+    return run_program("/bin/sh", {"-c", "exec \"$0\" ask 127.0.0.1 " + std::to_string(serving.port) + stream,
+                                   program_beside("kiv_inspect")});
+  };
+  const auto without_input = ask_without(" <&-"), without_output = ask_without(" resolve main >&-");
+  EXPECT_EQ(without_input.exit_code, 1);
+  EXPECT_NE(without_input.err.find("standard input cannot be read"), std::string::npos) << without_input.err;
+  EXPECT_EQ(without_output.exit_code, 1);
+  EXPECT_NE(without_output.err.find("the output cannot be written"), std::string::npos) << without_output.err;
+  std::remove(path.c_str());
+}
+#endif
+
 TEST(KivInspectServe, CarriesAllWords) {
   auto random = make_random();
   for (int round = 0; round < 2000; ++round) {
