@@ -278,7 +278,7 @@ TEST(KivInspectServe, AnswersSeveralAtOnce) {
     Words requests;
   } kRows[] = {{image_to_serve(),
                 {"symbols\n", "symbols --by-size\n", "symbols --by-name\n", "resolve main 1012\n",
-                 "ranges 1000 ffffffff\n", "bytes 1000 64 3:12\n"}},
+                 "ranges 1000 ffffffff\n", "bytes 1000 64 3:12\n", "sections\n", "spaces\n", "resolve P:1012\n"}},
                {builder.elf(), {"constants\n", "constants c\n", "constants a b\n"}},
                {damaged, {"bytes 1000 64\n", "symbols\n", "bytes 1010 16\n", "ranges 1000 2000\n"}}};
   constexpr uint32_t kThreads = 4, kRounds = 5;
