@@ -217,6 +217,7 @@ TEST(KivInspectServe, OutlivesItsClients) {
       {"1 protocol 1.0\n", unversioned},
       {"0 protocol 2.0\n", kGreeted},
       {kGreeting + "-1 resolve main\n", kGreeted + unnumbered},
+      {kGreeting + "0 resolve main\n", kGreeted + "0 enumber 0 is for no request\n0 =2\n"},
       {kGreeting + "1 resolve main\n18446744073709551615 resolve \"\n1 resolve main\n18446744073709551616 resolve\n",
        kGreeted +
            "1 o00001000 main\n1 =0\n18446744073709551615 ethe request is no line of words\n"
@@ -385,6 +386,8 @@ TEST(KivInspectServe, BelievesNoServer) {
                {"0 v1.0", "1 =0\n1 oa\n", "", "a reply came for request 1, which is not under way\n", 1},
                {"0 v1.0", "18446744073709551615 =0\n", "", "request 18446744073709551615, which is not under way\n", 1},
                {"0 v1.0", "0 e*\n0 =2\n", "", "*\n", 1},
+               {"0 v1.0", "0 oa\n", "", "the reply makes no sense\n", 1},
+               {"0 v1.0", "12\n", "", "the reply makes no sense\n", 1},
                {"0 v1.0", "1 xa\n1 =0\n", "", "the reply makes no sense\n", 1},
                {"0 v1.0", "1\n", "", "the reply makes no sense\n", 1},
                {"0 v1.0", "1 =-1\n", "", "the reply makes no sense\n", 1},
