@@ -11,6 +11,9 @@ void keep_from_children(SOCKET socket) {
   SetHandleInformation(reinterpret_cast<HANDLE>(socket), HANDLE_FLAG_INHERIT, 0);
 }
 
+/// Whether accept() failed since the client gave up: before it, or before the client's address was looked at.
+bool has_client_gone(int error) { return error == WSAECONNRESET || error == WSAENOTCONN; }
+
 }  // namespace
 
 bool sockets_start() {
@@ -56,7 +59,7 @@ Socket socket_accept(Socket socket, Endpoint *peer) {
   do {
     int size = sizeof address;
     accepted = accept(handle_of(socket), reinterpret_cast<sockaddr *>(&address), &size);
-  } while (accepted == INVALID_SOCKET && WSAGetLastError() == WSAECONNRESET);
+  } while (accepted == INVALID_SOCKET && has_client_gone(WSAGetLastError()));
   if (accepted == INVALID_SOCKET) return kNoSocket;
   if (!from_system(address, peer)) {
     closesocket(accepted);
