@@ -117,11 +117,13 @@ void Conversation::take_version(void *line, void *conversation, void *) {
 /// What is about no request in particular is the end of the conversation.
 void Conversation::take_notice(void *line, void *conversation, void *) {
   auto &its = *static_cast<Conversation *>(conversation);
-  if (static_cast<Line *>(line)->letter == kErrorLine) {
+  const uint32_t letter = static_cast<Line *>(line)->letter;
+  if (letter == kErrorLine) {
     (void)its.arguments_.out.flush();
     its.status_ = its.print(its.arguments_.err, true);
   } else {
-    its.status_ = its.arguments_.errors.failure("the server has ended the conversation[|]");
+    its.status_ =
+        its.arguments_.errors.failure(letter == kReplyEnd ? "the server has ended the conversation[|]" : kNonsense);
   }
 }
 

@@ -42,7 +42,7 @@ class Listing {
       : errors_(arguments.errors),
         memory_(arguments.program().memory()),
         decoder_(decoder),
-        text_(arguments.program().symbols(), memory_, machine, arguments.allocator),
+        text_(arguments.program().symbols(), memory_, machine, errors_, arguments.allocator),
         name_(arguments.allocator),
         output_(arguments.out, errors_, arguments.allocator) {}
 

@@ -22,11 +22,12 @@ uint64_t address_in(const KIV_DISASM_VALUE &value) { return uint64_t{value.words
 
 // What is linked to begin at address 0 is loaded elsewhere.
 InstructionText::InstructionText(const SymbolTable &symbols, const MemoryMap &memory, Machine machine,
-                                 KIV_ALLOCATOR *allocator)
+                                 const Errors &errors, KIV_ALLOCATOR *allocator)
     : symbols_(symbols),
       memory_(memory),
       code_bit_(machine == Machine::thumb ? 1 : 0),
       moves_(memory.contains(0, 1)),
+      errors_(errors),
       allocator_(allocator),
       name_(allocator) {
   (void)kiv_dbll_init(&parts_);
@@ -52,20 +53,20 @@ bool InstructionText::is_address(const Reference &reference) const {
 Status InstructionText::append(std::string_view literal) {
   const KIV_UNICHAR *text = name_.decode(literal);
   const bool failed = text == nullptr || kiv_disasm_append_literal2(allocator_, &parts_, nullptr, text, 0) != 0;
-  return failed ? symbols_.errors().out_of_memory() : Status{};
+  return failed ? errors_.out_of_memory() : Status{};
 }
 
 Status InstructionText::append_symbolic(uint64_t address, const SymbolPlace &place) {
   const KIV_DISASM_VALUE value = {{static_cast<uint32_t>(address), static_cast<uint32_t>(address >> 32), 0, 0}};
   const KIV_UNICHAR *name = name_.decode(place.symbol->name);
-  if (name == nullptr) return symbols_.errors().out_of_memory();
+  if (name == nullptr) return errors_.out_of_memory();
   KIV_STRING text =
       place.offset == 0 ? nullptr : print(allocator_, "[0_S]+0x[1_u64x][|]", MessageWords(name, place.offset).words());
   const bool failed = (place.offset != 0 && text == nullptr) ||
                       kiv_disasm_append_symbolic_part2(allocator_, &parts_, nullptr, text != nullptr ? text : name, 0,
                                                        name, &value) != 0;
   kiv_string_delete(allocator_, text);
-  return failed ? symbols_.errors().out_of_memory() : Status{};
+  return failed ? errors_.out_of_memory() : Status{};
 }
 
 Status InstructionText::compose(const Instruction &instruction) {

@@ -19,7 +19,8 @@ struct SymbolPlace {
 class InstructionText {
  public:
   /// REQUIRES: all of these outlive this.
-  InstructionText(const SymbolTable &symbols, const MemoryMap &memory, Machine machine, KIV_ALLOCATOR *allocator);
+  InstructionText(const SymbolTable &symbols, const MemoryMap &memory, Machine machine, const Errors &errors,
+                  KIV_ALLOCATOR *allocator);
   ~InstructionText();
   InstructionText(const InstructionText &) = delete;
   InstructionText &operator=(const InstructionText &) = delete;
@@ -49,6 +50,7 @@ class InstructionText {
   const MemoryMap &memory_;
   const uint64_t code_bit_;
   const bool moves_;  // whether the program is loaded elsewhere, so that no number in it is an address
+  const Errors &errors_;
   KIV_ALLOCATOR *allocator_;
   NameText name_;
   KIV_DBLL_NODE parts_;

@@ -6,6 +6,10 @@
 #include <cstdio>
 #include <cstring>
 
+#ifndef _WIN32
+#include <fcntl.h>
+#endif
+
 #include "examples/kiv_inspect/command_table.h"
 #include "examples/kiv_inspect/command_times.h"
 #include "examples/kiv_inspect/progress_bar.h"
@@ -15,6 +19,16 @@ namespace kiv::inspect {
 namespace {
 
 constexpr size_t kOutputBufferSize = 1u << 16;
+
+/// Standard streams that are closed become such that fail: the next file or connection would take their descriptors,
+/// and what was meant for the user would go there.
+void hold_closed_streams() {
+#ifndef _WIN32
+  for (int stream = 0; stream < 3; ++stream) {
+    if (fcntl(stream, F_GETFD) < 0) (void)open("/dev/null", stream == 0 ? O_WRONLY : O_RDONLY);
+  }
+#endif
+}
 
 /// The command line: what stands in front of the command, and count strings from the command on.
 struct CommandLine {
@@ -75,6 +89,7 @@ Outcome run_watched(const CommandLine &line) {
 }  // namespace kiv::inspect
 
 int main(int argc, char **argv) {
+  kiv::inspect::hold_closed_streams();
   // Names are shown as the user's system shows text; numbers are not touched by that.
   (void)std::setlocale(LC_CTYPE, "");
   using namespace kiv::inspect;

@@ -17,7 +17,7 @@ Status ReplyReader::read() {
   const std::string_view line(room_, size_);
   const size_t blank = line.find(' ');
   const auto number = parse_decimal(line.substr(0, blank));
-  if (!number || blank + 1 >= size_) return errors_.failure("the reply makes no sense[|]");
+  if (!number || blank >= line.size() - 1) return errors_.failure("the reply makes no sense[|]");
   number_ = *number;
   text_at_ = blank + 2;
   return {};

@@ -92,6 +92,7 @@ bool Server::answer_request(KIV_STREAM *stream) const {
   int size;
   uint64_t number;
   if (!read_numbered(stream, line, &size, &number)) return false;
+  if (number == 0) return (void)refuse(stream, 0, "number 0 is for no request\n"), false;
   const int count = split_request(line, size, words);
   if (count < 0) return refuse(stream, number, "the request is no line of words\n");
   Reply reply(stream, number);

@@ -2,7 +2,7 @@
 //
 // A client tells the version of its protocol and is told that of the server; when they do not fit, that was all. It
 // sends requests (request_line.h), one at a time or several, and gets a reply (reply.h) to each, one after the other.
-// It is dropped when it sends what has no number, or nothing for too long: others may be waiting.
+// It is dropped when it sends what has no number of its own, or nothing for too long: others may be waiting.
 #ifndef KIV_INSPECT_SERVER_H
 #define KIV_INSPECT_SERVER_H
 

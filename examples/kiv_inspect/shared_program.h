@@ -3,7 +3,8 @@
 // Representation. The program, and a mutex that is held while a part of it is read.
 // Invariants.
 // 1. Only load() changes the program, and only while it holds the mutex. Everyone else has it as a constant: searches
-//    and walks in its trees, its objects' texts and its memory write nothing.
+//    and walks in its trees and arrays, its objects' texts and its memory write nothing, and nobody but load() reads in
+//    its file.
 // 2. Who looks at a part has called load() for it: the mutex was given behind the last write to this part.
 // 3. Reading a part writes to no other one, but for the sizes of symbols, which belong to the extents: a request that
 //    has not loaded these does not look at sizes.

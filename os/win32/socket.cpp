@@ -11,6 +11,9 @@ void keep_from_children(SOCKET socket) {
   SetHandleInformation(reinterpret_cast<HANDLE>(socket), HANDLE_FLAG_INHERIT, 0);
 }
 
+/// Whether accept() failed since the client gave up: before it, or before the client's address was looked at.
+bool has_client_gone(int error) { return error == WSAECONNRESET || error == WSAENOTCONN; }
+
 }  // namespace
 
 bool sockets_start() {
@@ -51,8 +54,12 @@ bool socket_listen(Socket socket, int backlog) { return listen(handle_of(socket)
 
 Socket socket_accept(Socket socket, Endpoint *peer) {
   sockaddr_in address{};
-  int size = sizeof address;
-  const SOCKET accepted = accept(handle_of(socket), reinterpret_cast<sockaddr *>(&address), &size);
+  SOCKET accepted;
+  // A client that gave up while it waited is nobody's failure.
+  do {
+    int size = sizeof address;
+    accepted = accept(handle_of(socket), reinterpret_cast<sockaddr *>(&address), &size);
+  } while (accepted == INVALID_SOCKET && has_client_gone(WSAGetLastError()));
   if (accepted == INVALID_SOCKET) return kNoSocket;
   if (!from_system(address, peer)) {
     closesocket(accepted);

@@ -217,6 +217,7 @@ TEST(KivInspectServe, OutlivesItsClients) {
       {"1 protocol 1.0\n", unversioned},
       {"0 protocol 2.0\n", kGreeted},
       {kGreeting + "-1 resolve main\n", kGreeted + unnumbered},
+      {kGreeting + "0 resolve main\n", kGreeted + "0 enumber 0 is for no request\n0 =2\n"},
       {kGreeting + "1 resolve main\n18446744073709551615 resolve \"\n1 resolve main\n18446744073709551616 resolve\n",
        kGreeted +
            "1 o00001000 main\n1 =0\n18446744073709551615 ethe request is no line of words\n"
@@ -278,7 +279,7 @@ TEST(KivInspectServe, AnswersSeveralAtOnce) {
     Words requests;
   } kRows[] = {{image_to_serve(),
                 {"symbols\n", "symbols --by-size\n", "symbols --by-name\n", "resolve main 1012\n",
-                 "ranges 1000 ffffffff\n", "bytes 1000 64 3:12\n"}},
+                 "ranges 1000 ffffffff\n", "bytes 1000 64 3:12\n", "sections\n", "spaces\n", "resolve P:1012\n"}},
                {builder.elf(), {"constants\n", "constants c\n", "constants a b\n"}},
                {damaged, {"bytes 1000 64\n", "symbols\n", "bytes 1010 16\n", "ranges 1000 2000\n"}}};
   constexpr uint32_t kThreads = 4, kRounds = 5;
@@ -385,6 +386,8 @@ TEST(KivInspectServe, BelievesNoServer) {
                {"0 v1.0", "1 =0\n1 oa\n", "", "a reply came for request 1, which is not under way\n", 1},
                {"0 v1.0", "18446744073709551615 =0\n", "", "request 18446744073709551615, which is not under way\n", 1},
                {"0 v1.0", "0 e*\n0 =2\n", "", "*\n", 1},
+               {"0 v1.0", "0 oa\n", "", "the reply makes no sense\n", 1},
+               {"0 v1.0", "12\n", "", "the reply makes no sense\n", 1},
                {"0 v1.0", "1 xa\n1 =0\n", "", "the reply makes no sense\n", 1},
                {"0 v1.0", "1\n", "", "the reply makes no sense\n", 1},
                {"0 v1.0", "1 =-1\n", "", "the reply makes no sense\n", 1},
@@ -423,6 +426,24 @@ TEST(KivInspectServe, BelievesNoServer) {
   (void)kiv_stop_server(&server);
   kiv_socket_finalize();
 }
+
+#ifndef _WIN32
+// Descriptors of closed streams are free for the connection.
+TEST(KivInspectServe, ConnectionTakesNoStreamsPlace) {
+  const std::string path = write_file("served_closed", image_to_serve());
+  Serving serving(path, 2);
+  const auto ask_without = [&](const std::string &stream) {
+    return run_program("/bin/sh", {"-c", "exec \"$0\" ask 127.0.0.1 " + std::to_string(serving.port) + stream,
+                                   program_beside("kiv_inspect")});
+  };
+  const auto without_input = ask_without(" <&-"), without_output = ask_without(" resolve main >&-");
+  EXPECT_EQ(without_input.exit_code, 1);
+  EXPECT_NE(without_input.err.find("standard input cannot be read"), std::string::npos) << without_input.err;
+  EXPECT_EQ(without_output.exit_code, 1);
+  EXPECT_NE(without_output.err.find("the output cannot be written"), std::string::npos) << without_output.err;
+  std::remove(path.c_str());
+}
+#endif
 
 TEST(KivInspectServe, CarriesAllWords) {
   auto random = make_random();
