@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <sstream>
 
 #include "gtest/gtest.h"
@@ -351,24 +349,6 @@ TEST(KivInspectProgram, TellsErrorsLayerByLayer) {
             (Lines{"the symbols of \"" + damaged_path + "\" cannot be listed", "its symbols cannot be read",
                    "section 1, a symbol table, cannot be read", "a name lies outside the string table"}));
   std::remove(damaged_path.c_str());
-
-  std::ifstream file(library_file(), std::ios::binary);
-  Image image;
-  image.bytes.assign(std::istreambuf_iterator<char>(file), {});
-  ASSERT_GT(image.bytes.size(), 10000u);
-  image.bytes.resize(image.bytes.size() / 2);
-  const std::string path = write_file("cut", image);
-  for (const std::string command : {"symbols", "constants"}) {
-    const auto cut = run_inspect({command, path});
-    EXPECT_EQ(cut.exit_code, 1);
-    EXPECT_EQ(cut.out, "");
-    const Lines messages = values_of("User message (English)", cut.err);
-    ASSERT_GE(messages.size(), 3u) << cut.err;
-    EXPECT_EQ(messages[0], "the " + command + " of \"" + path + "\" cannot be listed");
-    EXPECT_EQ(messages[1], "its " + command + " cannot be read");
-    EXPECT_EQ(values_of("Source file", cut.err).size(), messages.size());
-  }
-  std::remove(path.c_str());
 }
 
 TEST(KivInspectProgram, ExplainsItsUsage) {
