@@ -431,6 +431,8 @@ TEST(KivInspectConstants, TellsWhatIsWrong) {
       {{{kConstant, {{kUnknownAttribute, kIndirect, 0, "\x16"}}}}, "an entry of its debug information is cut off"},
       {{{kConstant, {{kConstValue, kUdata, 0, std::string(30, '\x80')}}}},
        "an entry of its debug information is cut off"},
+      {{{kConstant, {{kUnknownAttribute, kUdata, 0, std::string(30, '\x80')}}}},
+       "an entry of its debug information is cut off"},
       {{{kConstant, {{kName, kStrp, 99}, {kConstValue, kData1}}}}, "a name lies outside the string table"},
       {{{kConstant, {{kName, kStrx, 99}, {kConstValue, kData1}}}}, "a name's index lies outside the string offsets"},
       {{{kConstant, {{kName, 0x1F21, 1}, {kConstValue, kData1}}}}, "its debug information has names in another file"},

@@ -1,13 +1,13 @@
 #include <algorithm>
 #include <cstdio>
+#include <map>
 #include <memory>
 #include <set>
 
 #include "examples/kiv_inspect/address_index.h"
-#include "examples/kiv_inspect/name_lookup.h"
 #include "examples/kiv_inspect/name_text.h"
 #include "examples/kiv_inspect/program.h"
-#include "examples/kiv_inspect/symbol_order.h"
+#include "examples/kiv_inspect/request_handler.h"
 #include "gtest/gtest.h"
 #include "tests/examples/failure_text.h"
 #include "tests/examples/program_images.h"
@@ -324,58 +324,36 @@ TEST(KivInspect, TellsEveryShortageOfMemory) {
   }
 }
 
-/// What commands find out about symbols: how many occupants there are, the matches of two names, the sum of the sizes.
-Status search_program(Program &program, const Errors &errors, KIV_ALLOCATOR *allocator, uint64_t (&results)[3]) {
-  AddressIndex index(errors);
-  PointerVector<Occupant> found(allocator, by_first_address);
-  Status status = index.open(program.sections(), program.symbols(), allocator);
-  if (status.ok()) status = index.find({0, UINT64_MAX}, &found);
-  results[0] = found.count();
-  NameLookup lookup(errors, allocator);
-  const auto name = [](const char32_t *text) { return reinterpret_cast<const KIV_UNICHAR *>(text); };
-  for (const char32_t *text : {U"main", U"both", U"label", U"absent", U"main"}) {
-    if (status.ok()) status = lookup.want(name(text));
-  }
-  if (status.ok()) status = lookup.search(program.symbols());
-  for (const char32_t *text : {U"main", U"label"}) {
-    for (auto *match = lookup.matches(name(text)); match != nullptr; match = match->next) ++results[1];
-  }
-  LargestSymbols largest(allocator, 20);
-  SymbolVector symbols(allocator);
-  for (uint32_t i = 0; status.ok() && i < 60; ++i) {
-    const Symbol *symbol = found[i % found.count()].symbol;
-    if (symbol != nullptr && !largest.add(*symbol)) status = errors.out_of_memory();
-  }
-  if (status.ok() && !largest.move_to(&symbols)) status = errors.out_of_memory();
-  for (uint32_t i = 0; i < symbols.count(); ++i) results[2] += symbols[i].size;
-  return status;
-}
+class TextSink final : public Sink {
+ public:
+  void write(const char *bytes, size_t size) override { text.append(bytes, size); }
+  bool has_failed() const override { return false; }
+  bool flush() override { return true; }
+  std::string text;
+};
 
-TEST(KivInspect, SearchesAllOrTellsOfNoMemory) {
-  KIV_ALLOCATOR heap;
-  const Errors errors(kiv_allocator_default_new(&heap));
-  const std::string path = write_file("search", cases()[1].image);
-  Program program(errors, &heap);
-  ASSERT_TRUE(program.load(path.c_str()).ok() && program.load_symbols().ok() && program.load_extents().ok());
-  uint64_t expected[3] = {};
-  {
-    MemoryPool memory(&heap);
-    ASSERT_TRUE(memory.ok() && search_program(program, errors, memory.pool(), expected).ok());
-  }
-  EXPECT_EQ(expected[0], kElfSymbols.size() + 1 + kElfSections.size());
-  EXPECT_EQ(expected[1], 3u);
-  const uint32_t points = sweep_failures([&](CountingAllocator &allocator) {
-    KIV_ALLOCATOR wrap;
-    uint64_t results[3] = {};
-    if (kiv_allocator_wrap_new(&wrap, allocator.record(), 0) == nullptr) return;
-    const Status status = search_program(program, errors, &wrap, results);
-    EXPECT_TRUE(status.ok() || allocator.has_failed());
-    if (status.ok()) {
-      EXPECT_TRUE(std::equal(results, results + 3, expected));
+TEST(KivInspect, AnswersInFullOrTellsOfNoMemory) {
+  const std::string path = write_file("requests", cases()[1].image);
+  std::map<std::string, std::string> full;  // the answers when there is memory
+  const auto ask_all = [&](KIV_ALLOCATOR *allocator) {
+    RequestHandler handler(path.c_str(), allocator);
+    for (std::string argument : {"--by-name", "--by-size", "main", "0x1000"}) {
+      std::string command = argument[0] == '-' ? "symbols" : "resolve", last = argument[0] == '-' ? "3" : "label";
+      char *words[] = {command.data(), argument.data(), last.data()};
+      TextSink out, err;
+      const Outcome outcome = handler.answer(argument == "--by-name" ? 2 : 3, words, out, err);
+      EXPECT_EQ(outcome == Outcome::done, err.text.empty());
+      if (outcome == Outcome::done) EXPECT_EQ(out.text, full.try_emplace(argument, out.text).first->second);
     }
-    kiv_allocator_wrap_delete(&wrap);
-  });
-  EXPECT_GE(points, 30u);
+  };
+  KIV_ALLOCATOR heap;
+  ask_all(kiv_allocator_default_new(&heap));
+  ASSERT_EQ(full.size(), 4u);
+  EXPECT_EQ(full["--by-size"],
+            "0000000000001900     1792 F dynamic\n0000000000002000      256 O unique\n"
+            "0000000000001001      255 F main\n");
+  EXPECT_EQ(full["main"], "0000000000001000 main\n0000000000001001 main\n0000000000001000 label\n");
+  EXPECT_GE(sweep_failures([&](CountingAllocator &allocator) { ask_all(allocator.record()); }), 30u);
   std::remove(path.c_str());
 }
 

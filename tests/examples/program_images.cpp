@@ -43,20 +43,59 @@ std::string write_file(const std::string &name, const Image &image) {
   return path;
 }
 
-Image build_elf(bool wide, ByteOrder order, const std::vector<ElfRow> &rows,
-                const std::vector<ElfSectionRow> &sections) {
+namespace {
+
+struct ElfSectionHeader {
+  std::string mark;
+  size_t name;
+  uint32_t type;
+  uint64_t flags, address, start, size;
+  uint32_t link = 0;
+  uint32_t entry_size = 0;
+};
+
+/// The header, as far as it is the same in all programs.
+Image begin_elf(bool wide, ByteOrder order) {
   Image image{order, wide};
   image.put_text("\177ELF", 4);
   image.put(wide ? 2 : 1, 1);
   image.put(order == ByteOrder::little ? 1 : 2, 1);
   image.pad_to(wide ? 64 : 52);
-  std::string strings[2];
-  std::vector<size_t> name_offsets;
+  return image;
+}
+
+/// The section headers, of which that of the names is the one with the given index; and where they are.
+void put_section_headers(Image &image, const std::vector<ElfSectionHeader> &sections, size_t names) {
+  const bool wide = image.wide;
+  image.put_at(wide ? 40 : 32, image.size(), wide ? 8 : 4);
+  image.put_at(wide ? 58 : 46, wide ? 64 : 40, 2);
+  image.put_at(wide ? 60 : 48, sections.size() + 1, 2);
+  image.put_at(wide ? 62 : 50, names, 2);
+  image.pad_to(image.size() + (wide ? 64 : 40));  // the first section is none
+  for (const ElfSectionHeader &section : sections) {
+    image.mark(section.mark + " header");
+    image.put(section.name, 4);
+    image.put(section.type, 4);
+    for (const uint64_t word : {section.flags, section.address, section.start, section.size}) image.put_word(word);
+    image.put(section.link, 4);
+    image.put(0, 4);
+    image.put_word(1);
+    image.put_word(section.entry_size);
+  }
+}
+
+}  // namespace
+
+Image build_elf(bool wide, ByteOrder order, const std::vector<ElfRow> &rows,
+                const std::vector<ElfSectionRow> &sections) {
+  Image image = begin_elf(wide, order);
+  std::vector<ElfSectionHeader> headers, given;
   for (const bool dynamic : {false, true}) {
-    std::string &names = strings[dynamic];
-    names.push_back('\0');
+    const uint32_t symbol_size = wide ? 24 : 16;
+    const size_t start = image.size();
+    std::string names(1, '\0');
     image.mark(dynamic ? "dynsym" : "symtab");
-    image.pad_to(image.size() + (wide ? 24 : 16));  // the first symbol is none
+    image.pad_to(start + symbol_size);  // the first symbol is none
     for (const ElfRow &row : rows) {
       if (row.dynamic != dynamic) continue;
       const auto info = static_cast<uint8_t>(row.binding << 4 | row.type);
@@ -68,47 +107,19 @@ Image build_elf(bool wide, ByteOrder order, const std::vector<ElfRow> &rows,
       if (wide) image.put(row.value, 8), image.put(row.size, 8);
       names += row.name + '\0';
     }
-    if (!dynamic) {
-      for (const ElfSectionRow &row : sections) {
-        name_offsets.push_back(names.size());
-        names += row.name + '\0';
-      }
+    for (const ElfSectionRow &row : sections) {
+      if (!dynamic) given.push_back({row.name, names.size(), 8, row.flags, row.address, 0, row.size});
+      if (!dynamic) names += row.name + '\0';
     }
+    const size_t end = image.size();
     image.mark(dynamic ? "dynstr" : "strtab");
     image.put_text(names, names.size());
+    headers.push_back({dynamic ? "dynsym" : "symtab", 0, dynamic ? 11u : 2u, 0, 0, start, end - start,
+                       dynamic ? 4u : 2u, symbol_size});
+    headers.push_back({dynamic ? "dynstr" : "strtab", 0, 3, 0, 0, end, names.size()});
   }
-  image.put_at(wide ? 40 : 32, image.size(), wide ? 8 : 4);
-  image.put_at(wide ? 58 : 46, wide ? 64 : 40, 2);
-  image.put_at(wide ? 60 : 48, 5 + sections.size(), 2);
-  image.put_at(wide ? 62 : 50, sections.empty() ? 0 : 2, 2);
-  image.pad_to(image.size() + (wide ? 64 : 40));  // the first section is none
-  constexpr struct {
-    const char *name, *end;
-    uint32_t type, link;
-  } kSections[] = {
-      {"symtab", "strtab", 2, 2}, {"strtab", "dynsym", 3, 0}, {"dynsym", "dynstr", 11, 4}, {"dynstr", "", 3, 0}};
-  for (const auto &section : kSections) {
-    const size_t start = image.marks[section.name];
-    const size_t size = *section.end != '\0' ? image.marks[section.end] - start : strings[1].size();
-    image.mark(std::string(section.name) + " header");
-    image.put(0, 4);
-    image.put(section.type, 4);
-    for (const uint64_t word : {size_t{0}, size_t{0}, start, size}) image.put_word(word);
-    image.put(section.link, 4);
-    image.put(0, 4);
-    image.put_word(1);
-    image.put_word(section.link == 0 ? 0 : wide ? 24 : 16);
-  }
-  for (size_t i = 0; i < sections.size(); ++i) {
-    const ElfSectionRow &row = sections[i];
-    image.mark(row.name + " header");
-    image.put(name_offsets[i], 4);
-    image.put(8, 4);
-    for (const uint64_t word : {row.flags, row.address, uint64_t{0}, row.size}) image.put_word(word);
-    image.put(0, 8);
-    image.put_word(1);
-    image.put_word(0);
-  }
+  headers.insert(headers.end(), given.begin(), given.end());
+  put_section_headers(image, headers, given.empty() ? 0 : 2);
   return image;
 }
 
@@ -160,37 +171,44 @@ void put_coff_symbols(Image &image, const std::vector<CoffRow> &rows) {
   image.put_text(strings, strings.size());
 }
 
-}  // namespace
-
-Image build_pe(bool wide, const std::vector<CoffRow> &coff, const std::vector<ExportRow> &exports) {
+/// The headers but for those of the sections.
+Image begin_pe(bool wide, size_t sections) {
   Image image{ByteOrder::little, wide};
   const uint16_t optional_size = wide ? 240 : 224;
-  const uint32_t text_at = 64 + 24 + optional_size + 2 * 40;
-  uint32_t coff_count = 0;
-  for (const CoffRow &row : coff) coff_count += 1u + row.further_records;
   image.put_text("MZ", 60);
   image.put(64, 4);
   image.mark("header");
-  image.put_text("PE", 6);
-  image.put(2, 2);
-  image.put(0, 4);
-  const size_t coff_pointer = image.size();
-  image.put(0, 4);
-  image.put(coff_count, 4);
+  image.put_text("PE", 4);
+  image.put(wide ? 0x8664 : 0x14C, 2);
+  image.put(sections, 2);
+  image.pad_to(64 + 20);
   image.put(optional_size, 2);
   image.put(0, 2);
   image.mark("optional");
   image.put(wide ? 0x20B : 0x10B, 2);
-  image.pad_to(image.marks["optional"] + (wide ? 24 : 28));
+  image.pad_to(64 + 24 + (wide ? 24 : 28));
   image.put_word(wide ? kPeBase64 : kPeBase32);
-  image.pad_to(image.marks["optional"] + (wide ? 108 : 92));
-  image.put(16, 4);
-  image.put(exports.empty() ? 0 : kPeData, 4);
-  const size_t export_size_at = image.size();
-  image.put(0, 4);
-  image.pad_to(image.marks["optional"] + optional_size);
+  image.pad_to(64 + 24 + 60);
+  image.put(64 + 24 + optional_size + 40 * sections, 4);
+  image.pad_to(64 + 24 + optional_size);
   image.mark("sections");
+  return image;
+}
+
+constexpr size_t kSymbolPointer = 64 + 12;
+
+}  // namespace
+
+Image build_pe(bool wide, const std::vector<CoffRow> &coff, const std::vector<ExportRow> &exports) {
+  Image image = begin_pe(wide, 2);
+  uint32_t coff_count = 0;
+  for (const CoffRow &row : coff) coff_count += 1u + row.further_records;
+  image.put_at(kSymbolPointer + 4, coff_count, 4);
+  const size_t directory = image.marks["optional"] + (wide ? 108 : 92);
+  image.put_at(directory, 16, 4);
+  image.put_at(directory + 4, exports.empty() ? 0 : kPeData, 4);
   const size_t data_header = image.size() + 40;
+  const uint32_t text_at = image.size() + 2 * 40;
   for (const bool text : {true, false}) {
     image.put_text(text ? ".text" : ".data", 8);
     for (const uint32_t word : {0x800u, text ? kPeText : kPeData, text ? 16u : 0u, text ? text_at : text_at + 16})
@@ -201,23 +219,18 @@ Image build_pe(bool wide, const std::vector<CoffRow> &coff, const std::vector<Ex
   image.pad_to(text_at + 16);
   if (!exports.empty()) put_exports(image, exports);
   const uint32_t data_size = image.size() - text_at - 16;
-  image.put_at(export_size_at, data_size, 4);
+  image.put_at(directory + 8, data_size, 4);
   image.put_at(data_header + 16, data_size, 4);
-  image.put_at(coff_pointer, image.size(), 4);
+  image.put_at(kSymbolPointer, image.size(), 4);
   put_coff_symbols(image, coff);
   return image;
 }
 
 Image build_elf_sections(bool wide, ByteOrder order, const std::vector<SectionRow> &sections,
                          const std::vector<SegmentRow> &segments) {
-  Image image{order, wide};
-  image.put_text("\177ELF", 4);
-  image.put(wide ? 2 : 1, 1);
-  image.put(order == ByteOrder::little ? 1 : 2, 1);
-  image.pad_to(16);
-  image.put(3, 2);
-  image.put(wide ? 62 : 3, 2);
-  image.pad_to(wide ? 64 : 52);
+  Image image = begin_elf(wide, order);
+  image.put_at(16, 3, 2);
+  image.put_at(18, wide ? 62 : 3, 2);
   image.put_at(wide ? 32 : 28, image.size(), wide ? 8 : 4);
   image.put_at(wide ? 54 : 42, wide ? 56 : 32, 2);
   image.put_at(wide ? 56 : 44, segments.size(), 2);
@@ -235,56 +248,25 @@ Image build_elf_sections(bool wide, ByteOrder order, const std::vector<SectionRo
   for (const SegmentRow &row : segments) image.put_text(row.bytes, row.bytes.size());
 
   std::string names(1, '\0');
-  std::vector<size_t> name_offsets;
+  std::vector<ElfSectionHeader> headers;
   std::vector<SectionRow> all = sections;
   all.push_back({".shstrtab", {}});
   for (SectionRow &row : all) {
-    name_offsets.push_back(names.size());
+    const size_t name = names.size();
     names += row.name + '\0';
     if (row.name == ".shstrtab") row.bytes.assign(names.begin(), names.end());
+    headers.push_back({row.name, name, row.type, row.flags, row.address, image.size(), row.bytes.size()});
     image.mark(row.name);
     image.bytes.insert(image.bytes.end(), row.bytes.begin(), row.bytes.end());
   }
-  image.put_at(wide ? 40 : 32, image.size(), wide ? 8 : 4);
-  image.put_at(wide ? 58 : 46, wide ? 64 : 40, 2);
-  image.put_at(wide ? 60 : 48, all.size() + 1, 2);
-  image.put_at(wide ? 62 : 50, all.size(), 2);
-  image.pad_to(image.size() + (wide ? 64 : 40));  // the first section is none
-  for (size_t i = 0; i < all.size(); ++i) {
-    const SectionRow &row = all[i];
-    const uint64_t start = image.marks[row.name];
-    image.mark(row.name + " header");
-    image.put(name_offsets[i], 4);
-    image.put(row.type, 4);
-    for (const uint64_t word : {row.flags, row.address, start, uint64_t{row.bytes.size()}}) image.put_word(word);
-    image.put(0, 8);
-    image.put_word(1);
-    image.put_word(0);
-  }
+  put_section_headers(image, headers, all.size());
   return image;
 }
 
 Image build_pe_sections(bool wide, const std::vector<SectionRow> &sections) {
-  Image image{ByteOrder::little, wide};
-  const uint16_t optional_size = wide ? 240 : 224;
-  const size_t headers_size = 64 + 24 + optional_size + 40 * sections.size();
-  image.put_text("MZ", 60);
-  image.put(64, 4);
-  image.put_text("PE", 4);
-  image.put(wide ? 0x8664 : 0x14C, 2);
-  image.put(sections.size(), 2);
-  image.pad_to(64 + 20);
-  image.put(optional_size, 2);
-  image.put(0, 2);
-  image.put(wide ? 0x20B : 0x10B, 2);
-  image.pad_to(64 + 24 + (wide ? 24 : 28));
-  image.put_word(wide ? kPeBase64 : kPeBase32);
-  image.pad_to(64 + 24 + 60);
-  image.put(headers_size, 4);
-  image.pad_to(64 + 24 + optional_size);
-  image.mark("sections");
+  Image image = begin_pe(wide, sections.size());
   std::string strings(4, '\0');
-  size_t address = 0x1000, at = headers_size;
+  size_t address = 0x1000, at = image.size() + 40 * sections.size();
   for (const SectionRow &row : sections) {
     image.put_text(row.name.size() <= 8 ? row.name : "/" + std::to_string(strings.size()), 8);
     if (row.name.size() > 8) strings += row.name + '\0';
@@ -299,7 +281,7 @@ Image build_pe_sections(bool wide, const std::vector<SectionRow> &sections) {
     image.bytes.insert(image.bytes.end(), row.bytes.begin(), row.bytes.end());
     image.put_text("", 16);
   }
-  image.put_at(64 + 12, image.size(), 4);
+  image.put_at(kSymbolPointer, image.size(), 4);
   image.mark("strings");
   image.put_text(strings, strings.size());
   image.put_at(image.marks["strings"], strings.size(), 4);

@@ -14,6 +14,12 @@ TEST(BigfltMpfr, Parts) {
   for (uint64_t i = 0, count = cases(20000); i < count; ++i) {
     const bigflt a = random_bigflt(random);
     x.assign(a);
+    ASSERT_EQ(kiv_bigflt_is_zero(&a), mpfr_zero_p(x) != 0) << a;
+    ASSERT_EQ(kiv_bigflt_is_integer(&a), mpfr_integer_p(x) != 0) << a;
+    ASSERT_EQ(kiv_bigflt_is_finite_as_bool(&a), mpfr_number_p(x) != 0) << a;
+    ASSERT_EQ(kiv_bigflt_is_inf_as_bool(&a), mpfr_inf_p(x) != 0) << a;
+    ASSERT_EQ(kiv_bigflt_is_nan_as_bool(&a), mpfr_nan_p(x) != 0) << a;
+    if (mpfr_nan_p(x) == 0) ASSERT_EQ(kiv_bigflt_is_negative(&a), mpfr_sgn(static_cast<mpfr_ptr>(x)) < 0) << a;
     bigflt r, s;
     kiv_bigflt_ceil(&r, &a);
     mpfr_ceil(y, x);
@@ -95,6 +101,14 @@ TEST(BigfltMpfr, OrderAndBits) {
     mpz_com(k, i);
     mpfr_set_z(z, k, MPFR_RNDN);
     ASSERT_TRUE(same(r, z.canonical())) << "complement of " << a << ": " << r << ", not " << z.canonical();
+    // The least size of an integer: a bit for the sign, and those of it or of its complement.
+    const mpz_srcptr positive = mpz_sgn(i) < 0 ? k : i;
+    const auto least = 1 + static_cast<int32_t>(mpz_sgn(positive) != 0 ? mpz_sizeinbase(positive, 2) : 0);
+    for (const int32_t bits : {INT32_MIN, 0, least - 1, least, least + 1, INT32_MAX}) {
+      const bool fits = mpfr_integer_p(x) != 0 && bits >= least;
+      ASSERT_EQ(kiv_bigflt_is_signed_integer_of_size(&a, bits), fits) << a << " in " << bits;
+      if (bits == least) ASSERT_EQ(kiv_bigflt_is_signed_integral_and_fits_in_32_bits(&a), fits && least <= 32) << a;
+    }
   }
   mpz_clears(i, j, k, nullptr);
 }
