@@ -33,9 +33,7 @@ class NaiveAvl {
 
  private:
   static int height(const Link &node) { return node ? node->height : 0; }
-  static void measure(const Link &node) {
-    node->height = std::max(height(node->child[0]), height(node->child[1])) + 1;
-  }
+  static void measure(const Link &node) { node->height = std::max(height(node->child[0]), height(node->child[1])) + 1; }
 
   void hook(const Link &node) {
     const auto value_of = [](const Link &child) { return child ? child->value : -1; };
