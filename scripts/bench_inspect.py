@@ -63,7 +63,7 @@ def unpack_program(folder):
     os.makedirs(work, exist_ok=True)
     say(f"downloading {' and '.join(PACKAGES)}")
     for package in PACKAGES:
-        subprocess.run(["apt-get", "-qq", "download", package], cwd=work, check=True)
+        subprocess.run(["apt-get", "-qq", "-o", "APT::Sandbox::User=root", "download", package], cwd=work, check=True)
         [archive] = glob.glob(os.path.join(work, package + "_*.deb"))
         subprocess.run(["dpkg", "-x", archive, work], check=True)
     stripped = os.path.join(work, "usr/bin", PACKAGES[0])
