@@ -6,6 +6,7 @@
 #include "examples/kiv_inspect/request_handler.h"
 #include "gtest/gtest.h"
 #include "tests/examples/program_images.h"
+#include "tests/examples/text_sink.h"
 #include "tests/support/counting_allocator.h"
 #include "tests/support/process.h"
 
@@ -34,14 +35,6 @@ std::string write_program(const Code &code, const std::vector<ElfRow> &symbols) 
   image.put_text(code.bytes, code.bytes.size());
   return write_file("code", image);
 }
-
-class TextSink final : public Sink {
- public:
-  void write(const char *bytes, size_t size) override { text.append(bytes, size); }
-  bool has_failed() const override { return false; }
-  bool flush() override { return true; }
-  std::string text;
-};
 
 /// What a request gives.
 std::string disasm(const std::string &path, std::string address, std::string count, KIV_ALLOCATOR *allocator) {

@@ -16,6 +16,7 @@
 #include "kiv_debug_heap.h"
 #include "tests/examples/dwarf_images.h"
 #include "tests/examples/program_images.h"
+#include "tests/examples/text_sink.h"
 #include "tests/support/counting_allocator.h"
 #include "tests/support/process.h"
 #include "tests/support/random.h"
@@ -304,15 +305,6 @@ TEST(KivInspectServe, AnswersSeveralAtOnce) {
     std::remove(path.c_str());
   }
 }
-
-/// Text in a string.
-class TextSink final : public Sink {
- public:
-  void write(const char *bytes, size_t size) override { text.append(bytes, size); }
-  bool has_failed() const override { return false; }
-  bool flush() override { return true; }
-  std::string text;
-};
 
 TEST(KivInspectServe, OutlivesLackOfMemory) {
   const std::string path = write_file("served_sweep", image_to_serve());

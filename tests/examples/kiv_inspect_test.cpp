@@ -11,6 +11,7 @@
 #include "gtest/gtest.h"
 #include "tests/examples/failure_text.h"
 #include "tests/examples/program_images.h"
+#include "tests/examples/text_sink.h"
 #include "tests/support/counting_allocator.h"
 #include "tests/support/random.h"
 #include "tests/support/unistring.h"
@@ -323,14 +324,6 @@ TEST(KivInspect, TellsEveryShortageOfMemory) {
     std::remove(path.c_str());
   }
 }
-
-class TextSink final : public Sink {
- public:
-  void write(const char *bytes, size_t size) override { text.append(bytes, size); }
-  bool has_failed() const override { return false; }
-  bool flush() override { return true; }
-  std::string text;
-};
 
 TEST(KivInspect, AnswersInFullOrTellsOfNoMemory) {
   const std::string path = write_file("requests", cases()[1].image);
