@@ -10,7 +10,8 @@
  *
  * Conventions: tables are the caller's, usually constants, and are only read. Searches begin at the first pair and the
  * first match wins, so the same value or name may stand there twice: "text" above is read as CODE, but CODE is shown as
- * "code". A status is 0, or 1 for no match, which leaves the result as it was. A null table has no pairs.
+ * "code". A status is 0, or 1 for no match, which leaves the result as it was. A null table has no pairs;
+ * where the result goes is not null.
  *
  * Costs: linear in the number of pairs. Thread safety: any number of threads may use a table at once. */
 #ifndef KIV_ENUM_TRANSLATE_H
